@@ -1,0 +1,43 @@
+# One place for what every target of ours is compiled with.
+
+add_library(tessivo_options INTERFACE)
+target_compile_options(tessivo_options INTERFACE
+    -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wsign-conversion -Wnon-virtual-dtor
+    -Wold-style-cast -Woverloaded-virtual -Werror)
+target_include_directories(tessivo_options INTERFACE ${PROJECT_SOURCE_DIR}/src)
+
+if(TESSIVO_SANITIZER)
+    target_compile_options(tessivo_options INTERFACE
+        -fsanitize=${TESSIVO_SANITIZER} -fno-omit-frame-pointer -fno-sanitize-recover=all)
+    target_link_options(tessivo_options INTERFACE -fsanitize=${TESSIVO_SANITIZER})
+endif()
+
+# tessivo_library(name SOURCES ... [LINK ...]): a static library of one layer. LINK names
+# the layers and packages it may use; the link graph is the only way to their headers'
+# symbols, which keeps the arrows between layers pointing down.
+function(tessivo_library name)
+    cmake_parse_arguments(ARG "" "" "SOURCES;LINK" ${ARGN})
+    add_library(${name} STATIC ${ARG_SOURCES})
+    target_link_libraries(${name} PUBLIC ${ARG_LINK} PRIVATE tessivo_options)
+    target_include_directories(${name} PUBLIC ${PROJECT_SOURCE_DIR}/src)
+endfunction()
+
+# tessivo_test(name SOURCES ... [LINK ...] [TIMEOUT s] [SERIAL]): a GoogleTest program, one
+# CTest entry per case.
+function(tessivo_test name)
+    cmake_parse_arguments(ARG "SERIAL" "TIMEOUT" "SOURCES;LINK" ${ARGN})
+    if(NOT ARG_TIMEOUT)
+        set(ARG_TIMEOUT 60)
+    endif()
+    add_executable(${name} ${ARG_SOURCES})
+    target_link_libraries(${name} PRIVATE ${ARG_LINK} tessivo_options GTest::gtest)
+    if(NOT "GTest::gtest_main" IN_LIST ARG_LINK)
+        target_link_libraries(${name} PRIVATE GTest::gtest_main)
+    endif()
+    target_include_directories(${name} PRIVATE ${PROJECT_SOURCE_DIR}/tests)
+    set(properties TIMEOUT ${ARG_TIMEOUT})
+    if(ARG_SERIAL)
+        list(APPEND properties RUN_SERIAL TRUE)
+    endif()
+    gtest_discover_tests(${name} DISCOVERY_MODE PRE_TEST PROPERTIES ${properties})
+endfunction()
