@@ -1,0 +1,15 @@
+#pragma once
+
+#include <stdexcept>
+#include <string>
+
+namespace tessivo::sound {
+
+// What every failing operation of the sound platform throws. what() is a sentence for the
+// user, in UTF-8, that keeps the description given by the system underneath.
+class AudioError : public std::runtime_error {
+public:
+    using std::runtime_error::runtime_error;
+};
+
+} // namespace tessivo::sound
