@@ -34,7 +34,12 @@ fail() {
 
 # Runs a command in the environment of the private server.
 inside() {
-    env -u PIPEWIRE_REMOTE -u PIPEWIRE_LATENCY -u PIPEWIRE_NODE -u PIPEWIRE_PROPS \
+    (become "$@")
+}
+
+# The same in place of this shell, so that the command has the shell's process id.
+become() {
+    exec env -u PIPEWIRE_REMOTE -u PIPEWIRE_LATENCY -u PIPEWIRE_NODE -u PIPEWIRE_PROPS \
         HOME="$dir/home" XDG_RUNTIME_DIR="$dir" PIPEWIRE_RUNTIME_DIR="$dir" \
         XDG_CONFIG_HOME="$dir/config" XDG_STATE_HOME="$dir/state" XDG_CACHE_HOME="$dir/cache" \
         DBUS_SESSION_BUS_ADDRESS="unix:path=$dir/bus" "$@"
@@ -44,7 +49,7 @@ inside() {
 launch() {
     local name=$1
     shift
-    inside setsid "$@" </dev/null >>"$dir/$name.log" 2>&1 &
+    become setsid "$@" </dev/null >>"$dir/$name.log" 2>&1 &
     echo $! >"$dir/$name.pid"
     disown
 }
