@@ -1,0 +1,44 @@
+#pragma once
+
+#include <QString>
+#include <QUuid>
+
+#include <chrono>
+#include <cstddef>
+
+namespace tessivo {
+
+// A point in time as seconds, with fraction, since 2001-01-01 00:00:00 UTC.
+using SecondsSince2001 = std::chrono::duration<double>;
+
+// One loop of the library. An immutable value; every newly made one has an id of its own.
+class SavedLoop {
+public:
+    // The file name is that of the audio file inside the saved-loops folder, without a
+    // directory part; duration is in seconds, fileSize in bytes.
+    SavedLoop(QString name, QString filename, SecondsSince2001 createdDate, double duration,
+              qint64 fileSize);
+
+    const QUuid& id() const { return id_; }
+    const QString& name() const { return name_; }
+    const QString& filename() const { return filename_; }
+    SecondsSince2001 createdDate() const { return createdDate_; }
+    double duration() const { return duration_; }
+    qint64 fileSize() const { return fileSize_; }
+
+    // All six fields are equal; texts are when they are canonically equivalent.
+    friend bool operator==(const SavedLoop& a, const SavedLoop& b);
+    friend std::size_t qHash(const SavedLoop& loop, std::size_t seed) noexcept;
+
+private:
+    QUuid id_;
+    QString name_;
+    QString filename_;
+    SecondsSince2001 createdDate_;
+    double duration_;
+    qint64 fileSize_;
+};
+
+std::size_t qHash(const SavedLoop& loop, std::size_t seed = 0) noexcept;
+
+} // namespace tessivo
