@@ -56,23 +56,31 @@ start_time() {
     awk '{ print $20 }' <<<"${stat##*) }"
 }
 
-# end_remembered DIR: ends what remember_process noted, the latest first.
+# end_remembered DIR: ends what remember_process noted, the latest first, except ourselves.
 end_remembered() {
     local pid started
     [[ -f $1/processes ]] || return 0
     while read -r pid started; do
-        if [[ -n $started && $(start_time "$pid") == "$started" ]]; then
+        if [[ $pid != "$$" && -n $started && $(start_time "$pid") == "$started" ]]; then
             end_process "$pid"
         fi
     done < <(tac "$1/processes")
     rm -f "$1/processes"
 }
 
-# start_remembered DIR NAME COMMAND...: starts a process in the background, away from our
-# terminal and its signals, with its output in DIR/NAME.log; remembers it. Its id is in $!.
+# start_remembered DIR LOG COMMAND...: starts a process in the background, away from our
+# terminal and its signals, with its output in the file LOG; remembers it. Its id is in $!.
 start_remembered() {
-    local dir=$1 name=$2
+    local dir=$1 log=$2
     shift 2
-    setsid "$@" </dev/null >"$dir/$name.log" 2>&1 &
+    setsid "$@" </dev/null >"$log" 2>&1 &
     remember_process "$dir" $!
+}
+
+# import_environment FILE: exports the variables that a virtual display or sound server wrote.
+import_environment() {
+    set -a
+    # shellcheck source=/dev/null
+    source "$1"
+    set +a
 }

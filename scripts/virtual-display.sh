@@ -1,11 +1,12 @@
 #!/usr/bin/env bash
 # A display without a screen, with a window manager.
 #
-#   scripts/virtual-display.sh start DIR [--size WIDTHxHEIGHT]
+#   scripts/virtual-display.sh start DIR [--size WIDTHxHEIGHT] [--owner PID]
 #   scripts/virtual-display.sh stop DIR
 #
 # start returns when windows can be opened; DIR/environment then holds DISPLAY=. Nothing is
-# printed but errors. stop ends what start began and leaves the logs in DIR.
+# printed but errors. stop ends what start began and leaves the logs in DIR; with an owner, the
+# end of that process does the same.
 set -euo pipefail
 # shellcheck source=scripts/lib.sh
 source "$(dirname "${BASH_SOURCE[0]}")/lib.sh"
@@ -20,31 +21,56 @@ window_manager_runs() {
 }
 
 start() {
-    local size=1280x800
-    [[ ${1:-} != --size ]] || size=${2:?--size needs WIDTHxHEIGHT}
+    local size=1280x800 owner=
+    while (($# > 1)); do
+        case $1 in
+            --size) size=$2 ;;
+            --owner) owner=$2 ;;
+            *) usage ;;
+        esac
+        shift 2
+    done
+    (($# == 0)) || usage
     mkdir -p "$dir"
     [[ ! -e $dir/processes ]] || fail "a display is already running in $dir"
-    trap 'end_remembered "$dir"' ERR EXIT
+    trap 'end_remembered "$dir"' EXIT
 
     # The server itself takes the first number that is free, so that two never meet.
     : >"$dir/number"
-    start_remembered "$dir" display \
+    start_remembered "$dir" "$dir/display.log" \
         Xvfb -displayfd 3 -screen 0 "${size}x24" -dpi 96 -nolisten tcp -noreset 3>"$dir/number"
     server=$!
     wait_until 20 display_named || fail "the display did not start within 20 s, see $dir/display.log"
-    display=:$(<"$dir/number")
     running "$server" || fail "the display ended: $(tail -n 3 "$dir/display.log")"
+    display=:$(<"$dir/number")
 
-    DISPLAY=$display start_remembered "$dir" window-manager openbox --sm-disable
+    DISPLAY=$display start_remembered "$dir" "$dir/window-manager.log" openbox --sm-disable
     wait_until 20 window_manager_runs ||
         fail "the window manager did not start within 20 s, see $dir/window-manager.log"
+    if [[ -n $owner ]]; then
+        # A test that crashes cannot stop what it started.
+        start_remembered "$dir" "$dir/owner.log" "${BASH_SOURCE[0]}" follow "$dir" "$owner"
+    fi
     printf 'DISPLAY=%s\n' "$display" >"$dir/environment"
-    trap - ERR EXIT
+    trap - EXIT
 }
 
-dir=${2:?usage: virtual-display.sh start|stop DIR}
+follow() {
+    while running "$1"; do
+        sleep 0.5
+    done
+    end_remembered "$dir"
+}
+
+usage() {
+    fail "usage: virtual-display.sh start DIR [--size WIDTHxHEIGHT] [--owner PID] | stop DIR"
+}
+
+(($# >= 2)) || usage
+dir=$2
 case $1 in
-start) start "${@:3}" ;;
-stop) end_remembered "$dir" ;;
-*) fail "usage: virtual-display.sh start|stop DIR" ;;
+    start) start "${@:3}" ;;
+    stop) end_remembered "$dir" ;;
+    follow) follow "$3" ;;
+    *) usage ;;
 esac

@@ -1,0 +1,234 @@
+#!/usr/bin/env bash
+# Installs what is missing, builds Tessivo and starts it.
+#
+# Without a sound server it plays to a private one, whose microphone plays a riff. Without
+# a display it plays a demonstration on a virtual one and leaves what came of it in demo/.
+set -euo pipefail
+# shellcheck source=scripts/lib.sh
+source "$(dirname "${BASH_SOURCE[0]}")/lib.sh"
+cd "$TESSIVO_ROOT"
+
+application=$TESSIVO_ROOT/build/release/tessivo
+demo=$TESSIVO_ROOT/demo
+private= # folder of everything that is ours for this run, and ends with it
+
+have_display() {
+    if [[ -n ${WAYLAND_DISPLAY:-} ]]; then
+        # A name without a folder is meant in the runtime folder.
+        local socket=$WAYLAND_DISPLAY
+        [[ $socket == /* ]] || socket=${XDG_RUNTIME_DIR:-}/$socket
+        [[ ! -S $socket ]] || return 0
+    fi
+    [[ -n ${DISPLAY:-} ]] && timeout 5 xdpyinfo >/dev/null 2>&1
+}
+
+have_sound() {
+    timeout 5 pw-cli info 0 >/dev/null 2>&1
+}
+
+clean_up() {
+    local status=$?
+    trap - EXIT
+    end_remembered "$private"
+    scripts/virtual-display.sh stop "$private/display" || true
+    scripts/virtual-sound.sh stop "$private/sound" || true
+    if ((status != 0)) && [[ -d $demo ]]; then
+        local log
+        for log in "$private"/*.log "$private"/*/*.log; do
+            [[ ! -f $log ]] || cp "$log" "$demo/"
+        done
+        say "What the programs said is in $demo/*.log" >&2
+    fi
+    rm -rf "$private"
+    exit "$status"
+}
+
+build() {
+    local configure=(nice cmake --preset release)
+    local compile=(nice cmake --build --preset release --target tessivo)
+    # A folder that is not configured yet is configured for the application alone, which
+    # needs no test tools; one that is keeps what it was configured for.
+    [[ -f build/release/CMakeCache.txt ]] ||
+        configure+=(-DBUILD_TESTING=OFF -DTESSIVO_BENCHMARKS=OFF)
+    mkdir -p build
+    say "Building Tessivo (some minutes the first time) ..."
+    "${configure[@]}" >build/configure.log 2>&1 ||
+        { tail -n 20 build/configure.log >&2 && fail "the build could not be prepared"; }
+    if [[ -t 1 ]]; then
+        "${compile[@]}" || fail "the build failed"
+    else
+        "${compile[@]}" >build/compile.log 2>&1 ||
+            { tail -n 40 build/compile.log >&2 && fail "the build failed"; }
+    fi
+}
+
+# A two-second riff of plucked strings.
+make_riff() {
+    local semitones
+    # Offsets from A4, an eighth note each at 120 beats a minute.
+    for semitones in -36 -29 -24 -26 -21 -24 -29 -31; do
+        sox -R -n -r 48000 -c 2 -t f32 - synth 0.25 pluck "%$semitones" gain -3 fade 0.002 0 0.01
+    done | sox -t f32 -r 48000 -c 2 - -e float -b 32 "$1"
+}
+
+riff_linked() {
+    # The first succeeds once both ends are there.
+    pw-link riff:output_FL mic:input_FL 2>/dev/null && pw-link riff:output_FR mic:input_FR
+}
+
+# A sound server of our own: a speaker that nobody hears, and a microphone into which the
+# riff plays for as long as we run.
+start_private_sound() {
+    scripts/virtual-sound.sh start "$private/sound" --quantum 256 --owner $$ ||
+        fail "the private sound server did not start"
+    import_environment "$private/sound/environment"
+    make_riff "$private/riff.wav"
+    mkfifo "$private/riff"
+    start_remembered "$private" "$private/riff.log" \
+        pw-cat -p --target 0 -P '{ node.name = riff }' "$private/riff"
+    start_remembered "$private" "$private/riff-source.log" \
+        sox -V1 "$private/riff.wav" -t au "$private/riff" repeat -
+    wait_until 10 riff_linked || fail "the riff did not reach the virtual microphone"
+}
+
+start_private() {
+    private=$(mktemp -d)
+    trap clean_up EXIT
+    trap 'exit 130' INT
+    trap 'exit 143' TERM HUP
+}
+
+# --- The demonstration -------------------------------------------------------------------
+
+log_has() {
+    grep -qF -- "$1" "$demo/tessivo.log"
+}
+
+# await_line TEXT: the application writes a line with that text, and still runs.
+await_line() {
+    wait_until 10 log_has "$1" || fail "Tessivo did not say \"$1\", see $demo/tessivo.log"
+    running "$tessivo" || fail "Tessivo ended by itself, see $demo/tessivo.log"
+}
+
+window_shown() {
+    window=$(xdotool search --onlyvisible --class tessivo 2>/dev/null | head -n 1)
+    [[ -n $window ]]
+}
+
+press() {
+    xdotool windowfocus --sync "$window" key "$1"
+}
+
+screenshot() {
+    import -window "$window" "$demo/$1.png" || fail "no picture could be taken of the window"
+}
+
+seconds_of() {
+    soxi -D "$1"
+}
+
+loudness_of() {
+    sox "$1" -n stat 2>&1 | awk '/^RMS +amplitude/ { print $3 }'
+}
+
+# within VALUE LOW HIGH
+within() {
+    awk -v value="$1" -v low="$2" -v high="$3" \
+        'BEGIN { exit !(value ~ /^[0-9.]+$/ && value >= low && value <= high) }'
+}
+
+play_demonstration() {
+    local take recorder seconds
+    rm -rf "$demo"
+    mkdir -p "$demo" "$private/home/Documents" "$private/home/.config"
+    printf 'XDG_DOCUMENTS_DIR="%s"\n' "$private/home/Documents" >"$private/home/.config/user-dirs.dirs"
+
+    scripts/virtual-display.sh start "$private/display" --owner $$ ||
+        fail "the virtual display did not start"
+    import_environment "$private/display/environment"
+    unset WAYLAND_DISPLAY XDG_CONFIG_HOME XDG_DATA_HOME XDG_CACHE_HOME XDG_STATE_HOME
+    export HOME=$private/home QT_QPA_PLATFORM=xcb
+
+    start_remembered "$private" "$private/recorder.log" pw-record --target speaker \
+        -P '{ stream.capture.sink = true }' --rate 48000 --channels 2 --format f32 \
+        "$private/heard.wav"
+    recorder=$!
+
+    say "Starting Tessivo ..."
+    start_remembered "$private" "$demo/tessivo.log" "$application"
+    tessivo=$!
+    wait_until 20 window_shown || fail "no window appeared, see $demo/tessivo.log"
+    sleep 1
+    screenshot 1-ready
+
+    say "Return: recording about four seconds of the riff ..."
+    press Return
+    await_line "Recording started successfully"
+    sleep 2
+    screenshot 2-recording
+    sleep 1.9
+
+    say "Return: the take plays as a loop ..."
+    press Return
+    await_line "Playback started"
+    sleep 9
+    screenshot 3-looping
+
+    say "Space: stop."
+    press space
+    await_line "Playback stopped"
+    sleep 1
+    screenshot 4-stopped
+    xdotool windowfocus --sync "$window" key alt+F4
+    wait_until 10 not_running "$tessivo" || fail "Tessivo did not end when its window was closed"
+    wait "$tessivo" || fail "Tessivo ended with status $?, see $demo/tessivo.log"
+    end_process "$recorder"
+
+    take=$(find "$HOME/Documents/LooperFiles" -name 'loop_*.wav' -print -quit 2>/dev/null || true)
+    [[ -n $take ]] || fail "Tessivo left no take"
+    cp "$take" "$demo/take.wav"
+    seconds=$(seconds_of "$demo/take.wav")
+    within "$seconds" 3.5 5 || fail "the take is $seconds s long, not about 4 s"
+    within "$(loudness_of "$demo/take.wav")" 0.01 1 || fail "the take is silent"
+
+    # What was heard, without the silence before and after it.
+    sox "$private/heard.wav" "$demo/speaker.wav" \
+        silence 1 0.005 0.1% reverse silence 1 0.005 0.1% reverse ||
+        fail "the recording of the speaker cannot be read"
+    heard=$(seconds_of "$demo/speaker.wav")
+    within "$heard" 8 11 || fail "the loop was heard for $heard s, not for about 9 s"
+    within "$(loudness_of "$demo/speaker.wav")" 0.01 1 || fail "the loop was not heard"
+
+    say ""
+    say "Tessivo recorded $seconds s and looped them for $heard s. In $demo:"
+    say "  take.wav      the take, as Tessivo wrote it"
+    say "  speaker.wav   what came out of the speaker"
+    say "  1-ready.png 2-recording.png 3-looping.png 4-stopped.png"
+    say "  tessivo.log   what Tessivo said meanwhile"
+}
+
+scripts/packages.sh build run
+display=yes sound=yes
+have_display || display=no
+[[ $display == yes ]] && have_sound || sound=no
+[[ $sound == yes ]] || scripts/packages.sh sound
+[[ $display == yes ]] || scripts/packages.sh display
+build
+
+if [[ $display == no ]]; then
+    say "There is no display here: Tessivo plays a demonstration on a virtual one, with a"
+    say "private sound server whose microphone plays a riff."
+    start_private
+    start_private_sound
+    play_demonstration
+elif [[ $sound == no ]]; then
+    say "No sound server answers here: Tessivo starts with a private one. Its microphone plays"
+    say "a riff; its speaker cannot be heard."
+    start_private
+    # Only sound comes from there; the display needs the user's own folders.
+    (start_private_sound)
+    PIPEWIRE_RUNTIME_DIR=$(sed -n 's/^PIPEWIRE_RUNTIME_DIR=//p' "$private/sound/environment") \
+        "$application"
+else
+    exec "$application"
+fi
