@@ -1,0 +1,65 @@
+#!/usr/bin/env bash
+# Everything that must hold before a change is accepted: installs what is missing, checks
+# the sources, builds, and runs all tests, plain and under the sanitizers. Stops at the
+# first thing that does not hold.
+set -euo pipefail
+# shellcheck source=scripts/lib.sh
+source "$(dirname "${BASH_SOURCE[0]}")/lib.sh"
+cd "$TESSIVO_ROOT"
+exec </dev/null
+
+jobs=$(nproc)
+export CTEST_PARALLEL_LEVEL=$jobs
+# Tests choose their own display and sound server, never those of the desktop.
+unset DISPLAY WAYLAND_DISPLAY PIPEWIRE_REMOTE PIPEWIRE_RUNTIME_DIR
+
+stage() {
+    local started=$SECONDS
+    printf '\n=== %s\n' "$1"
+    shift
+    "$@"
+    printf '=== %d s\n' $((SECONDS - started))
+}
+
+sources() {
+    find src tests benchmarks \( -name '*.cpp' -o -name '*.h' \) -print0
+}
+
+check_text() {
+    scripts/check-sources.sh
+    sources | xargs -0 clang-format --dry-run -Werror
+    shellcheck scripts/*.sh .ci/run
+}
+
+# configure_and_build PRESET [CMAKE-OPTION...]
+configure_and_build() {
+    cmake --preset "$@" -DBUILD_TESTING=ON
+    cmake --build --preset "$1"
+}
+
+check_code() {
+    find src -name '*.cpp' -print0 |
+        xargs -0 -n 1 -P "$jobs" clang-tidy --quiet -p build/release
+}
+
+# A test that did not run has shown nothing, so it counts as failed.
+run_tests() {
+    local log=build/$1/tests.log
+    ctest --preset "$1" --no-tests=error | tee "$log"
+    ! grep -q 'tests did not run' "$log" || fail "some tests did not run"
+}
+
+sanitized() {
+    configure_and_build "$1"
+    run_tests "$1"
+}
+
+stage "Packages" scripts/packages.sh build run sound display test
+stage "Sources: format, scripts, left-overs" check_text
+# run.sh may have configured the same folder for the application alone.
+stage "Build" configure_and_build release -DTESSIVO_BENCHMARKS=ON
+stage "Sources: clang-tidy" check_code
+stage "Sources: qmllint" cmake --build --preset release --target all_qmllint
+stage "ThreadSanitizer" sanitized tsan
+stage "AddressSanitizer and UndefinedBehaviorSanitizer" sanitized asan
+stage "All tests" run_tests release
