@@ -146,6 +146,8 @@ private:
     std::uint64_t nextPassId_ = 1;
     std::shared_ptr<PlayerUnit> unit_;
     std::shared_ptr<PlayerStream> stream_;
+    // Stopped, but their ramps may still sound.
+    std::vector<std::shared_ptr<PlayerStream>> fading_;
 };
 
 } // namespace tessivo::sound
