@@ -1,0 +1,239 @@
+#include "Audio/SimpleAudioEngine.h"
+
+#include "Audio/SimplePlayer.h"
+#include "Audio/SimpleRecorder.h"
+#include "Platform/Sound/PipeWireDevice.h"
+#include "Platform/System/LogLine.h"
+#include "Platform/System/MainQueue.h"
+
+#include <QPointer>
+
+#include <algorithm>
+#include <chrono>
+#include <cmath>
+#include <string>
+#include <utility>
+
+namespace tessivo {
+namespace {
+
+constexpr std::uint32_t kTapBufferFrames = 2048;
+
+// At most thirty levels a second.
+constexpr std::chrono::duration<double> kLevelUpdateInterval{1.0 / 30.0};
+
+} // namespace
+
+// When the level was last measured. A steady clock: setting the wall clock back must not
+// stop the meter.
+struct SimpleAudioEngine::LevelClock {
+    std::chrono::steady_clock::time_point lastUpdate = std::chrono::steady_clock::now();
+
+    // Whether a measurement is due; then the next one is due an interval later.
+    bool isDue() {
+        const auto now = std::chrono::steady_clock::now();
+        if (now - lastUpdate < kLevelUpdateInterval) {
+            return false;
+        }
+        lastUpdate = now;
+        return true;
+    }
+};
+
+SimpleAudioEngine::SimpleAudioEngine()
+    : SimpleAudioEngine(std::make_unique<sound::PipeWireDevice>("Tessivo")) {}
+
+SimpleAudioEngine::SimpleAudioEngine(std::unique_ptr<sound::AudioDevice> device)
+    : audioEngine_(
+          std::move(device), [](auto task) { MainQueue::post(std::move(task)); },
+          [](const std::string& line) { logLine(line); })
+    , monitoringMixerNode_(std::make_shared<sound::MixerNode>())
+    , levelClock_(std::make_shared<LevelClock>()) {
+    logLine("Audio session setup for macOS (automatic)");
+    setupAudioEngine();
+    setupDeviceChangeMonitoring();
+}
+
+SimpleAudioEngine::~SimpleAudioEngine() {
+    stop();
+}
+
+void SimpleAudioEngine::setupAudioEngine() {
+    audioEngine_.attach(monitoringMixerNode_);
+    const sound::AudioFormat input = inputNode().inputFormat();
+    const sound::AudioFormat output = audioEngine_.outputNode().inputFormat();
+    logLine("🎛️ [ENGINE] Input format: " + input.description());
+    logLine("🎛️ [ENGINE] Output format: " + output.description());
+    if (input.sampleRate() != output.sampleRate()) {
+        logLine("🚨 [ENGINE] SAMPLE RATE MISMATCH DETECTED!");
+        logLine("🚨 [ENGINE] Input: " + sound::rateText(input.sampleRate()) +
+                "Hz, Output: " + sound::rateText(output.sampleRate()) + "Hz");
+        logLine("🚨 [ENGINE] This will cause performance issues and frame size errors");
+        logLine("🎛️ [ENGINE] Attempting to use preferred sample rate: " +
+                sound::rateText(std::max(input.sampleRate(), output.sampleRate())) + "Hz");
+    }
+
+    sound::AudioFormat connection = input;
+    if (input.channelCount() < 3) {
+        logLine("🎛️ [ENGINE] Channel count OK - direct connection");
+    } else {
+        logLine("🎛️ [ENGINE] High channel count detected: " +
+                std::to_string(input.channelCount()) + " channels");
+        logLine("🎛️ [ENGINE] Using selective channel approach to avoid frame size errors");
+        const auto stereo = sound::AudioFormat::standard(input.sampleRate(), 2);
+        if (!stereo) {
+            logLine("❌ [ENGINE] Failed to create stereo input format");
+            return;
+        }
+        logLine("🎛️ [ENGINE] Using stereo input format: " + stereo->description());
+        connection = *stereo;
+    }
+    audioEngine_.connect(inputNode(), *monitoringMixerNode_, connection);
+    audioEngine_.connect(*monitoringMixerNode_, *audioEngine_.mainMixerNode(), connection);
+
+    logLine("🎛️ [ENGINE] Starting with input format: " + input.description());
+    logLine("🎛️ [ENGINE] Input format settings: " + input.settings().description());
+    monitoringMixerNode_->setOutputVolume(0.0F);
+    logLine("🎛️ [ENGINE] Enabling level monitoring");
+    enableLevelMonitoring();
+    logLine("🎛️ [ENGINE] Audio engine setup completed");
+}
+
+void SimpleAudioEngine::setupDeviceChangeMonitoring() {
+    audioEngine_.setConfigurationChangeHandler([this] { handleConfigurationChange(); });
+}
+
+void SimpleAudioEngine::handleConfigurationChange() {
+    logLine("🔄 [ENGINE] Audio configuration changed!");
+    const sound::AudioFormat format = inputNode().outputFormat();
+    logLine("🔄 [ENGINE] New input format: " + format.description());
+    logLine("🔄 [ENGINE] New format settings: " + format.settings().description());
+    if (recorder_ && recorder_->isRecording()) {
+        logLine("🔄 [ENGINE] ⚠️ Device change detected during recording!");
+        logLine("🔄 [ENGINE] Current recording would need to be restarted with new format");
+        logLine("🔄 [ENGINE] This is why inputFormat.settings is queried fresh each recording");
+    } else {
+        logLine("🔄 [ENGINE] ✅ Not recording - next recording will use new format "
+                "automatically");
+    }
+}
+
+void SimpleAudioEngine::start() {
+    if (audioEngine_.isRunning()) {
+        return;
+    }
+    const sound::AudioFormat format = inputNode().outputFormat();
+    logLine("🎛️ [ENGINE] Starting with input format: " + format.description());
+    logLine("🎛️ [ENGINE] Input format settings: " + format.settings().description());
+    audioEngine_.start();
+    publish(isEngineRunning_, true);
+    enableLevelMonitoring();
+    logLine("🎛️ [ENGINE] Audio engine started successfully");
+}
+
+void SimpleAudioEngine::stop() {
+    if (!audioEngine_.isRunning()) {
+        return;
+    }
+    inputNode().removeTap();
+    audioEngine_.stop();
+    publish(isEngineRunning_, false);
+    logLine("Audio engine stopped");
+}
+
+void SimpleAudioEngine::enableLevelMonitoring() {
+    logLine("🎛️ [ENGINE] Enabling level monitoring");
+    isLevelMonitoringEnabled_ = true;
+    updateTapHandler();
+}
+
+void SimpleAudioEngine::enableRecording(sound::TapBlock recordingHandler) {
+    logLine("🎛️ [ENGINE] Enabling recording in unified tap");
+    isRecordingActive_ = true;
+    tapHandler_ = std::move(recordingHandler);
+    if (isLevelMonitoringEnabled_) {
+        tapHandler_ = [record = std::move(tapHandler_),
+                       meter = makeLevelHandler()](const auto& buffer, const auto& time) {
+            record(buffer, time);
+            meter(buffer, time);
+        };
+    }
+    installUnifiedTap();
+}
+
+void SimpleAudioEngine::disableRecording() {
+    logLine("🎛️ [ENGINE] Disabling recording in unified tap");
+    isRecordingActive_ = false;
+    updateTapHandler();
+}
+
+void SimpleAudioEngine::updateTapHandler() {
+    if (isRecordingActive_) {
+        return;
+    }
+    if (isLevelMonitoringEnabled_) {
+        tapHandler_ = makeLevelHandler();
+        installUnifiedTap();
+    } else {
+        inputNode().removeTap();
+    }
+}
+
+void SimpleAudioEngine::installUnifiedTap() {
+    inputNode().removeTap();
+    if (!tapHandler_) {
+        return;
+    }
+    const sound::AudioFormat format = inputNode().outputFormat();
+    logLine("🎛️ [ENGINE] Installing unified tap with format: " + format.description());
+    inputNode().installTap(kTapBufferFrames, format, tapHandler_);
+}
+
+sound::TapBlock SimpleAudioEngine::makeLevelHandler() {
+    return [self = QPointer(this), clock = levelClock_](const auto& buffer, const auto&) {
+        if (!clock->isDue()) {
+            return;
+        }
+        MainQueue::post([self, level = calculateLevel(buffer)] {
+            if (self) {
+                self->publish(self->inputLevel_, level, &SimpleAudioEngine::inputLevelChanged);
+            }
+        });
+    };
+}
+
+float SimpleAudioEngine::calculateLevel(const sound::AudioPCMBuffer& buffer) {
+    if (!buffer.hasFloatChannelData() || buffer.frameLength() == 0) {
+        return 0.0F;
+    }
+    float sum = 0.0F;
+    for (const float sample : buffer.channel(0)) {
+        sum += std::abs(sample);
+    }
+    return sum / static_cast<float>(buffer.frameLength());
+}
+
+void SimpleAudioEngine::setInputMonitoring(bool enabled) {
+    monitoringMixerNode_->setOutputVolume(enabled ? 1.0F : 0.0F);
+    logLine(std::string("🎛️ [ENGINE] Input monitoring ") + (enabled ? "enabled" : "disabled"));
+}
+
+SimpleRecorder& SimpleAudioEngine::createRecorder() {
+    logLine("🎛️ [ENGINE] createRecorder() called");
+    if (recorder_) {
+        logLine("🎛️ [ENGINE] Returning existing recorder instance");
+    } else {
+        logLine("🎛️ [ENGINE] Creating new recorder instance");
+        recorder_ = std::make_unique<SimpleRecorder>(*this);
+    }
+    return *recorder_;
+}
+
+SimplePlayer& SimpleAudioEngine::createPlayer() {
+    if (!player_) {
+        player_ = std::make_unique<SimplePlayer>(audioEngine_);
+    }
+    return *player_;
+}
+
+} // namespace tessivo

@@ -1,0 +1,58 @@
+#pragma once
+
+#include "Platform/Sound/AudioFile.h"
+#include "Platform/Sound/AudioNode.h"
+#include "Platform/System/ObservableObject.h"
+
+#include <QUrl>
+
+#include <cstdint>
+#include <memory>
+
+namespace tessivo {
+
+// Plays one file over and over, without a gap between the passes, until it is stopped.
+// Main thread only.
+class SimplePlayer : public ObservableObject {
+    Q_OBJECT
+
+public:
+    // Attaches a player node of its own to the engine, which outlives the player and may be
+    // running.
+    explicit SimplePlayer(sound::AudioEngine& audioEngine);
+    ~SimplePlayer() override;
+
+    // Throws AudioError when the file cannot be opened; nothing has changed then. While
+    // the player loops, the pass in progress finishes with the previous file and the next
+    // one is the new file's.
+    void loadAudioFile(const QUrl& url);
+
+    // Does nothing without a file, or while it plays.
+    void startPlaying();
+    // The file stays loaded; the next start begins with its first frame.
+    void stopPlaying();
+
+    // Linear gain, taken as given.
+    void setVolume(float volume);
+
+    // Stops and forgets the file, which stays on disk.
+    void clearAudioFile();
+
+    bool isPlaying() const { return isPlaying_; }
+
+    // Location of the loaded file; empty when there is none.
+    const QUrl& currentURL() const { return currentURL_; }
+
+private:
+    void scheduleLoop();
+    void passesQueued(const sound::PlaybackNotice& notice);
+
+    sound::AudioEngine& audioEngine_;
+    std::shared_ptr<sound::PlayerNode> playerNode_;
+    std::shared_ptr<sound::AudioFileReader> audioFile_;
+    bool isPlaying_ = false;
+    QUrl currentURL_;
+    std::uint64_t scheduledPass_ = 0; // the one whose notice queues the next
+};
+
+} // namespace tessivo

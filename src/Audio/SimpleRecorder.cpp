@@ -1,0 +1,130 @@
+#include "Audio/SimpleRecorder.h"
+
+#include "Audio/SimpleAudioEngine.h"
+#include "Platform/Sound/AudioFile.h"
+#include "Platform/System/LogLine.h"
+#include "Utils/AudioUtils.h"
+
+#include <QFileInfo>
+
+#include <cstdint>
+#include <exception>
+#include <filesystem>
+#include <string>
+#include <system_error>
+
+namespace tessivo {
+namespace {
+
+// A progress line for every so many buffers: at 48 kHz one in about four seconds.
+constexpr std::int64_t kProgressInterval = 100;
+
+std::filesystem::path pathOf(const QUrl& url) {
+    return QFileInfo(url.toLocalFile()).filesystemFilePath();
+}
+
+std::string text(bool value) {
+    return value ? "true" : "false";
+}
+
+} // namespace
+
+// A file being written and how many buffers it was given.
+struct SimpleRecorder::Take {
+    explicit Take(const QUrl& url, const sound::AudioFileSettings& settings)
+        : file(pathOf(url), settings) {}
+
+    void write(const sound::AudioPCMBuffer& buffer);
+
+    sound::AudioFileWriter file;
+    std::int64_t buffers = 0; // the tap thread's
+};
+
+void SimpleRecorder::Take::write(const sound::AudioPCMBuffer& buffer) {
+    ++buffers;
+    if (buffers % kProgressInterval == 0 && buffer.frameLength() != 0) {
+        logLine("📼 [RECORDER TAP] Writing buffer #" + std::to_string(buffers) + " with " +
+                std::to_string(buffer.frameLength()) + " frames");
+    }
+    try {
+        file.write(buffer);
+        if (buffers == 1) {
+            logLine("📼 [RECORDER TAP] ✅ First buffer written successfully!");
+        }
+    } catch (const std::exception& error) {
+        logLine("❌ [RECORDER TAP ERROR] Error writing audio buffer #" + std::to_string(buffers) +
+                ": " + error.what());
+    }
+}
+
+SimpleRecorder::SimpleRecorder(SimpleAudioEngine& audioEngine)
+    : audioEngine_(audioEngine) {}
+
+SimpleRecorder::~SimpleRecorder() = default;
+
+void SimpleRecorder::startRecording() {
+    logLine("📼 [RECORDER] startRecording() called");
+    if (isRecording_) {
+        logLine("📼 [RECORDER] Already recording, returning");
+        return;
+    }
+    const sound::AudioFormat format = audioEngine_.inputNode().outputFormat();
+    logLine("📼 [RECORDER] Input format: " + format.description());
+
+    const QUrl url = AudioUtils::createLoopFileURL();
+    const std::string location = url.toString().toStdString();
+    publish(recordingURL_, url);
+    logLine("📼 [RECORDER] Recording URL created: " + location);
+    logLine("📼 [RECORDER] Creating audio file with input format to avoid conversion");
+    try {
+        take_ = std::make_shared<Take>(url, format.settings());
+    } catch (const std::exception& error) {
+        logLine(std::string("❌ [RECORDER ERROR] Failed to create audio file: ") + error.what());
+        logLine("❌ [RECORDER ERROR] Input format settings: " + format.settings().description());
+        throw;
+    }
+    logLine("📼 [RECORDER] Audio file created successfully with format: " + format.description());
+
+    logLine("📼 [RECORDER] Using unified tap system for recording");
+    audioEngine_.enableRecording(
+        [weakTake = std::weak_ptr(take_)](const auto& buffer, const auto&) {
+            if (const auto take = weakTake.lock()) {
+                take->write(buffer);
+            }
+        });
+    isRecording_ = true;
+    logLine("📼 [RECORDER] Recording started successfully to: " + location);
+    logLine("📼 [RECORDER] isRecording = " + text(isRecording_));
+}
+
+void SimpleRecorder::stopRecording() {
+    logLine("📼 [RECORDER] stopRecording() called");
+    if (!isRecording_) {
+        logLine("📼 [RECORDER] Not recording, returning");
+        return;
+    }
+    logLine("📼 [RECORDER] Disabling recording in unified tap system");
+    // The handler leaves the tap before the file is closed, so that the last buffers,
+    // which it still gets here, are part of the take.
+    audioEngine_.disableRecording();
+    if (take_) {
+        logLine("📼 [RECORDER] Closing audio file");
+        take_.reset();
+    }
+    isRecording_ = false;
+    logLine("📼 [RECORDER] Recording stopped - isRecording = " + text(isRecording_));
+    if (!recordingURL_.isEmpty()) {
+        logLine("📼 [RECORDER] Final recording URL: " + recordingURL_.toString().toStdString());
+    }
+}
+
+void SimpleRecorder::clearRecording() {
+    if (recordingURL_.isEmpty()) {
+        return;
+    }
+    std::error_code ignored;
+    std::filesystem::remove(pathOf(recordingURL_), ignored);
+    publish(recordingURL_, QUrl());
+}
+
+} // namespace tessivo

@@ -1,0 +1,49 @@
+#pragma once
+
+#include "Platform/System/ObservableObject.h"
+
+#include <QUrl>
+
+#include <memory>
+
+namespace tessivo {
+
+class SimpleAudioEngine;
+
+// Writes what the engine's input tap delivers into a new audio file per take, in the
+// input's own format. Main thread only; the buffers are written on the tap thread.
+class SimpleRecorder : public ObservableObject {
+    Q_OBJECT
+
+public:
+    // The engine outlives the recorder.
+    explicit SimpleRecorder(SimpleAudioEngine& audioEngine);
+    ~SimpleRecorder() override;
+
+    // Begins a take. Throws AudioError when its file cannot be made; recordingURL() is then
+    // the location at which there is no file. Harmless during a take.
+    void startRecording();
+
+    // Ends the take; when it returns, the file is complete and holds all that was captured.
+    void stopRecording();
+
+    // Deletes the last take's file, if it is there, and forgets its location.
+    void clearRecording();
+
+    bool isRecording() const { return isRecording_; }
+
+    // Location of the current or last take; empty when there is none.
+    const QUrl& recordingURL() const { return recordingURL_; }
+
+private:
+    struct Take;
+
+    SimpleAudioEngine& audioEngine_;
+    // The open file, shared only with the handler that the tap runs, and only by way of a
+    // weak reference: released here, it is closed as soon as no buffer is being written.
+    std::shared_ptr<Take> take_;
+    bool isRecording_ = false;
+    QUrl recordingURL_;
+};
+
+} // namespace tessivo

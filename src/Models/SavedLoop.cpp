@@ -1,0 +1,38 @@
+#include "Models/SavedLoop.h"
+
+#include <QHashFunctions>
+
+#include <utility>
+
+namespace tessivo {
+namespace {
+
+// One form for all canonically equivalent spellings of a text.
+QString canonical(const QString& text) {
+    return text.normalized(QString::NormalizationForm_D);
+}
+
+} // namespace
+
+SavedLoop::SavedLoop(QString name, QString filename, SecondsSince2001 createdDate, double duration,
+                     qint64 fileSize)
+    : id_(QUuid::createUuid())
+    , name_(std::move(name))
+    , filename_(std::move(filename))
+    , createdDate_(createdDate)
+    , duration_(duration)
+    , fileSize_(fileSize) {}
+
+bool operator==(const SavedLoop& a, const SavedLoop& b) {
+    return a.id_ == b.id_ && canonical(a.name_) == canonical(b.name_) &&
+           canonical(a.filename_) == canonical(b.filename_) && a.createdDate_ == b.createdDate_ &&
+           a.duration_ == b.duration_ && a.fileSize_ == b.fileSize_;
+}
+
+std::size_t qHash(const SavedLoop& loop, std::size_t seed) noexcept {
+    // Qt hashes both zeros of a floating-point number alike.
+    return qHashMulti(seed, loop.id_, canonical(loop.name_), canonical(loop.filename_),
+                      loop.createdDate_.count(), loop.duration_, loop.fileSize_);
+}
+
+} // namespace tessivo

@@ -1,0 +1,106 @@
+#include "Platform/System/LineWriter.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <csignal>
+#include <poll.h>
+#include <unistd.h>
+#include <utility>
+
+namespace tessivo {
+
+LineWriter::LineWriter(int descriptor, std::size_t capacity)
+    : descriptor_(descriptor)
+    , capacity_(capacity)
+    , thread_([this] { run(); }) {}
+
+LineWriter::~LineWriter() {
+    {
+        const std::scoped_lock lock(mutex_);
+        stopping_ = true;
+    }
+    added_.notify_one();
+    thread_.join();
+}
+
+void LineWriter::add(std::string_view line) {
+    std::string text(line);
+    std::replace_if(
+        text.begin(), text.end(), [](char c) { return c == '\n' || c == '\r'; }, ' ');
+    {
+        const std::scoped_lock lock(mutex_);
+        if (queue_.size() >= capacity_) {
+            ++lost_;
+            return;
+        }
+        queue_.push_back({std::move(text), std::exchange(lost_, 0)});
+    }
+    added_.notify_one();
+}
+
+bool LineWriter::flush(std::chrono::milliseconds limit) {
+    std::unique_lock lock(mutex_);
+    return idle_.wait_for(lock, limit,
+                          [this] { return queue_.empty() && lost_ == 0 && !writing_; });
+}
+
+void LineWriter::run() {
+    // A reader that has gone must show as a failed write, in this thread only: the signal's
+    // disposition belongs to the process and is inherited by what it starts.
+    sigset_t brokenPipe;
+    sigemptyset(&brokenPipe);
+    sigaddset(&brokenPipe, SIGPIPE);
+    pthread_sigmask(SIG_BLOCK, &brokenPipe, nullptr);
+
+    std::unique_lock lock(mutex_);
+    for (;;) {
+        added_.wait(lock, [this] { return stopping_ || !queue_.empty(); });
+        if (stopping_) {
+            return;
+        }
+        Entry entry = std::move(queue_.front());
+        queue_.pop_front();
+        writing_ = true;
+        lock.unlock();
+        reportLost(entry.lostBefore);
+        if (!writeLine(std::move(entry.text))) {
+            ++unsaid_;
+        }
+        lock.lock();
+        if (queue_.empty() && lost_ > 0) {
+            const std::uint64_t lost = std::exchange(lost_, 0);
+            lock.unlock();
+            reportLost(lost);
+            lock.lock();
+        }
+        writing_ = false;
+        idle_.notify_all();
+    }
+}
+
+void LineWriter::reportLost(std::uint64_t lost) {
+    unsaid_ += lost;
+    if (unsaid_ > 0 && writeLine(std::to_string(unsaid_) + " diagnostic lines were lost")) {
+        unsaid_ = 0;
+    }
+}
+
+bool LineWriter::writeLine(std::string line) const {
+    line += '\n';
+    std::string_view rest(line);
+    while (!rest.empty()) {
+        const ssize_t written = ::write(descriptor_, rest.data(), rest.size());
+        if (written >= 0) {
+            rest.remove_prefix(static_cast<std::size_t>(written));
+        } else if (errno == EAGAIN) {
+            // Someone else's setting of the shared pipe; we want to wait all the same.
+            pollfd ready{descriptor_, POLLOUT, 0};
+            ::poll(&ready, 1, -1);
+        } else if (errno != EINTR) {
+            return false;
+        }
+    }
+    return true;
+}
+
+} // namespace tessivo

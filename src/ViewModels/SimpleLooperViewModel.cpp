@@ -1,0 +1,226 @@
+#include "ViewModels/SimpleLooperViewModel.h"
+
+#include "Audio/SimplePlayer.h"
+#include "Audio/SimpleRecorder.h"
+#include "Platform/Sound/PipeWireDevice.h"
+#include "Platform/System/LogLine.h"
+#include "Platform/System/MainQueue.h"
+
+#include <QFileInfo>
+
+#include <chrono>
+#include <exception>
+#include <filesystem>
+#include <string>
+#include <system_error>
+#include <utility>
+
+namespace tessivo {
+namespace {
+
+// Between the end of a take and its playback, so that the state's writes come first.
+constexpr std::chrono::milliseconds kPlaybackDelay{100};
+
+// Asks the disk for the size of a take that is there, and reports when it will not say.
+void checkRecordingFile(const QUrl& url) {
+    const auto path = QFileInfo(url.toLocalFile()).filesystemFilePath();
+    constexpr auto kUnknown = static_cast<std::uintmax_t>(-1);
+    std::error_code error;
+    if (std::filesystem::exists(path, error) &&
+        std::filesystem::file_size(path, error) == kUnknown) {
+        logLine("❌ [ERROR] Could not get file size: " + error.message());
+    }
+}
+
+} // namespace
+
+SimpleLooperViewModel::SimpleLooperViewModel(QObject* parent)
+    : ObservableObject(parent) {
+    setupObservers();
+    startAudioEngine();
+}
+
+SimpleLooperViewModel::SimpleLooperViewModel(std::unique_ptr<sound::AudioDevice> device,
+                                             QObject* parent)
+    : ObservableObject(parent)
+    , audioEngine_(std::move(device)) {
+    setupObservers();
+    startAudioEngine();
+}
+
+SimpleLooperViewModel::~SimpleLooperViewModel() = default;
+
+void SimpleLooperViewModel::setupObservers() {
+    // Queued, as observers of a change expect to run after it and never inside it.
+    connect(
+        &audioEngine_, &SimpleAudioEngine::inputLevelChanged, this,
+        [this] { loopState_.setInputLevel(audioEngine_.inputLevel()); }, Qt::QueuedConnection);
+    connect(&loopState_, &SimpleLoopState::objectWillChange, this,
+            &SimpleLooperViewModel::objectWillChange, Qt::QueuedConnection);
+}
+
+void SimpleLooperViewModel::startAudioEngine() {
+    try {
+        audioEngine_.start();
+    } catch (const std::exception& error) {
+        logLine(std::string("Failed to start audio engine: ") + error.what());
+        return;
+    }
+    audioEngine_.setInputMonitoring(loopState_.inputMonitoringEnabled());
+}
+
+void SimpleLooperViewModel::recordButtonPressed() {
+    switch (loopState_.transportState()) {
+    case TransportState::stopped:
+        cancelDeferredPlayback();
+        startRecording();
+        break;
+    case TransportState::recording:
+        stopRecordingAndStartPlayback();
+        break;
+    case TransportState::playing:
+        break;
+    }
+}
+
+void SimpleLooperViewModel::playButtonPressed() {
+    if (!loopState_.hasAudio()) {
+        return;
+    }
+    switch (loopState_.transportState()) {
+    case TransportState::stopped:
+        cancelDeferredPlayback();
+        startPlayback();
+        break;
+    case TransportState::recording:
+        break;
+    case TransportState::playing:
+        stopPlayback();
+        break;
+    }
+}
+
+void SimpleLooperViewModel::stopButtonPressed() {
+    cancelDeferredPlayback();
+    switch (loopState_.transportState()) {
+    case TransportState::stopped:
+        break;
+    case TransportState::recording:
+        stopRecording();
+        break;
+    case TransportState::playing:
+        stopPlayback();
+        break;
+    }
+}
+
+void SimpleLooperViewModel::clearButtonPressed() {
+    if (loopState_.canClear()) {
+        cancelDeferredPlayback();
+        clearLoop();
+    }
+}
+
+void SimpleLooperViewModel::toggleInputMonitoring() {
+    const bool enabled = !loopState_.inputMonitoringEnabled();
+    post([this, enabled] { loopState_.setInputMonitoringEnabled(enabled); });
+    audioEngine_.setInputMonitoring(enabled);
+}
+
+void SimpleLooperViewModel::startRecording() {
+    recorder_ = &audioEngine_.createRecorder();
+    try {
+        recorder_->startRecording();
+    } catch (const std::exception& error) {
+        logLine(std::string("❌ [ERROR] Failed to start recording: ") + error.what());
+        logLine(std::string("❌ [ERROR] Error details: ") + error.what());
+        return;
+    }
+    post([this] {
+        loopState_.setTransportState(TransportState::recording);
+        loopState_.setIsRecording(true);
+    });
+}
+
+void SimpleLooperViewModel::stopRecording() {
+    if (recorder_ != nullptr) {
+        recorder_->stopRecording();
+    }
+    post([this] {
+        loopState_.setTransportState(TransportState::stopped);
+        loopState_.setIsRecording(false);
+    });
+    if (recorder_ == nullptr || recorder_->recordingURL().isEmpty()) {
+        logLine("❌ [ERROR] No recording URL found!");
+        return;
+    }
+    const QUrl url = recorder_->recordingURL();
+    checkRecordingFile(url);
+    post([this, url] {
+        loopState_.setFileURL(url);
+        loopState_.setHasAudio(true);
+    });
+}
+
+void SimpleLooperViewModel::stopRecordingAndStartPlayback() {
+    stopRecording();
+    const std::uint64_t order = ++playbackOrder_;
+    MainQueue::postAfter(kPlaybackDelay, this, [this, order] {
+        if (order == playbackOrder_) {
+            startPlayback();
+        }
+    });
+}
+
+void SimpleLooperViewModel::cancelDeferredPlayback() {
+    ++playbackOrder_;
+}
+
+void SimpleLooperViewModel::startPlayback() {
+    const QUrl url = loopState_.fileURL();
+    if (url.isEmpty()) {
+        return;
+    }
+    player_ = &audioEngine_.createPlayer();
+    try {
+        player_->loadAudioFile(url);
+        player_->startPlaying();
+    } catch (const std::exception& error) {
+        logLine(std::string("Failed to start playback: ") + error.what());
+        return;
+    }
+    player_->setVolume(loopState_.playbackVolume());
+    post([this] { loopState_.setTransportState(TransportState::playing); });
+    logLine("Playback started");
+}
+
+void SimpleLooperViewModel::stopPlayback() {
+    if (player_ != nullptr) {
+        player_->stopPlaying();
+    }
+    post([this] { loopState_.setTransportState(TransportState::stopped); });
+    logLine("Playback stopped");
+}
+
+void SimpleLooperViewModel::clearLoop() {
+    stopPlayback();
+    if (player_ != nullptr) {
+        player_->clearAudioFile();
+    }
+    if (recorder_ != nullptr) {
+        recorder_->clearRecording();
+    }
+    post([this] {
+        loopState_.setHasAudio(false);
+        loopState_.setFileURL({});
+        loopState_.setCurrentSavedLoop({});
+        loopState_.setTransportState(TransportState::stopped);
+    });
+    logLine("Loop cleared");
+}
+
+void SimpleLooperViewModel::post(std::function<void()> writes) {
+    MainQueue::post(this, std::move(writes));
+}
+
+} // namespace tessivo
