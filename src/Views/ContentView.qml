@@ -1,0 +1,92 @@
+import QtQuick
+import Tessivo
+import QtQuick.Templates as T
+
+// The main window. It owns the controller for its whole life, and every button, key and switch
+// in it ends in one of the controller's operations.
+T.ApplicationWindow {
+    id: root
+
+    readonly property SimpleLooperViewModel viewModel: SimpleLooperViewModel { }
+    readonly property SimpleLoopState loopState: viewModel.loopState
+    readonly property bool showingSheet: loopState.showingSaveDialog || loopState.showingLoopLibrary
+
+    visible: true
+    title: Application.displayName
+    color: Theme.controlBackground
+
+    // Large system fonts may need more than the usual frame; nothing is ever cut off.
+    minimumWidth: Math.ceil(stack.implicitWidth + 2 * Theme.contentMargin)
+    minimumHeight: Math.ceil(stack.implicitHeight + 2 * Theme.contentSpacing
+        + productName.implicitHeight + 2 * Theme.contentMargin)
+    maximumWidth: Math.max(minimumWidth, 400)
+    maximumHeight: Math.max(minimumHeight, 500)
+    width: maximumWidth
+    height: maximumHeight
+
+    Column {
+        id: stack
+
+        anchors.top: parent.top
+        anchors.topMargin: Theme.contentMargin
+        anchors.horizontalCenter: parent.horizontalCenter
+        spacing: Theme.contentSpacing
+
+        StatusView {
+            anchors.horizontalCenter: parent.horizontalCenter
+            loopState: root.loopState
+        }
+
+        LevelMeterView {
+            anchors.horizontalCenter: parent.horizontalCenter
+            level: root.loopState.inputLevel
+            meterHeight: 20
+            meterWidth: 300
+            segmentCount: 20
+        }
+
+        TransportControlsView {
+            anchors.horizontalCenter: parent.horizontalCenter
+            loopState: root.loopState
+            buttonSize: 60
+            keysEnabled: !root.showingSheet
+            onRecord: root.viewModel.recordButtonPressed()
+            onPlay: root.viewModel.playButtonPressed()
+            onStop: root.viewModel.stopButtonPressed()
+            onClear: root.viewModel.clearButtonPressed()
+        }
+
+        InputMonitoringToggleView {
+            anchors.horizontalCenter: parent.horizontalCenter
+            isMonitoringEnabled: root.loopState.inputMonitoringEnabled
+            onToggleMonitoring: root.viewModel.toggleInputMonitoring()
+        }
+    }
+
+    Text {
+        id: productName
+
+        anchors.bottom: parent.bottom
+        anchors.bottomMargin: Theme.contentMargin
+        anchors.horizontalCenter: parent.horizontalCenter
+        text: "Tessivo"
+        font: Theme.productName
+        color: Theme.primaryText
+
+        Accessible.role: Accessible.StaticText
+        Accessible.name: text
+    }
+
+    // A click anywhere takes the focus that the Tab key gave: whoever works with the pointer has
+    // the transport keys.
+    Item {
+        anchors.fill: parent
+
+        PointHandler {
+            onActiveChanged: {
+                if (active && root.activeFocusControl)
+                    root.activeFocusControl.focus = false;
+            }
+        }
+    }
+}

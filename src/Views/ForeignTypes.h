@@ -1,0 +1,46 @@
+#pragma once
+
+#include "Models/SimpleLoopState.h"
+#include "ViewModels/SimpleLooperViewModel.h"
+
+#include <QObject>
+#include <QtQml/qqml.h>
+
+namespace tessivo {
+
+// What QML may see of the layers below, which know nothing of QML themselves.
+
+struct SimpleLoopStateForeign {
+    Q_GADGET
+    QML_FOREIGN(tessivo::SimpleLoopState)
+    QML_NAMED_ELEMENT(SimpleLoopState)
+};
+
+struct SimpleLooperViewModelForeign {
+    Q_GADGET
+    QML_FOREIGN(tessivo::SimpleLooperViewModel)
+    QML_NAMED_ELEMENT(SimpleLooperViewModel)
+};
+
+namespace enumerations {
+Q_NAMESPACE
+QML_FOREIGN_NAMESPACE(tessivo)
+QML_NAMED_ELEMENT(Enumerations)
+} // namespace enumerations
+
+// The transport states by name: QML reaches enumerators only when they begin with a capital.
+class TransportStates : public QObject {
+    Q_OBJECT
+    QML_ELEMENT
+    QML_SINGLETON
+    Q_PROPERTY(tessivo::TransportState stopped READ stopped CONSTANT)
+    Q_PROPERTY(tessivo::TransportState recording READ recording CONSTANT)
+    Q_PROPERTY(tessivo::TransportState playing READ playing CONSTANT)
+
+public:
+    TransportState stopped() const { return TransportState::stopped; }
+    TransportState recording() const { return TransportState::recording; }
+    TransportState playing() const { return TransportState::playing; }
+};
+
+} // namespace tessivo

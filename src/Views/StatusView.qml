@@ -1,0 +1,47 @@
+import QtQuick
+import Tessivo
+
+// What the looper is doing, in words and colour.
+Rectangle {
+    id: root
+
+    required property SimpleLoopState loopState
+
+    readonly property bool isRecording: loopState.transportState === TransportStates.recording
+    readonly property bool isPlaying: loopState.transportState === TransportStates.playing
+
+    readonly property string statusText: {
+        if (isRecording)
+            return "Recording...";
+        if (isPlaying)
+            return "Playing Loop";
+        return loopState.hasAudio ? "Paused" : "Press Record";
+    }
+    readonly property color statusColor: {
+        if (isRecording)
+            return Theme.red;
+        return isPlaying ? Theme.green : Theme.primaryText;
+    }
+    readonly property color statusBackgroundColor: {
+        if (isRecording || isPlaying)
+            return Qt.alpha(statusColor, Theme.tint);
+        return Qt.alpha(Theme.gray, Theme.tint);
+    }
+
+    implicitWidth: label.implicitWidth + 2 * Theme.badgeHorizontalPadding
+    implicitHeight: label.implicitHeight + 2 * Theme.badgeVerticalPadding
+    radius: Theme.badgeRadius
+    color: statusBackgroundColor
+
+    Text {
+        id: label
+
+        anchors.centerIn: parent
+        text: root.statusText
+        font: Theme.headline
+        color: root.statusColor
+
+        Accessible.role: Accessible.StaticText
+        Accessible.name: text
+    }
+}

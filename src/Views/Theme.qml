@@ -1,0 +1,80 @@
+pragma Singleton
+import QtQuick
+
+// The only place that knows colours, fonts, distances and where the icons are. Everything
+// follows the system palette, also while the window is open, so that no view has to ask whether
+// the desktop is light or dark.
+QtObject {
+    id: theme
+
+    readonly property SystemPalette systemPalette: SystemPalette { }
+    readonly property bool dark: systemPalette.base.hslLightness < systemPalette.text.hslLightness
+
+    readonly property color controlBackground: systemPalette.base
+    readonly property color primaryText: systemPalette.text
+    readonly property color focusRing: systemPalette.highlight
+    readonly property color toolTipBackground: systemPalette.window
+    readonly property color toolTipText: systemPalette.windowText
+    readonly property color toolTipBorder: Qt.alpha(primaryText, 0.3)
+
+    // Strong enough to read as text on their own tint and to carry a white icon, which the usual
+    // signal colours are not; the dark set is lighter because its surroundings are not.
+    readonly property color red: dark ? "#f2463c" : "#cf2a22"
+    readonly property color green: dark ? "#2fa84f" : "#178a3f"
+    readonly property color yellow: dark ? "#d6a200" : "#d19c00"
+    readonly property color orange: dark ? "#e8730c" : "#e06a00"
+    readonly property color gray: dark ? "#77777d" : "#87878d"
+    readonly property color onColor: "white"
+
+    readonly property real tint: 0.2
+    readonly property real activeOpacity: 0.8
+    readonly property real pressedOpacity: 0.7
+    readonly property real unlitOpacity: 0.3
+
+    readonly property font headline: scaledSystemFont(1.1, Font.DemiBold)
+    readonly property font caption: scaledSystemFont(0.85, Font.Normal)
+    readonly property font productName: Qt.font({
+        family: "CircularStd-Bold",
+        pixelSize: 24,
+        weight: Font.Bold
+    })
+
+    readonly property real contentMargin: 40
+    readonly property real contentSpacing: 30
+    readonly property real buttonSpacing: 20
+    readonly property real toggleSpacing: 8
+    readonly property real iconLabelSpacing: 6
+    readonly property real meterSpacing: 2
+    readonly property real badgeRadius: 12
+    readonly property real badgeHorizontalPadding: 16
+    readonly property real badgeVerticalPadding: 8
+    readonly property real buttonIconSize: 24
+    readonly property real toggleIconWidth: 20
+    readonly property real toggleIconHeight: 16
+    readonly property real focusRingWidth: 2
+    readonly property real focusRingGap: 3
+
+    readonly property int stateAnimation: 200
+    readonly property int toolTipDelay: 700
+
+    function icon(symbol: string): url {
+        return Qt.resolvedUrl("icons/" + symbol + ".svg");
+    }
+
+    // The system font is given in points or in pixels, depending on the desktop; its other size
+    // is then -1.
+    function scaledSystemFont(ratio: real, weight: int): font {
+        const system = Application.font;
+        if (system.pointSize > 0)
+            return Qt.font({
+                family: system.family,
+                pointSize: system.pointSize * ratio,
+                weight: weight
+            });
+        return Qt.font({
+            family: system.family,
+            pixelSize: Math.round(system.pixelSize * ratio),
+            weight: weight
+        });
+    }
+}
