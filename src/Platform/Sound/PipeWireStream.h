@@ -1,0 +1,62 @@
+#pragma once
+
+#include "Platform/Sound/PipeWireHandles.h"
+
+#include <cstdint>
+#include <functional>
+#include <string>
+
+namespace tessivo::sound {
+
+class PipeWireCycles;
+
+// What the streams of one device have in common.
+struct PipeWireStreamSettings {
+    std::string applicationName;
+    std::string group; // streams of one group share one cycle of the graph
+    double renderRate = 0.0;
+};
+
+// One open stream, from opening to destruction. Belongs to its loop; made and destroyed
+// with the loop locked.
+class PipeWireStream {
+public:
+    enum class Kind {
+        capture,
+        directPlayback,   // renders in its own callback
+        triggeredPlayback // plays what the capture callback has rendered
+    };
+
+    // Opens a stream of 1 or 2 channels to the device with that serial number and hands it
+    // to the cycles. failed is called on the loop when the stream turns out not to work.
+    PipeWireStream(pw_core* core, const PipeWireStreamSettings& settings, Kind kind,
+                   std::uint32_t channelCount, std::string target, PipeWireCycles& cycles,
+                   std::function<void()> failed);
+    ~PipeWireStream();
+    PipeWireStream(const PipeWireStream&) = delete;
+    PipeWireStream& operator=(const PipeWireStream&) = delete;
+
+    Kind kind() const { return kind_; }
+    std::uint32_t channelCount() const { return channelCount_; }
+    const std::string& target() const { return target_; }
+    bool hasFailed() const { return failed_; }
+
+private:
+    static void onState(void* data, pw_stream_state old, pw_stream_state state, const char* error);
+    void open(pw_core* core, const PipeWireStreamSettings& settings);
+    void fail();
+
+    Kind kind_;
+    std::uint32_t channelCount_;
+    std::string target_;
+    PipeWireCycles& cycles_;
+    std::function<void()> failure_;
+    PipeWireOwner<pw_stream> stream_;
+    // Not Listeners: the stream removes them itself, once its callback can run no more.
+    spa_hook stateHook_{};
+    spa_hook processHook_{};
+    bool failed_ = false;
+    bool closing_ = false;
+};
+
+} // namespace tessivo::sound
