@@ -107,14 +107,15 @@ void AudioEngine::Impl::connect(AudioNode& from, AudioNode& to, std::optional<Au
     }
     connections_[&from] = {&to, format.value_or(AudioFormat(renderRate_, kGraphChannels))};
     publish();
+    captureIfUsed();
 }
 
 void AudioEngine::Impl::start() {
     if (running) {
         return;
     }
-    const bool usesInput = connections_.contains(&input) || tap_.has_value();
-    device_->start(*this, {usesInput});
+    capturing_ = usesInput();
+    device_->start(*this, {capturing_});
     running = true;
     // A server that came only now may run at another rate than was expected before.
     if (const double rate = device_->formats().renderRate; rate != renderRate_) {
@@ -122,6 +123,19 @@ void AudioEngine::Impl::start() {
         renderRate_ = rate;
         startTap();
         publish();
+    }
+}
+
+bool AudioEngine::Impl::usesInput() const {
+    return connections_.contains(const_cast<InputNode*>(&input)) || tap_.has_value();
+}
+
+// An engine that started without anybody listening to the input opened no capture stream.
+void AudioEngine::Impl::captureIfUsed() {
+    if (running && !capturing_ && usesInput()) {
+        device_->stop();
+        device_->start(*this, {true});
+        capturing_ = true;
     }
 }
 
@@ -147,6 +161,7 @@ void AudioEngine::Impl::installTap(std::uint32_t bufferSize, const AudioFormat& 
     tap_ = InstalledTap{bufferSize, format, std::move(block), nullptr};
     startTap();
     publish();
+    captureIfUsed();
 }
 
 void AudioEngine::Impl::removeTap() {

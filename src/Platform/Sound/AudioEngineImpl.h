@@ -61,6 +61,8 @@ private:
         std::shared_ptr<TapQueue> queue; // none while there is no input
     };
 
+    bool usesInput() const;
+    void captureIfUsed();
     std::size_t compile(AudioNode& node, std::vector<RenderPlan::Step>& steps) const;
     std::unique_ptr<RenderPlan> compile() const;
     void swapPlan(std::unique_ptr<RenderPlan> plan);
@@ -78,6 +80,7 @@ private:
     std::shared_ptr<Impl*> alive_;
     AudioDevice::Formats formats_;
     double renderRate_ = 0.0;
+    bool capturing_ = false;
 
     std::vector<std::shared_ptr<AudioNode>> attached_;
     std::map<AudioNode*, Connection> connections_;

@@ -66,6 +66,7 @@ void ReaderThread::run() {
             changed_.wait_for(lock, *wait, woken);
         }
     }
+    std::move(added_.begin(), added_.end(), std::back_inserter(streams));
     lock.unlock();
     // Notices that are still owed are not lost with the engine.
     for (const auto& stream : streams) {

@@ -1,0 +1,154 @@
+#include "Platform/Sound/AudioFile.h"
+#include "Platform/Sound/AudioError.h"
+#include "support/OfflineRig.h"
+
+#include <gtest/gtest.h>
+
+#include <csignal>
+#include <fstream>
+#include <sys/resource.h>
+#include <sys/stat.h>
+
+using namespace tessivo::sound;
+using namespace tessivo::test;
+
+namespace {
+
+AudioPCMBuffer bufferOf(const Channels& channels, double rate = 48000.0) {
+    AudioPCMBuffer buffer({rate, static_cast<std::uint32_t>(channels.size())},
+                          static_cast<std::uint32_t>(channels.front().size()));
+    buffer.setFrameLength(buffer.frameCapacity());
+    for (std::uint32_t c = 0; c < channels.size(); ++c) {
+        std::copy(channels[c].begin(), channels[c].end(), buffer.channel(c).begin());
+    }
+    return buffer;
+}
+
+std::string errorOfReading(const std::filesystem::path& path) {
+    try {
+        const AudioFileReader reader(path);
+    } catch (const AudioError& error) {
+        return error.what();
+    }
+    return {};
+}
+
+} // namespace
+
+TEST(AudioFileTest, TakeIsAnOrdinaryFloatWavWithEveryBitOfTheInput) {
+    const TemporaryFolder folder;
+    Channels channels{noise(5000, 1), noise(5000, 2)};
+    channels[0][7] = 3.5F; // above full scale
+    channels[1][9] = std::numeric_limits<float>::denorm_min();
+    writeFile(folder / "take.wav", 44100.0, channels);
+
+    const auto read = readFile(folder / "take.wav");
+    ASSERT_EQ(read.size(), 2U);
+    EXPECT_EQ(firstDifference(read[0], channels[0]), -1);
+    EXPECT_EQ(firstDifference(read[1], channels[1]), -1);
+    EXPECT_EQ(AudioFileReader(folder / "take.wav").format(), AudioFormat(44100.0, 2));
+
+    std::ifstream file(folder / "take.wav", std::ios::binary);
+    std::string header(12, '\0');
+    file.read(header.data(), 12);
+    EXPECT_EQ(header.substr(0, 4), "RIFF");
+    EXPECT_EQ(header.substr(8, 4), "WAVE");
+}
+
+TEST(AudioFileTest, UnfinishedTakeIsReadableAsFarAsItsLastHeader) {
+    const TemporaryFolder folder;
+    const Channels channels{noise(2048, 3)};
+    AudioFileWriter writer(folder / "take.wav", {48000.0, 1});
+    writer.write(bufferOf(channels));
+    std::filesystem::copy(folder / "take.wav", folder / "killed.wav");
+    EXPECT_EQ(firstDifference(readFile(folder / "killed.wav")[0], channels[0]), -1);
+
+    // The first write after half a second brings the header up to date again.
+    std::this_thread::sleep_for(std::chrono::milliseconds(520));
+    writer.write(bufferOf(channels));
+    std::filesystem::copy(folder / "take.wav", folder / "later.wav");
+    EXPECT_EQ(AudioFileReader(folder / "later.wav").length(), 4096);
+}
+
+TEST(AudioFileTest, NewTakeLeavesAnEarlierOneOfTheSameNameWhole) {
+    const TemporaryFolder folder;
+    const auto path = folder / "loop_1.wav";
+    const Channels first{noise(300, 4)};
+    const Channels second{noise(500, 5)};
+    writeFile(path, 48000.0, first);
+    AudioFileReader playing(path);
+    writeFile(path, 48000.0, second);
+    writeFile(path, 48000.0, first);
+
+    std::vector<float> still(300);
+    EXPECT_EQ(playing.read(still), 300);
+    EXPECT_EQ(firstDifference(still, first[0]), -1);
+    EXPECT_EQ(firstDifference(readFile(path)[0], first[0]), -1);
+    EXPECT_EQ(firstDifference(readFile(folder / "loop_1-1.wav")[0], first[0]), -1);
+    EXPECT_EQ(firstDifference(readFile(folder / "loop_1-2.wav")[0], second[0]), -1);
+}
+
+TEST(AudioFileTest, RefusesWhatIsNotALoop) {
+    const TemporaryFolder folder;
+    std::ofstream(folder / "text.wav") << "this is a text, not a sound";
+    std::ofstream(folder / "empty.wav");
+    { const AudioFileWriter none(folder / "none.wav", {48000.0, 2}); }
+    std::filesystem::create_directory(folder / "folder.wav");
+    ASSERT_EQ(mkfifo((folder / "pipe.wav").c_str(), 0600), 0);
+
+    EXPECT_NE(errorOfReading(folder / "missing.wav").find("No such file"), std::string::npos);
+    EXPECT_NE(errorOfReading(folder / "text.wav").find("Not an audio file"), std::string::npos);
+    EXPECT_NE(errorOfReading(folder / "empty.wav").find("Not an audio file"), std::string::npos);
+    EXPECT_NE(errorOfReading(folder / "none.wav").find("holds no audio"), std::string::npos);
+    EXPECT_NE(errorOfReading(folder / "folder.wav"), "");
+    EXPECT_NE(errorOfReading(folder / "pipe.wav"), "");
+
+    AudioFileReader reader([&] {
+        writeFile(folder / "good.wav", 48000.0, {noise(10, 6)});
+        return folder / "good.wav";
+    }());
+    EXPECT_THROW(reader.seek(11), AudioError);
+    EXPECT_THROW(reader.seek(-1), AudioError);
+}
+
+TEST(AudioFileTest, FileThatCannotBeMadeChangesNothing) {
+    const TemporaryFolder folder;
+    EXPECT_THROW(AudioFileWriter(folder / "no" / "take.wav", {48000.0, 1}), AudioError);
+    EXPECT_THROW(AudioFileWriter(folder / "take.wav", {48000.0, 0}), AudioError);
+    EXPECT_THROW(AudioFileWriter(folder / "take.wav", {0.0, 1}), AudioError);
+    EXPECT_TRUE(std::filesystem::is_empty(folder / ""));
+
+    AudioFileWriter writer(folder / "take.wav", {48000.0, 1});
+    EXPECT_THROW(writer.write(bufferOf({noise(4, 1), noise(4, 2)})), AudioError);
+}
+
+TEST(AudioFileTest, FullDiskKeepsWhatWasWrittenAndGoesOnWhenThereIsRoom) {
+    const TemporaryFolder folder;
+    const Channels block{noise(2048, 7)};
+    auto* previous = std::signal(SIGXFSZ, SIG_IGN);
+    rlimit saved{};
+    getrlimit(RLIMIT_FSIZE, &saved);
+    {
+        AudioFileWriter writer(folder / "take.wav", {48000.0, 1});
+        writer.write(bufferOf(block));
+        rlimit full = saved;
+        full.rlim_cur = 12001; // in the middle of a sample of the second block
+        setrlimit(RLIMIT_FSIZE, &full);
+        EXPECT_THROW(writer.write(bufferOf(block)), AudioError);
+        const auto kept = writer.framesWritten();
+        EXPECT_GT(kept, 2048);
+        EXPECT_LT(kept, 4096);
+        std::filesystem::copy(folder / "take.wav", folder / "full.wav");
+        EXPECT_EQ(AudioFileReader(folder / "full.wav").length(), kept);
+
+        setrlimit(RLIMIT_FSIZE, &saved);
+        writer.write(bufferOf(block));
+        EXPECT_EQ(writer.framesWritten(), kept + 2048);
+    }
+    std::signal(SIGXFSZ, previous);
+    const auto read = readFile(folder / "take.wav")[0];
+    const auto tail = slice(read, read.size() - 2048, 2048);
+    EXPECT_EQ(firstDifference(tail, block[0]), -1);
+    const auto middle = slice(read, 2048, read.size() - 4096);
+    EXPECT_EQ(firstDifference(middle, slice(block[0], 0, middle.size())), -1);
+}

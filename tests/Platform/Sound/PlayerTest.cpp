@@ -1,0 +1,266 @@
+#include "Platform/Sound/AudioError.h"
+#include "support/OfflineRig.h"
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <cmath>
+#include <fstream>
+#include <numbers>
+
+using namespace tessivo::sound;
+using namespace tessivo::test;
+
+namespace {
+
+struct PlayerRig : OfflineRig {
+    explicit PlayerRig(AudioDevice::Formats deviceFormats = formats(0))
+        : OfflineRig(deviceFormats) {
+        engine->attach(player);
+        engine->connect(*player, *engine->mainMixerNode());
+        engine->start();
+    }
+
+    std::shared_ptr<AudioFileReader> file(const Channels& channels, double rate = 48000.0) {
+        const auto path = folder / ("loop" + std::to_string(files++) + ".wav");
+        writeFile(path, rate, channels);
+        return std::make_shared<AudioFileReader>(path);
+    }
+
+    // Loops as the looper does: each read notice posts the next schedule to the main thread.
+    void loop(const std::shared_ptr<AudioFileReader>& loopFile, std::uint32_t passes = 1) {
+        player->scheduleFile(
+            loopFile, NoticeWhen::read,
+            [this, loopFile, passes, post = main.executor()](const PlaybackNotice& notice) {
+                if (notice.reason == PlaybackNotice::Reason::done) {
+                    post([this, loopFile, passes] { loop(loopFile, passes); });
+                }
+            },
+            passes);
+    }
+
+    // Turns the device, with the main thread running tasks only every mainEvery frames.
+    Channels hear(std::size_t frames, std::size_t quantum, std::size_t mainEvery = 1) {
+        Channels heard(2);
+        std::size_t sinceMain = mainEvery;
+        while (heard[0].size() < frames) {
+            const auto count = std::min(quantum, frames - heard[0].size());
+            if (sinceMain >= mainEvery) {
+                sinceMain = 0;
+                const auto ahead = static_cast<std::int64_t>(std::max(count, mainEvery) + 10'000);
+                EXPECT_TRUE(main.runUntil([&] { return player->queuedFrames() >= ahead; }));
+            }
+            append(heard, device->turn(static_cast<std::uint32_t>(count)));
+            sinceMain += count;
+        }
+        return heard;
+    }
+
+    // Turns the device until the player is heard, and returns that cycle.
+    Channels firstSound(std::uint32_t quantum) {
+        for (int i = 0; i < 5000; ++i) {
+            auto cycle = device->turn(quantum);
+            if (cycle != Channels(2, std::vector<float>(quantum, 0.0F))) {
+                return cycle;
+            }
+            std::this_thread::sleep_for(std::chrono::milliseconds(1));
+        }
+        ADD_FAILURE() << "nothing was heard";
+        return Channels(2, std::vector<float>(quantum));
+    }
+
+    TemporaryFolder folder;
+    int files = 0;
+    std::shared_ptr<PlayerNode> player = std::make_shared<PlayerNode>();
+};
+
+void expectLoop(const std::vector<float>& heard, const std::vector<float>& file) {
+    for (std::size_t i = 0; i < heard.size(); ++i) {
+        ASSERT_EQ(std::bit_cast<std::uint32_t>(heard[i]),
+                  std::bit_cast<std::uint32_t>(file[i % file.size()]))
+            << "frame " << i << " of pass " << i / file.size();
+    }
+}
+
+} // namespace
+
+TEST(PlayerTest, SeamHasNoGapAndEveryPassIsTheFileBitForBit) {
+    for (const std::size_t quantum : {16U, 64U, 8192U}) {
+        PlayerRig rig;
+        const Channels samples{noise(12'345, 1), noise(12'345, 2)};
+        rig.loop(rig.file(samples));
+        rig.player->play();
+        const auto heard = rig.hear(30 * 12'345, quantum);
+        expectLoop(heard[0], samples[0]);
+        expectLoop(heard[1], samples[1]);
+        EXPECT_EQ(rig.engine->statistics().starvedFrames, 0);
+    }
+}
+
+TEST(PlayerTest, SeamHoldsWhileTheMainThreadIsBlockedForFourHundredMilliseconds) {
+    PlayerRig rig;
+    const Channels samples{noise(48'000, 3)};
+    rig.loop(rig.file(samples));
+    rig.player->play();
+    const auto heard = rig.hear(20 * 48'000, 64, 19'200);
+    expectLoop(heard[0], samples[0]);
+    expectLoop(heard[1], samples[0]); // mono goes to both sides
+}
+
+TEST(PlayerTest, LoopsOfAFewFramesHold) {
+    for (const std::size_t frames : {1U, 3U, 100U}) {
+        PlayerRig rig;
+        const Channels samples{noise(frames, 4)};
+        rig.loop(rig.file(samples), static_cast<std::uint32_t>(48'000 / frames));
+        rig.player->play();
+        expectLoop(rig.hear(200'000, 64, 19'200)[0], samples[0]);
+    }
+}
+
+TEST(PlayerTest, StopIsSilentWithinThreeMillisecondsAndTheNextPlayBeginsAtOnce) {
+    PlayerRig rig;
+    const Channels ones(2, std::vector<float>(96'000, 1.0F));
+    std::atomic<int> stopped = 0;
+    const auto file = rig.file(ones);
+    rig.player->scheduleFile(file, NoticeWhen::heard, [&](const PlaybackNotice& notice) {
+        stopped += notice.reason == PlaybackNotice::Reason::stopped ? 1 : 0;
+    });
+    rig.player->play();
+    rig.firstSound(64);
+    rig.player->stop();
+    EXPECT_TRUE(rig.main.runUntil([&] { return stopped == 1; }));
+    Channels heard;
+    for (int i = 0; i < 100; ++i) {
+        append(heard, rig.device->turn(64));
+    }
+    for (std::size_t i = 1; i < 144; ++i) {
+        ASSERT_LT(heard[0][i], heard[0][i - 1]);
+    }
+    EXPECT_EQ(slice(heard[0], 144, 6000), std::vector<float>(6000, 0.0F));
+
+    // Stopped and played again within one cycle: the new file is there with its first frame
+    // beside the ramp of the old one.
+    rig.player->scheduleFile(file, NoticeWhen::heard, {});
+    rig.player->play();
+    rig.firstSound(64);
+    rig.player->stop();
+    const Channels twos(2, std::vector<float>(96'000, 2.0F));
+    rig.player->scheduleFile(rig.file(twos), NoticeWhen::heard, {});
+    rig.player->play();
+    ASSERT_TRUE(rig.main.runUntil([&] { return rig.player->queuedFrames() > 4800; }));
+    const auto both = rig.device->turn(256);
+    EXPECT_GT(both[0][0], 2.9F);
+    EXPECT_EQ(both[0][200], 2.0F);
+}
+
+TEST(PlayerTest, HeardNoticeComesWhenTheSoundHasEnded) {
+    PlayerRig rig;
+    rig.device->setOutputLatency(0.1);
+    std::atomic<bool> done = false;
+    const auto id = rig.player->scheduleFile(
+        rig.file({noise(4800, 5)}, 24000.0), NoticeWhen::heard, [&](const PlaybackNotice& notice) {
+            done = notice.reason == PlaybackNotice::Reason::done && notice.passId != 0;
+        });
+    EXPECT_NE(id, 0U);
+    rig.player->play();
+    rig.firstSound(64);
+    ASSERT_TRUE(rig.main.runUntil([&] { return rig.player->queuedFrames() > 9000; }));
+    rig.device->turn(8192);
+    std::this_thread::sleep_for(std::chrono::milliseconds(150));
+    EXPECT_FALSE(done) << "the last frames have not been taken yet";
+    rig.device->turn(8192);
+    const auto ended = std::chrono::steady_clock::now();
+    ASSERT_TRUE(rig.main.runUntil([&] { return done.load(); }));
+    EXPECT_GE(std::chrono::steady_clock::now() - ended, std::chrono::milliseconds(95));
+}
+
+TEST(PlayerTest, FileScheduledAfterADiscardFollowsThePassThatSounds) {
+    PlayerRig rig;
+    const Channels first{std::vector<float>(30'000, 0.25F)};
+    const Channels second{noise(20'000, 7)};
+    rig.player->scheduleFile(rig.file(first), NoticeWhen::read, {}, 3);
+    rig.player->play();
+    auto heard = rig.hear(5'000, 64)[0];
+    std::atomic<int> dropped = 0;
+    rig.player->scheduleFile(rig.file(first), NoticeWhen::read, [&](const PlaybackNotice& n) {
+        dropped += n.reason == PlaybackNotice::Reason::stopped ? 1 : 0;
+    });
+    rig.player->discardUpcoming();
+    rig.player->scheduleFile(rig.file(second), NoticeWhen::read, {});
+    EXPECT_TRUE(rig.main.runUntil([&] { return dropped == 1; }));
+    std::this_thread::sleep_for(std::chrono::milliseconds(300));
+    for (int i = 0; i < 1000; ++i) {
+        const auto cycle = rig.device->turn(64);
+        heard.insert(heard.end(), cycle[0].begin(), cycle[0].end());
+    }
+    const auto change =
+        std::find_if(heard.begin(), heard.end(), [](float sample) { return sample != 0.25F; });
+    const auto at = static_cast<std::size_t>(change - heard.begin());
+    EXPECT_EQ(at, 30'000U);
+    EXPECT_EQ(firstDifference(slice(heard, at, 20'000), second[0]), -1);
+    EXPECT_EQ(slice(heard, at + 20'000, 1000), std::vector<float>(1000, 0.0F));
+}
+
+TEST(PlayerTest, RateConversionRunsOnAcrossTheSeam) {
+    PlayerRig rig;
+    Channels sine(1, std::vector<float>(4410)); // 100 periods: the loop is one endless sine
+    for (std::size_t i = 0; i < sine[0].size(); ++i) {
+        sine[0][i] = 0.5F * static_cast<float>(std::sin(2.0 * std::numbers::pi * 1000.0 *
+                                                        static_cast<double>(i) / 44100.0));
+    }
+    rig.loop(rig.file(sine, 44100.0), 10);
+    rig.player->play();
+    const auto heard = rig.hear(96'000, 64)[0];
+    double worst = 0.0;
+    for (std::size_t i = 1000; i < heard.size(); ++i) {
+        const double ideal =
+            0.5 * std::sin(2.0 * std::numbers::pi * 1000.0 * static_cast<double>(i) / 48000.0);
+        worst = std::max(worst, std::abs(static_cast<double>(heard[i]) - ideal));
+    }
+    EXPECT_LT(worst, 0.0005);
+}
+
+TEST(PlayerTest, VolumeIsTakenAsGivenAndRamps) {
+    PlayerRig rig;
+    rig.player->setVolume(0.5F);
+    rig.loop(rig.file({std::vector<float>(96'000, 1.0F)}));
+    rig.player->play();
+    rig.hear(4800, 64);
+    rig.player->setVolume(2.0F);
+    EXPECT_EQ(rig.player->volume(), 2.0F);
+    const auto heard = rig.hear(4800, 64)[0];
+    EXPECT_LT(heard[0], 0.6F);
+    EXPECT_EQ(heard[200], 2.0F);
+}
+
+TEST(PlayerTest, FileThatGotShorterKeepsTheLoopsLength) {
+    PlayerRig rig;
+    const Channels samples{noise(200'000, 8)};
+    const auto file = rig.file(samples);
+    std::filesystem::resize_file(rig.folder / "loop0.wav", 100'000 * sizeof(float));
+    rig.loop(file);
+    rig.player->play();
+    const auto heard = rig.hear(300'000, 64)[0];
+    EXPECT_EQ(firstDifference(slice(heard, 0, 90'000), slice(samples[0], 0, 90'000)), -1);
+    EXPECT_EQ(slice(heard, 110'000, 90'000), std::vector<float>(90'000, 0.0F));
+    EXPECT_EQ(firstDifference(slice(heard, 200'000, 90'000), slice(samples[0], 0, 90'000)), -1);
+}
+
+TEST(PlayerTest, EveryNoticeFiresOnceWhateverEndsIt) {
+    std::atomic<int> fired = 0;
+    const auto count = [&](const PlaybackNotice&) {
+        ++fired;
+    };
+    {
+        PlayerRig rig;
+        const auto file = rig.file({noise(480'000, 9)});
+        rig.player->scheduleFile(file, NoticeWhen::read, count);
+        rig.player->scheduleFile(file, NoticeWhen::heard, count);
+        rig.player->stop(); // never played
+        rig.player->scheduleFile(file, NoticeWhen::heard, count);
+        rig.engine.reset(); // while it waits
+        EXPECT_EQ(rig.player->engine(), nullptr);
+        EXPECT_THROW(rig.player->scheduleFile(file, NoticeWhen::read, count), AudioError);
+    }
+    EXPECT_EQ(fired, 3);
+}
