@@ -21,7 +21,7 @@ T.AbstractButton {
     Keys.onPressed: event => {
         event.accepted = root.takes(event);
         if (event.accepted && !event.isAutoRepeat)
-            root.click();
+            root.clicked();
     }
     Keys.onReleased: event => event.accepted = root.takes(event)
 }

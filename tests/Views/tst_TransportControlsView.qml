@@ -1,0 +1,170 @@
+import QtQuick
+import QtTest
+import Tessivo
+import TessivoTest
+
+Item {
+    id: scene
+    width: 400
+    height: 200
+
+    property var calls: []
+
+    DrivenLoopState {
+        id: state
+    }
+
+    TransportControlsView {
+        id: controls
+        loopState: state
+        buttonSize: 60
+        keysEnabled: true
+        onRecord: scene.calls.push("record")
+        onPlay: scene.calls.push("play")
+        onStop: scene.calls.push("stop")
+        onClear: scene.calls.push("clear")
+    }
+
+    ViewTestCase {
+        name: "TransportControlsView"
+
+        function init() {
+            controls.keysEnabled = true;
+            controls.forceActiveFocus();
+            state.stop(false);
+            scene.calls = [];
+            mouseMove(scene, 390, 190);
+        }
+
+        function enter(how) {
+            if (how === "stopped")
+                state.stop(false);
+            else if (how === "paused")
+                state.stop(true);
+            else if (how === "recording")
+                state.record();
+            else
+                state.play();
+        }
+
+        function button(name) {
+            return find(controls, name);
+        }
+
+        // Colours without opacity of their own are given by name of the theme.
+        function test_availability_and_colours_data() {
+            return [
+                { tag: "stopped", Record: ["red", 1], Play: null, Stop: null, Clear: null },
+                { tag: "recording", Record: ["red", 0.8], Play: null, Stop: ["yellow", 1], Clear: null },
+                { tag: "playing", Record: null, Play: ["green", 0.8], Stop: ["yellow", 1], Clear: null },
+                { tag: "paused", Record: ["red", 1], Play: ["green", 1], Stop: null, Clear: ["orange", 1] }
+            ];
+        }
+        function test_availability_and_colours(data) {
+            enter(data.tag);
+            for (const name of ["Record", "Play", "Stop", "Clear"]) {
+                const expected = data[name];
+                const b = button(name);
+                compare(b.enabled, expected !== null, name);
+                const colour = expected ? Qt.alpha(Theme[expected[0]], expected[1]) : Theme.gray;
+                tryVerify(() => Qt.colorEqual(b.background.color, colour), 1000,
+                          name + " is " + b.background.color + ", not " + colour);
+                mouseClick(b);
+                compare(scene.calls, expected ? [name.toLowerCase()] : [], "click on " + name);
+                scene.calls = [];
+            }
+        }
+
+        function test_a_colour_changes_gradually() {
+            tryVerify(() => Qt.colorEqual(button("Stop").background.color, Theme.gray));
+            state.record();
+            verify(Qt.colorEqual(button("Stop").background.color, Theme.gray));
+            wait(60);
+            verify(!Qt.colorEqual(button("Stop").background.color, Theme.gray));
+            verify(!Qt.colorEqual(button("Stop").background.color, Theme.yellow));
+        }
+
+        function test_keys_follow_the_state_data() {
+            const keys = [["Return", Qt.Key_Return], ["Enter", Qt.Key_Enter, Qt.KeypadModifier],
+                ["Space", Qt.Key_Space], [".", Qt.Key_Period], ["P", Qt.Key_P],
+                ["Ctrl+Backspace", Qt.Key_Backspace, Qt.ControlModifier],
+                ["Ctrl+Delete", Qt.Key_Delete, Qt.ControlModifier],
+                ["Backspace", Qt.Key_Backspace], ["Ctrl+Space", Qt.Key_Space, Qt.ControlModifier]];
+            const answers = {
+                stopped: ["record", "record", "", "", "", "", "", "", ""],
+                recording: ["record", "record", "stop", "", "", "", "", "", ""],
+                playing: ["", "", "play", "stop", "", "", "", "", ""],
+                paused: ["record", "record", "play", "", "", "clear", "clear", "", ""]
+            };
+            const rows = [];
+            for (const state in answers)
+                keys.forEach((key, i) => rows.push({ tag: state + " " + key[0], state: state,
+                    key: key[1], modifiers: key[2] ?? Qt.NoModifier, answer: answers[state][i] }));
+            return rows;
+        }
+        function test_keys_follow_the_state(data) {
+            enter(data.state);
+            keyClick(data.key, data.modifiers);
+            compare(scene.calls, data.answer ? [data.answer] : []);
+            controls.keysEnabled = false;
+            keyClick(data.key, data.modifiers);
+            compare(scene.calls, data.answer ? [data.answer] : [], "while a sheet is open");
+        }
+
+        // The state moves Space to another button while it is still down.
+        function test_a_held_key_counts_once() {
+            state.record();
+            const react = () => state.stop(true);
+            controls.stop.connect(react);
+            Desktop.hold(controls.Window.window, Qt.Key_Space, 5);
+            controls.stop.disconnect(react);
+            compare(scene.calls, ["stop"]);
+            Desktop.hold(controls.Window.window, Qt.Key_Space, 0);
+            compare(scene.calls, ["stop", "play"]);
+        }
+
+        function test_a_click_leaves_the_keys_alone() {
+            state.stop(true);
+            mouseClick(button("Record"));
+            verify(!button("Record").activeFocus);
+            keyClick(Qt.Key_Space);
+            compare(scene.calls, ["record", "play"]);
+        }
+
+        function test_the_tab_key_gives_space_and_return_away() {
+            state.stop(true);
+            keyClick(Qt.Key_Tab);
+            verify(button("Record").visualFocus);
+            Desktop.hold(controls.Window.window, Qt.Key_Space, 3);
+            compare(scene.calls, ["record"]);
+            keyClick(Qt.Key_Tab);
+            verify(button("Play").visualFocus);
+            keyClick(Qt.Key_Return);
+            keyClick(Qt.Key_Enter, Qt.KeypadModifier);
+            compare(scene.calls, ["record", "play", "play"]);
+            keyClick(Qt.Key_Delete, Qt.ControlModifier);
+            compare(scene.calls.pop(), "clear");
+            // A button that can no longer be used cannot keep the keys.
+            state.record();
+            keyClick(Qt.Key_Space);
+            compare(scene.calls.pop(), "stop");
+        }
+
+        function test_tool_tips_data() {
+            return [
+                { tag: "Record", tip: "Record [Return]" }, { tag: "Play", tip: "Play [Space]" },
+                { tag: "Stop", tip: "Stop [Space]" }, { tag: "Clear", tip: "Clear [Cmd+Delete]" }
+            ];
+        }
+        function test_tool_tips(data) {
+            const b = button(data.tag);
+            compare(b.Accessible.description, data.tip);
+            compare(b.Accessible.role, Accessible.Button);
+            const overlay = controls.Window.window.contentItem;
+            mouseMove(b, 30, 30);
+            tryVerify(() => shows(overlay, data.tip), 3000, "shown, also when disabled");
+            mouseMove(scene, 390, 190);
+            tryVerify(() => !shows(overlay, data.tip), 3000, "gone");
+        }
+    }
+}
