@@ -124,11 +124,11 @@ screenshot() {
 }
 
 seconds_of() {
-    soxi -D "$1"
+    soxi -D "$1" 2>/dev/null
 }
 
 loudness_of() {
-    sox "$1" -n stat 2>&1 | awk '/^RMS +amplitude/ { print $3 }'
+    sox -V1 "$1" -n stat 2>&1 | awk '/^RMS +amplitude/ { print $3 }'
 }
 
 # within VALUE LOW HIGH
@@ -138,7 +138,7 @@ within() {
 }
 
 play_demonstration() {
-    local take recorder seconds
+    local take recorder seconds heard
     rm -rf "$demo"
     mkdir -p "$demo" "$private/home/Documents" "$private/home/.config"
     printf 'XDG_DOCUMENTS_DIR="%s"\n' "$private/home/Documents" >"$private/home/.config/user-dirs.dirs"
@@ -192,8 +192,8 @@ play_demonstration() {
     within "$(loudness_of "$demo/take.wav")" 0.01 1 || fail "the take is silent"
 
     # What was heard, without the silence before and after it.
-    sox "$private/heard.wav" "$demo/speaker.wav" \
-        silence 1 0.005 0.1% reverse silence 1 0.005 0.1% reverse ||
+    sox -V1 "$private/heard.wav" "$demo/speaker.wav" \
+        silence 1 0.1 0.5% reverse silence 1 0.1 0.5% reverse ||
         fail "the recording of the speaker cannot be read"
     heard=$(seconds_of "$demo/speaker.wav")
     within "$heard" 8 11 || fail "the loop was heard for $heard s, not for about 9 s"
