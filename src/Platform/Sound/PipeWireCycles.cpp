@@ -152,9 +152,7 @@ void PipeWireCycles::setPlayback(pw_stream* stream, bool triggered) {
 // Both sides are sequentially consistent: either the callback sees what was stored before
 // this was called, or this sees the callback inside.
 AudioRenderer* PipeWireCycles::enter() TESSIVO_REALTIME {
-    if (inside_.exchange(true)) {
-        return nullptr;
-    }
+    ++inside_;
     AudioRenderer* renderer = renderer_;
     if (renderer == nullptr) {
         leave();
@@ -167,14 +165,15 @@ AudioRenderer* PipeWireCycles::enter() TESSIVO_REALTIME {
 }
 
 void PipeWireCycles::leave() TESSIVO_REALTIME {
-    ++departures_;
-    inside_ = false;
+    if (--inside_ == 0) {
+        ++departures_;
+    }
 }
 
 void PipeWireCycles::awaitLeave() const {
     // A callback that is entered later sees the new value, so one departure is enough.
     const std::uint64_t before = departures_;
-    while (inside_ && departures_ == before) {
+    while (inside_ != 0 && departures_ == before) {
         std::this_thread::sleep_for(std::chrono::microseconds(20));
     }
 }

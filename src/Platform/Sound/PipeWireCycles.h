@@ -88,7 +88,7 @@ private:
     void measureLatency(pw_stream* stream) TESSIVO_REALTIME;
 
     std::atomic<AudioRenderer*> renderer_{nullptr};
-    std::atomic<bool> inside_{false};
+    std::atomic<int> inside_{0}; // depth: waking a stream may call it from within
     std::atomic<pw_stream*> capture_{nullptr};
     std::atomic<pw_stream*> playback_{nullptr};
     std::atomic<bool> triggered_{false};
