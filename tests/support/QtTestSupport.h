@@ -1,0 +1,65 @@
+#pragma once
+
+#include "support/OfflineRig.h"
+
+#include <QTemporaryDir>
+#include <QUrl>
+
+#include <chrono>
+#include <functional>
+#include <mutex>
+#include <string>
+#include <vector>
+
+namespace tessivo::test {
+
+using Lines = std::vector<std::string>;
+
+// Runs the event loop until the condition holds. False when it still does not at the limit.
+bool runUntil(const std::function<bool()>& condition,
+              std::chrono::milliseconds limit = std::chrono::seconds(10));
+
+// Runs the event loop for that long.
+void runFor(std::chrono::milliseconds time);
+
+// Runs what is posted, and what that posts, without waiting for more.
+void runPosted();
+
+// Takes the place of standard output for diagnostic lines, in order, from all threads.
+class CapturedLines {
+public:
+    CapturedLines();
+    ~CapturedLines();
+    CapturedLines(const CapturedLines&) = delete;
+    CapturedLines& operator=(const CapturedLines&) = delete;
+
+    // The lines since the last call.
+    Lines take();
+    bool contains(const std::string& line) const;
+
+private:
+    mutable std::mutex mutex_;
+    Lines lines_;
+};
+
+// A home of the test's own, with no folders in it, for its life.
+class TemporaryHome {
+public:
+    TemporaryHome();
+    ~TemporaryHome();
+    TemporaryHome(const TemporaryHome&) = delete;
+    TemporaryHome& operator=(const TemporaryHome&) = delete;
+
+    std::filesystem::path path() const { return folder_.path().toStdString(); }
+    std::filesystem::path recordings() const { return path() / "Documents" / "LooperFiles"; }
+
+private:
+    QTemporaryDir folder_;
+    QByteArray previousHome_;
+    QByteArray previousConfig_;
+};
+
+std::filesystem::path pathOf(const QUrl& url);
+QUrl urlOf(const std::filesystem::path& path);
+
+} // namespace tessivo::test
