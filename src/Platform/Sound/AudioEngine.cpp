@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cmath>
 #include <thread>
+#include <utility>
 
 namespace tessivo::sound {
 

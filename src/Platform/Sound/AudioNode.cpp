@@ -3,6 +3,8 @@
 #include "Platform/Sound/AudioEngineImpl.h"
 #include "Platform/Sound/AudioError.h"
 
+#include <utility>
+
 namespace tessivo::sound {
 
 AudioNode::~AudioNode() = default;

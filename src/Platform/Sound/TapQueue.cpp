@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <utility>
 
 namespace tessivo::sound {
 
@@ -31,7 +32,7 @@ float* TapQueue::frameAt(std::uint32_t chunk, std::uint32_t offset) TESSIVO_REAL
 }
 
 bool TapQueue::takeChunk() TESSIVO_REALTIME {
-    if (!free_.try_dequeue(chunk_)) {
+    if (!free_.tryPop(chunk_)) {
         if (fresh_ == chunkCount_) {
             return false;
         }
@@ -44,7 +45,7 @@ bool TapQueue::takeChunk() TESSIVO_REALTIME {
 }
 
 void TapQueue::publish(bool endsChunk) TESSIVO_REALTIME {
-    filled_.try_enqueue({chunk_, published_, written_ - published_, endsChunk, pendingLost_});
+    filled_.tryPush({chunk_, published_, written_ - published_, endsChunk, pendingLost_});
     pendingLost_ = 0;
     published_ = written_;
     hasChunk_ = !endsChunk;
@@ -76,7 +77,7 @@ void TapQueue::push(const float* left, const float* right, std::uint32_t frames)
             publish(true);
         }
     }
-    if (hasChunk_ && written_ > published_ && filled_.size_approx() < kEagerSegments) {
+    if (hasChunk_ && written_ > published_ && filled_.size() < kEagerSegments) {
         publish(false);
     }
 }
@@ -86,7 +87,7 @@ void TapQueue::flush() {
         publish(false);
     }
     if (pendingLost_ > 0) {
-        filled_.enqueue({0, 0, 0, false, pendingLost_});
+        filled_.tryPush({0, 0, 0, false, pendingLost_});
         pendingLost_ = 0;
     }
 }
@@ -113,9 +114,9 @@ std::uint32_t TapQueue::pop(std::vector<float>& interleaved, std::uint32_t maxFr
     while (total < maxFrames) {
         if (current_.frames == 0 && current_.lostBefore == 0) {
             if (std::exchange(current_.endsChunk, false)) {
-                free_.try_enqueue(current_.chunk);
+                free_.tryPush(current_.chunk);
             }
-            if (!filled_.try_dequeue(current_)) {
+            if (!filled_.tryPop(current_)) {
                 current_ = {};
                 break;
             }

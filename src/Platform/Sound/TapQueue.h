@@ -1,8 +1,7 @@
 #pragma once
 
 #include "Platform/Sound/Realtime.h"
-
-#include <readerwriterqueue/readerwriterqueue.h>
+#include "Platform/Sound/SpscQueue.h"
 
 #include <atomic>
 #include <cstdint>
@@ -53,8 +52,8 @@ private:
     const std::uint32_t channels_;
     const std::uint32_t chunkCount_;
     std::unique_ptr<float[]> memory_;
-    moodycamel::ReaderWriterQueue<Segment> filled_;
-    moodycamel::ReaderWriterQueue<std::uint32_t> free_;
+    SpscQueue<Segment> filled_;
+    SpscQueue<std::uint32_t> free_;
     std::atomic<std::int64_t> lostFrames_{0};
 
     // Writer's side.
