@@ -1,0 +1,52 @@
+#pragma once
+
+#include <atomic>
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <vector>
+
+struct pw_filter;
+struct pw_thread_loop;
+struct spa_io_position;
+
+namespace tessivo::test {
+
+// Samples that say where they come from: channel and frame number can be read off each one,
+// exactly, after any path that is bit-exact. Frame 0 of channel 0 is not silence.
+struct Mark {
+    static constexpr std::int64_t kFrames = 1 << 20; // then they start again
+    static float sample(std::size_t channel, std::int64_t frame);
+    static std::size_t channel(float sample);
+    static std::int64_t frame(float sample);
+    static bool isExact(float sample);
+};
+
+// A node of the graph with ports "out_0" ..., which emit the marks of their channels, and
+// ports "in_0" ..., which are recorded from the first cycle on. It works inside the graph's
+// cycle and therefore exactly, and it is linked by hand.
+class GraphProbe {
+public:
+    GraphProbe(const std::string& name, std::size_t outputs, std::size_t inputs);
+    ~GraphProbe();
+    GraphProbe(const GraphProbe&) = delete;
+    GraphProbe& operator=(const GraphProbe&) = delete;
+
+    std::int64_t frames() const { return frames_; } // recorded so far, and emitted
+    // What one input has heard.
+    std::vector<float> recording(std::size_t input) const;
+
+private:
+    struct Port;
+    static void onProcess(void* data, spa_io_position* position);
+
+    pw_thread_loop* loop_ = nullptr;
+    pw_filter* filter_ = nullptr;
+    std::vector<Port*> outputs_;
+    std::vector<Port*> inputs_;
+    std::vector<std::vector<float>> recordings_;
+    std::atomic<std::int64_t> frames_{0};
+};
+
+} // namespace tessivo::test
