@@ -8,18 +8,17 @@ PlainButton {
 
     required property bool isOn
 
-    signal flip()
-
-    implicitWidth: implicitContentWidth
-    implicitHeight: implicitContentHeight
-    onClicked: root.flip()
+    implicitWidth: face.implicitWidth
+    implicitHeight: face.implicitHeight
 
     Accessible.role: Accessible.CheckBox
-    Accessible.name: text
     Accessible.checkable: true
     Accessible.checked: isOn
+    Accessible.onToggleAction: root.assist()
 
-    contentItem: Row {
+    Row {
+        id: face
+
         spacing: Theme.iconLabelSpacing
 
         IconImage {
@@ -38,10 +37,5 @@ PlainButton {
             font: Theme.caption
             color: Theme.primaryText
         }
-    }
-
-    FocusRing {
-        radius: 6
-        visible: root.visualFocus
     }
 }

@@ -80,12 +80,14 @@ T.ApplicationWindow {
     // A click anywhere takes the focus that the Tab key gave: whoever works with the pointer has
     // the transport keys.
     Item {
+        id: resting
+
         anchors.fill: parent
 
         PointHandler {
             onActiveChanged: {
-                if (active && root.activeFocusControl)
-                    root.activeFocusControl.focus = false;
+                if (active)
+                    resting.forceActiveFocus(Qt.MouseFocusReason);
             }
         }
     }

@@ -18,6 +18,6 @@ Item {
         anchors.horizontalCenter: parent.horizontalCenter
         text: "Input Monitor"
         isOn: root.isMonitoringEnabled
-        onFlip: root.toggleMonitoring()
+        onTriggered: root.toggleMonitoring()
     }
 }

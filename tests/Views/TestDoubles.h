@@ -2,8 +2,10 @@
 
 #include "Models/SimpleLoopState.h"
 
+#include <QAccessible>
 #include <QGuiApplication>
 #include <QPalette>
+#include <QQuickItem>
 #include <QTest>
 #include <QWindow>
 #include <QtQml/qqml.h>
@@ -29,7 +31,8 @@ public:
     }
 };
 
-// A keyboard that can hold a key down, and a desktop that turns dark while windows are open.
+// A keyboard that can hold a key down, a desktop that turns dark while windows are open, and a
+// screen reader that presses what it reads.
 class Desktop : public QObject {
     Q_OBJECT
     QML_ELEMENT
@@ -45,6 +48,21 @@ public:
         for (int i = 0; i < repeats; ++i)
             QTest::simulateEvent(window, true, code, Qt::NoModifier, text, true);
         QTest::simulateEvent(window, false, code, Qt::NoModifier, text, false);
+    }
+
+    // Does every action that the item offers to assistive technology, and names them.
+    Q_INVOKABLE QStringList doAllActions(QQuickItem* item) {
+        QAccessible::setActive(true);
+        QAccessibleInterface* accessible = QAccessible::queryAccessibleInterface(item);
+        QAccessibleActionInterface* actions = accessible ? accessible->actionInterface() : nullptr;
+        if (!actions)
+            return {};
+        QStringList names = actions->actionNames();
+        names.removeDuplicates();
+        names.removeOne(QAccessibleActionInterface::setFocusAction());
+        for (const QString& name : names)
+            actions->doAction(name);
+        return names;
     }
 
     Q_INVOKABLE void setDark(bool dark) {

@@ -35,9 +35,9 @@ Item {
             verify(product.y >= toggle.mapToItem(null, 0, toggle.height).y + 60);
 
             keyClick(Qt.Key_Tab);
-            verify(window.activeFocusControl);
+            verify(item("Record").activeFocus);
             mouseClick(product);
-            verify(!window.activeFocusControl, "a click takes the focus back");
+            verify(!item("Record").activeFocus, "a click takes the focus back");
 
             for (const flag of ["showingSaveDialog", "showingLoopLibrary"]) {
                 window.loopState[flag] = true;

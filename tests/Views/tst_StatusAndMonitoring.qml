@@ -68,6 +68,9 @@ Item {
             toggle.forceActiveFocus(Qt.TabFocusReason);
             keyClick(Qt.Key_Space);
             compare(scene.calls, 4);
+            const actions = Desktop.doAllActions(toggle);
+            verify(actions.length > 0);
+            compare(scene.calls, 4 + actions.length, "once for each of " + actions);
         }
 
         function test_the_icon_tells_the_value() {

@@ -1,27 +1,60 @@
 import QtQuick
 import Tessivo
-import QtQuick.Templates as T
 
-// A button without chrome. A click never gives it the focus, so the window's transport keys keep
-// working after it; once the Tab key has visibly focused it, Space and Return are its own. It
-// then acts when the key goes down, once, like the transport keys do.
-T.AbstractButton {
+// A button without chrome; its face are its children. A click never gives it the focus, so the
+// window's transport keys keep working after it; once the Tab key has focused it, which the ring
+// shows, Space and Return are its own. It then acts when the key goes down, once, like the
+// transport keys do.
+//
+// It is not one of the toolkit's buttons because those take their role back as soon as a screen
+// reader appears, and do not act when it presses them.
+Item {
     id: root
 
-    focusPolicy: Qt.TabFocus
-    hoverEnabled: false
-    opacity: down ? Theme.pressedOpacity : 1
+    required property string text
+    property real focusRingRadius: 6
+
+    signal triggered()
+
+    activeFocusOnTab: true
+    opacity: pointer.containsPress ? Theme.pressedOpacity : 1
 
     function takes(event: KeyEvent): bool {
         const plain = (event.modifiers & ~Qt.KeypadModifier) === 0;
-        return visualFocus && plain && [Qt.Key_Space, Qt.Key_Return, Qt.Key_Enter].includes(event.key);
+        return plain && [Qt.Key_Space, Qt.Key_Return, Qt.Key_Enter].includes(event.key);
+    }
+
+    function assist() {
+        if (enabled)
+            triggered();
     }
 
     Keys.onShortcutOverride: event => event.accepted = root.takes(event)
     Keys.onPressed: event => {
         event.accepted = root.takes(event);
         if (event.accepted && !event.isAutoRepeat)
-            root.clicked();
+            root.triggered();
     }
-    Keys.onReleased: event => event.accepted = root.takes(event)
+
+    Accessible.role: Accessible.Button
+    Accessible.name: text
+    Accessible.focusable: true
+    Accessible.onPressAction: root.assist()
+
+    MouseArea {
+        id: pointer
+
+        anchors.fill: parent
+        onClicked: root.triggered()
+    }
+
+    Rectangle {
+        anchors.fill: parent
+        anchors.margins: -Theme.focusRingGap - Theme.focusRingWidth
+        radius: root.focusRingRadius
+        visible: root.activeFocus
+        color: "transparent"
+        border.color: Theme.focusRing
+        border.width: Theme.focusRingWidth
+    }
 }

@@ -1,6 +1,6 @@
 import QtQuick
-import Tessivo
 import QtQuick.Controls.impl
+import Tessivo
 
 // One round transport command: pointer, own shortcut and assistive technology end in the one
 // signal, and only while the command is available.
@@ -15,8 +15,6 @@ Item {
     required property bool available
     required property var keys
     required property bool keysEnabled
-
-    readonly property color faceColor: (button.background as Rectangle)?.color ?? "transparent"
 
     signal triggered()
 
@@ -35,18 +33,16 @@ Item {
     }
 
     PlainButton {
-        id: button
-
         anchors.fill: parent
         enabled: root.available
         text: root.name
-        onClicked: root.triggered()
+        focusRingRadius: width
+        onTriggered: root.triggered()
 
-        Accessible.role: Accessible.Button
-        Accessible.name: root.name
         Accessible.description: root.toolTip
 
-        background: Rectangle {
+        Rectangle {
+            anchors.fill: parent
             radius: width / 2
             color: root.color
 
@@ -56,21 +52,14 @@ Item {
                     easing.type: Easing.InOutQuad
                 }
             }
-
-            FocusRing {
-                radius: width / 2
-                visible: button.visualFocus
-            }
         }
 
-        contentItem: Item {
-            IconImage {
-                anchors.centerIn: parent
-                source: Theme.icon(root.symbol)
-                color: Theme.onColor
-                sourceSize.width: Theme.buttonIconSize
-                sourceSize.height: Theme.buttonIconSize
-            }
+        IconImage {
+            anchors.centerIn: parent
+            source: Theme.icon(root.symbol)
+            color: Theme.onColor
+            sourceSize.width: Theme.buttonIconSize
+            sourceSize.height: Theme.buttonIconSize
         }
     }
 }
