@@ -139,8 +139,7 @@ within() {
 
 play_demonstration() {
     local take recorder seconds heard
-    rm -rf "$demo"
-    mkdir -p "$demo" "$private/home/Documents" "$private/home/.config"
+    mkdir -p "$private/home/Documents" "$private/home/.config"
     printf 'XDG_DOCUMENTS_DIR="%s"\n' "$private/home/Documents" >"$private/home/.config/user-dirs.dirs"
 
     scripts/virtual-display.sh start "$private/display" --owner $$ ||
@@ -218,6 +217,8 @@ build
 if [[ $display == no ]]; then
     say "There is no display here: Tessivo plays a demonstration on a virtual one, with a"
     say "private sound server whose microphone plays a riff."
+    rm -rf "$demo"
+    mkdir "$demo"
     start_private
     start_private_sound
     play_demonstration
