@@ -15,6 +15,8 @@ public:
     // Connects, and waits for the server's first answers for at most a second.
     explicit PipeWireDevice(std::string applicationName);
     ~PipeWireDevice() override;
+    PipeWireDevice(const PipeWireDevice&) = delete;
+    PipeWireDevice& operator=(const PipeWireDevice&) = delete;
 
     Formats formats() const override;
     void start(AudioRenderer& renderer, const Request& request) override;

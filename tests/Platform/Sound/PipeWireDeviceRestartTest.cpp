@@ -84,11 +84,11 @@ TEST(PipeWireServerTest, WithoutOneStartFailsAndSaysWhy) {
     {
         const PrivatePipeWire gone; // leaves an environment that leads nowhere
     }
+    RecordingRenderer renderer;
     PipeWireDevice device("Tessivo");
     EXPECT_EQ(device.formats().input.channelCount(), 0U);
     EXPECT_EQ(device.formats().output.channelCount(), 0U);
     EXPECT_EQ(device.formats().renderRate, 48000);
-    RecordingRenderer renderer;
     try {
         device.start(renderer, {});
         FAIL() << "started without a server";

@@ -129,8 +129,8 @@ TEST_P(PipeWireCaptureTest, GivesTheFirstTwoChannelsBitForBit) {
     if (!mapping.secondPort.empty()) {
         server.link("feeder:out_1", "mic:input_" + mapping.secondPort);
     }
-    PipeWireDevice device("Tessivo");
     RecordingRenderer renderer;
+    PipeWireDevice device("Tessivo");
     device.start(renderer, {});
     EXPECT_TRUE(delivers([&] { return renderer.input(0); }, mapping.left));
     EXPECT_TRUE(delivers([&] { return renderer.input(1); }, mapping.right));
@@ -160,8 +160,8 @@ TEST(PipeWireDeviceTest, MonitoringAddsNoFramesToADirectLink) {
     // The cable: the microphone's right channel goes to the speaker's left side, where the
     // device, which plays only on the right, is silent.
     server.link("mic:capture_FR", "speaker:playback_FL");
-    PipeWireDevice device("Tessivo");
     RecordingRenderer renderer(RecordingRenderer::Output::monitorRight);
+    PipeWireDevice device("Tessivo");
     device.start(renderer, {});
     ASSERT_TRUE(rendersFor(renderer, 4800));
     GraphProbe speaker("listener", 0, 2);
@@ -184,8 +184,8 @@ TEST(PipeWireDeviceTest, PlaysWhatWasRenderedBitForBit) {
     for (const bool withMicrophone : {true, false}) {
         PrivatePipeWire server(calm(withMicrophone ? std::vector<std::string>{}
                                                    : std::vector<std::string>{"--no-mic"}));
-        PipeWireDevice device("Tessivo");
         RecordingRenderer renderer;
+        PipeWireDevice device("Tessivo");
         device.start(renderer, {});
         GraphProbe speaker("listener", 0, 2);
         server.link("speaker:monitor_FL", "listener:in_0");
@@ -200,8 +200,8 @@ TEST(PipeWireDeviceTest, PlaysWhatWasRenderedBitForBit) {
 
 TEST(PipeWireDeviceTest, IsHeardOnASpeakerWithOneChannel) {
     PrivatePipeWire server(calm({"--speaker-position", "MONO"}));
-    PipeWireDevice device("Tessivo");
     RecordingRenderer renderer;
+    PipeWireDevice device("Tessivo");
     device.start(renderer, {});
     GraphProbe speaker("listener", 0, 1);
     server.link("speaker:monitor_MONO", "listener:in_0");
@@ -215,9 +215,9 @@ TEST(PipeWireDeviceTest, CapturesWithoutASpeaker) {
     PrivatePipeWire server(calm({"--no-speaker"}));
     GraphProbe microphone("feeder", 1, 0);
     server.link("feeder:out_0", "mic:input_FL");
+    RecordingRenderer renderer;
     PipeWireDevice device("Tessivo");
     EXPECT_EQ(device.formats().output.channelCount(), 0U);
-    RecordingRenderer renderer;
     device.start(renderer, {});
     EXPECT_TRUE(delivers([&] { return renderer.input(0); }, 0));
     EXPECT_EQ(renderer.outputChannels(), 0U);
@@ -227,10 +227,10 @@ TEST(PipeWireDeviceTest, CapturesWithoutASpeaker) {
 // opens none.
 TEST(PipeWireDeviceTest, TwoDevicesWorkAtOnceAndOneCanDoWithoutInput) {
     PrivatePipeWire server(kCalm);
-    PipeWireDevice looper("Looper");
-    PipeWireDevice preview("Preview");
     RecordingRenderer both;
     RecordingRenderer outputOnly;
+    PipeWireDevice looper("Looper");
+    PipeWireDevice preview("Preview");
     looper.start(both, {.capture = true});
     preview.start(outputOnly, {.capture = false});
     ASSERT_TRUE(rendersFor(both, 24000));
