@@ -19,6 +19,7 @@ class SimpleRecorder;
 // its format and the next one uses the new format.
 class SimpleAudioEngine : public ObservableObject {
     Q_OBJECT
+    Q_DISABLE_COPY(SimpleAudioEngine)
 
 public:
     // The system's default devices.

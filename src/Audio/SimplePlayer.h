@@ -15,6 +15,7 @@ namespace tessivo {
 // Main thread only.
 class SimplePlayer : public ObservableObject {
     Q_OBJECT
+    Q_DISABLE_COPY(SimplePlayer)
 
 public:
     // Attaches a player node of its own to the engine, which outlives the player and may be

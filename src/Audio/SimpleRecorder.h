@@ -14,6 +14,7 @@ class SimpleAudioEngine;
 // input's own format. Main thread only; the buffers are written on the tap thread.
 class SimpleRecorder : public ObservableObject {
     Q_OBJECT
+    Q_DISABLE_COPY(SimpleRecorder)
 
 public:
     // The engine outlives the recorder.

@@ -18,9 +18,9 @@ QString stringValue(TransportAction action) {
     return {};
 }
 
-std::optional<TransportAction> transportAction(QStringView text) {
+std::optional<TransportAction> transportAction(QStringView stored) {
     for (const TransportAction action : allTransportActions) {
-        if (text == stringValue(action)) {
+        if (stored == stringValue(action)) {
             return action;
         }
     }

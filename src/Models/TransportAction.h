@@ -20,7 +20,7 @@ inline constexpr std::array allTransportActions{TransportAction::record, Transpo
 QString stringValue(TransportAction action);
 
 // The command of exactly that stored form, or none.
-std::optional<TransportAction> transportAction(QStringView stringValue);
+std::optional<TransportAction> transportAction(QStringView stored);
 
 // The command as the user reads it: "Record", "Play", "Stop" or "Clear".
 QString displayName(TransportAction action);

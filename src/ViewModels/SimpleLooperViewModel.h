@@ -23,6 +23,7 @@ class SimpleRecorder;
 // diagnostic lines.
 class SimpleLooperViewModel : public ObservableObject {
     Q_OBJECT
+    Q_DISABLE_COPY(SimpleLooperViewModel)
     Q_PROPERTY(tessivo::SimpleLoopState* loopState READ loopState CONSTANT)
 
 public:

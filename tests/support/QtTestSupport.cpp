@@ -52,14 +52,7 @@ Lines CapturedLines::take() {
     return std::exchange(lines_, {});
 }
 
-bool CapturedLines::contains(const std::string& line) const {
-    const std::scoped_lock lock(mutex_);
-    return std::find(lines_.begin(), lines_.end(), line) != lines_.end();
-}
-
-TemporaryHome::TemporaryHome()
-    : previousHome_(qgetenv("HOME"))
-    , previousConfig_(qgetenv("XDG_CONFIG_HOME")) {
+TemporaryHome::TemporaryHome() {
     qputenv("HOME", folder_.path().toUtf8());
     qunsetenv("XDG_CONFIG_HOME");
 }
@@ -69,6 +62,24 @@ TemporaryHome::~TemporaryHome() {
     if (!previousConfig_.isEmpty()) {
         qputenv("XDG_CONFIG_HOME", previousConfig_);
     }
+}
+
+Channels hear(sound::OfflineDevice& device, std::size_t frames) {
+    constexpr std::size_t kCycle = 480; // 10 ms
+    Channels heard;
+    for (std::size_t at = 0; at < frames; at += kCycle) {
+        append(heard, device.turn(static_cast<std::uint32_t>(std::min(kCycle, frames - at))));
+        runFor(milliseconds(3));
+    }
+    return heard;
+}
+
+std::vector<float> repeated(const std::vector<float>& pass, std::size_t frames) {
+    std::vector<float> result(frames);
+    for (std::size_t i = 0; i < frames; ++i) {
+        result[i] = pass[i % pass.size()];
+    }
+    return result;
 }
 
 std::filesystem::path pathOf(const QUrl& url) {

@@ -35,14 +35,13 @@ public:
 
     // The lines since the last call.
     Lines take();
-    bool contains(const std::string& line) const;
 
 private:
-    mutable std::mutex mutex_;
+    std::mutex mutex_;
     Lines lines_;
 };
 
-// A home of the test's own, with no folders in it, for its life.
+// A home of the test's own, empty at first.
 class TemporaryHome {
 public:
     TemporaryHome();
@@ -55,9 +54,15 @@ public:
 
 private:
     QTemporaryDir folder_;
-    QByteArray previousHome_;
-    QByteArray previousConfig_;
+    QByteArray previousHome_ = qgetenv("HOME");
+    QByteArray previousConfig_ = qgetenv("XDG_CONFIG_HOME");
 };
+
+// What the device puts out with nothing played in, at three times a real one's pace.
+Channels hear(sound::OfflineDevice& device, std::size_t frames);
+
+// A loop of that pass, heard for that long.
+std::vector<float> repeated(const std::vector<float>& pass, std::size_t frames);
 
 std::filesystem::path pathOf(const QUrl& url);
 QUrl urlOf(const std::filesystem::path& path);
