@@ -1,3 +1,5 @@
+#include "Views/HeldKeys.h"
+
 #include <QGuiApplication>
 #include <QIcon>
 #include <QQmlApplicationEngine>
@@ -17,10 +19,14 @@ public:
         QGuiApplication::setApplicationName(u"Tessivo"_s);
         QGuiApplication::setApplicationDisplayName(u"Tessivo"_s);
         QGuiApplication::setDesktopFileName(u"tessivo"_s);
-        const QGuiApplication application(argc, argv);
+        QGuiApplication application(argc, argv);
         QGuiApplication::setWindowIcon(
             QIcon(u":/qt-project.org/imports/Tessivo/icons/tessivo.svg"_s));
         QQuickStyle::setStyle(u"Basic"_s);
+
+        HeldKeys heldKeys;
+        if (QGuiApplication::platformName() == u"xcb"_s)
+            application.installEventFilter(&heldKeys);
 
         QQmlApplicationEngine engine;
         engine.load(QUrl(u"qrc:/qt-project.org/imports/Tessivo/ContentView.qml"_s));
