@@ -78,17 +78,15 @@ T.ApplicationWindow {
     }
 
     // A click anywhere takes the focus that the Tab key gave: whoever works with the pointer has
-    // the transport keys.
-    Item {
+    // the transport keys. The click itself goes on to what is below.
+    MouseArea {
         id: resting
 
         anchors.fill: parent
-
-        PointHandler {
-            onActiveChanged: {
-                if (active)
-                    resting.forceActiveFocus(Qt.MouseFocusReason);
-            }
+        acceptedButtons: Qt.AllButtons
+        onPressed: mouse => {
+            mouse.accepted = false;
+            resting.forceActiveFocus(Qt.MouseFocusReason);
         }
     }
 }

@@ -32,7 +32,7 @@ QtObject {
     readonly property real unlitOpacity: 0.3
 
     readonly property font headline: scaledSystemFont(1.1, Font.DemiBold)
-    readonly property font caption: scaledSystemFont(0.85, Font.Normal)
+    readonly property font caption: scaledSystemFont(0.9, Font.Normal)
     readonly property font productName: Qt.font({
         family: "CircularStd-Bold",
         pixelSize: 24,

@@ -36,8 +36,13 @@ Item {
 
             keyClick(Qt.Key_Tab);
             verify(item("Record").activeFocus);
-            mouseClick(product);
-            verify(!item("Record").activeFocus, "a click takes the focus back");
+            for (const target of [product, item("Input Monitor")]) {
+                item("Record").forceActiveFocus(Qt.TabFocusReason);
+                mouseClick(target);
+                verify(!item("Record").activeFocus, "a click takes the focus back");
+            }
+            mouseMove(item("Stop"));
+            tryVerify(() => shows(window.contentItem.parent, "Stop [Space]"), 3000);
 
             for (const flag of ["showingSaveDialog", "showingLoopLibrary"]) {
                 window.loopState[flag] = true;
