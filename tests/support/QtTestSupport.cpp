@@ -64,13 +64,30 @@ TemporaryHome::~TemporaryHome() {
     }
 }
 
+namespace {
+
+constexpr std::uint32_t kCycle = 480; // 10 ms
+
+} // namespace
+
 Channels hear(sound::OfflineDevice& device, std::size_t frames) {
-    constexpr std::size_t kCycle = 480; // 10 ms
-    Channels heard;
+    Channels heard(2);
     for (std::size_t at = 0; at < frames; at += kCycle) {
-        append(heard, device.turn(static_cast<std::uint32_t>(std::min(kCycle, frames - at))));
+        append(heard,
+               device.turn(static_cast<std::uint32_t>(std::min<std::size_t>(kCycle, frames - at))));
         runFor(milliseconds(3));
     }
+    return heard;
+}
+
+Channels hearStart(sound::OfflineDevice& device, std::size_t frames) {
+    Channels heard;
+    runUntil([&] {
+        heard = device.turn(kCycle);
+        return heard[0][0] != 0.0F;
+    });
+    runFor(milliseconds(100)); // a real device would not be faster than the disk either
+    append(heard, hear(device, frames - kCycle));
     return heard;
 }
 

@@ -61,6 +61,9 @@ private:
 // What the device puts out with nothing played in, at three times a real one's pace.
 Channels hear(sound::OfflineDevice& device, std::size_t frames);
 
+// The same from the first sound on, for which it waits as long as the reader takes.
+Channels hearStart(sound::OfflineDevice& device, std::size_t frames);
+
 // A loop of that pass, heard for that long.
 std::vector<float> repeated(const std::vector<float>& pass, std::size_t frames);
 
