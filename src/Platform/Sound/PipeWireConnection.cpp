@@ -56,10 +56,6 @@ double PipeWireConnection::renderRate(double sourceRate) const {
     return coreRate_ > 0.0 ? coreRate_ : kUnknownRate;
 }
 
-void PipeWireConnection::ping() {
-    ping_ = askForAnswer(core_.get());
-}
-
 void PipeWireConnection::onInfo(void* data, const pw_core_info* info) {
     const std::string rate = dictValue(info->props, "default.clock.rate");
     static_cast<PipeWireConnection*>(data)->coreRate_ = std::strtod(rate.c_str(), nullptr);
@@ -69,9 +65,6 @@ void PipeWireConnection::onDone(void* data, std::uint32_t id, int sequence) {
     auto& self = *static_cast<PipeWireConnection*>(data);
     if (id != PW_ID_CORE) {
         return;
-    }
-    if (sequence == self.ping_) {
-        self.answeredPing_ = sequence;
     }
     if (sequence == self.roundTrip_ && self.roundTrips_ > 0) {
         if (--self.roundTrips_ > 0) {

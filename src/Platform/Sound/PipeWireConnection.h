@@ -34,11 +34,6 @@ public:
     // The rate of the graph when that capture device is in use, Hz.
     double renderRate(double sourceRate) const;
 
-    // Asks the server for a sign of life.
-    void ping();
-    // True when the server has answered the last ping().
-    bool pingAnswered() const { return answeredPing_ == ping_; }
-
 private:
     static void onInfo(void* data, const pw_core_info* info);
     static void onDone(void* data, std::uint32_t id, int sequence);
@@ -54,8 +49,6 @@ private:
     double coreRate_ = 0.0;
     int roundTrips_ = 0; // still to go
     int roundTrip_ = -1;
-    int ping_ = -1;
-    int answeredPing_ = -1;
     bool lost_ = false;
 };
 

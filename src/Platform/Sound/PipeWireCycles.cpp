@@ -203,11 +203,12 @@ void PipeWireCycles::onPlayback(void* data) {
 }
 
 void PipeWireCycles::capture(AudioRenderer& renderer, pw_stream* stream) TESSIVO_REALTIME {
-    pw_stream* const playback = triggered_ ? playback_.load() : nullptr;
+    pw_stream* const playback = playback_;
+    const bool renders = playback == nullptr || triggered_;
     {
         const DequeuedBuffer buffer(stream);
         const std::span<spa_data> channels = buffer.channels();
-        if (!channels.empty() && channels.front().data != nullptr) {
+        if (renders && !channels.empty() && channels.front().data != nullptr) {
             // A microphone with one channel is heard on both sides.
             const std::array<const spa_data*, kGraphChannels> sides{&channels.front(),
                                                                     &channels.back()};
@@ -236,10 +237,9 @@ void PipeWireCycles::capture(AudioRenderer& renderer, pw_stream* stream) TESSIVO
             }
         }
     }
-    if (playback != nullptr) {
+    if (playback != nullptr && renders) {
         pw_stream_trigger_process(playback);
     }
-    ++cycles_;
 }
 
 void PipeWireCycles::playback(AudioRenderer& renderer, pw_stream* stream) TESSIVO_REALTIME {
@@ -264,7 +264,6 @@ void PipeWireCycles::playback(AudioRenderer& renderer, pw_stream* stream) TESSIV
             renderer.render({{}, out, part});
             done += part;
         }
-        ++cycles_;
     }
     for (spa_data& channel : channels) {
         channel.chunk->offset = 0;

@@ -66,13 +66,11 @@ public:
 
     // Names the streams; none is nullptr. When these return, the callback has let go of the
     // stream that was named before. A triggered playback stream plays what is rendered in
-    // the capture callback, any other one renders by itself.
+    // the capture callback; any other one renders by itself, without input.
     void setCapture(pw_stream* stream);
     void setPlayback(pw_stream* stream, bool triggered);
 
     double outputLatency() const { return outputLatency_.load(std::memory_order_relaxed); }
-    // Cycles rendered since construction.
-    std::uint64_t cycles() const { return cycles_.load(std::memory_order_relaxed); }
 
 private:
     static void onCapture(void* data);
@@ -95,7 +93,6 @@ private:
     std::atomic<bool> stale_{false}; // the queue holds frames of an earlier stream
     std::atomic<double> renderRate_{0.0};
     std::atomic<double> outputLatency_{0.0};
-    std::atomic<std::uint64_t> cycles_{0};
     std::atomic<std::uint64_t> departures_{0}; // how often a callback was left
     OutputFifo fifo_;
     std::array<std::vector<float>, kGraphChannels> scratch_;

@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <array>
 #include <cstring>
+#include <string_view>
 #include <utility>
 
 namespace tessivo::sound {
@@ -24,6 +25,7 @@ struct PipeWireDefaults::Metadata {
 
 struct PipeWireDefaults::Follower {
     PipeWireDefaults& owner;
+    Role& role;
     std::uint32_t id = 0;
     std::string serial;
     AudioFormat current{}; // what the device is set to, once it was in use
@@ -47,16 +49,23 @@ struct PipeWireDefaults::Follower {
             self.offeredIndex = index;
         }
         AudioFormat& known = isOffer ? self.offered : self.current;
-        if (std::exchange(known, *format) != *format) {
-            self.owner.changed_();
+        if (std::exchange(known, *format) == *format) {
+            return;
         }
+        if (self.role.successor.get() == &self) {
+            self.role.device = std::move(self.role.successor);
+        }
+        self.owner.changed_();
     }
 };
 
+PipeWireDefaults::Role::Role() = default;
+PipeWireDefaults::Role::~Role() = default;
+
 namespace {
 
-bool startsWith(const std::string& text, const char* prefix) {
-    return text.compare(0, std::strlen(prefix), prefix) == 0;
+bool startsWith(std::string_view text, std::string_view prefix) {
+    return text.substr(0, prefix.size()) == prefix;
 }
 
 } // namespace
@@ -94,11 +103,11 @@ PipeWireDefaults::PipeWireDefaults(pw_core* core, std::function<void()> changed)
 PipeWireDefaults::~PipeWireDefaults() = default;
 
 PipeWireDefaults::Device PipeWireDefaults::source() const {
-    return source_ ? Device{source_->serial, source_->format()} : Device{};
+    return source_.device ? Device{source_.device->serial, source_.device->format()} : Device{};
 }
 
 PipeWireDefaults::Device PipeWireDefaults::sink() const {
-    return sink_ ? Device{sink_->serial, sink_->format()} : Device{};
+    return sink_.device ? Device{sink_.device->serial, sink_.device->format()} : Device{};
 }
 
 double PipeWireDefaults::graphRate(double sourceRate) const {
@@ -191,20 +200,29 @@ int PipeWireDefaults::onSetting(void* data, std::uint32_t subject, const char* k
     return 0;
 }
 
-void PipeWireDefaults::follow(std::unique_ptr<Follower>& follower, const std::string& name,
-                              const std::string& mediaClass) {
+void PipeWireDefaults::follow(Role& role, const std::string& name, const std::string& mediaClass) {
+    if (role.device && !nodes_.contains(role.device->id)) {
+        role.device.reset();
+        changed_();
+    }
     const auto found =
         std::find_if(nodes_.begin(), nodes_.end(), [&name, &mediaClass](const auto& entry) {
-            return entry.second.name == name &&
-                   startsWith(entry.second.mediaClass, mediaClass.c_str());
+            return !name.empty() && entry.second.name == name &&
+                   startsWith(entry.second.mediaClass, mediaClass);
         });
-    if (name.empty() || found == nodes_.end()) {
-        if (std::exchange(follower, nullptr) != nullptr) {
+    if (found == nodes_.end()) {
+        role.successor.reset();
+        if (std::exchange(role.device, nullptr) != nullptr) {
             changed_();
         }
         return;
     }
-    if (follower && follower->id == found->first && follower->serial == found->second.serial) {
+    const std::uint32_t id = found->first;
+    if (role.device && role.device->id == id) {
+        role.successor.reset();
+        return;
+    }
+    if (role.successor && role.successor->id == id) {
         return;
     }
     static const pw_node_events events = [] {
@@ -213,16 +231,16 @@ void PipeWireDefaults::follow(std::unique_ptr<Follower>& follower, const std::st
         e.param = Follower::onParam;
         return e;
     }();
-    follower.reset(
-        new Follower{.owner = *this, .id = found->first, .serial = found->second.serial});
-    follower->proxy.reset(static_cast<pw_node*>(pw_registry_bind(
-        registry_.get(), found->first, PW_TYPE_INTERFACE_Node, PW_VERSION_NODE, 0)));
-    if (follower->proxy != nullptr) {
-        listenTo(follower->proxy.get(), follower->listener.fresh(), events, follower.get());
+    role.successor.reset(
+        new Follower{.owner = *this, .role = role, .id = id, .serial = found->second.serial});
+    Follower& follower = *role.successor;
+    follower.proxy.reset(static_cast<pw_node*>(
+        pw_registry_bind(registry_.get(), id, PW_TYPE_INTERFACE_Node, PW_VERSION_NODE, 0)));
+    if (follower.proxy != nullptr) {
+        listenTo(follower.proxy.get(), follower.listener.fresh(), events, &follower);
         std::array<std::uint32_t, 2> params{SPA_PARAM_EnumFormat, SPA_PARAM_Format};
-        subscribe(follower->proxy.get(), params);
+        subscribe(follower.proxy.get(), params);
     }
-    changed_();
 }
 
 void PipeWireDefaults::resolve() {

@@ -26,10 +26,10 @@ public:
 
     struct Device {
         std::string serial; // what a stream names as its target; empty: there is no device
-        AudioFormat format; // no channels as long as it is unknown
+        AudioFormat format;
     };
     // The default capture device. A default that is a playback device, whose monitor the
-    // session would record, is no device.
+    // session would record, is no device. A device appears here once its format is known.
     Device source() const;
     Device sink() const;
 
@@ -41,6 +41,15 @@ private:
     struct Node;     // any device in the registry
     struct Metadata; // one of the two metadata objects that matter
     struct Follower; // what is known of one default device
+    struct Role {    // of a default device: source or sink
+        std::unique_ptr<Follower> device;
+        std::unique_ptr<Follower> successor; // until it has told its format
+
+        Role();
+        ~Role();
+        Role(const Role&) = delete;
+        Role& operator=(const Role&) = delete;
+    };
 
     static void onGlobal(void* data, std::uint32_t id, std::uint32_t permissions, const char* type,
                          std::uint32_t version, const spa_dict* properties);
@@ -53,8 +62,7 @@ private:
     static const pw_metadata_events kDefaultEvents;
     static const pw_metadata_events kSettingEvents;
 
-    void follow(std::unique_ptr<Follower>& follower, const std::string& name,
-                const std::string& mediaClass);
+    void follow(Role& role, const std::string& name, const std::string& mediaClass);
     void resolve();
 
     std::function<void()> changed_;
@@ -65,8 +73,8 @@ private:
     ProxyOwner<pw_registry> registry_;
     Listener registryListener_;
     std::vector<std::unique_ptr<Metadata>> metadata_;
-    std::unique_ptr<Follower> source_;
-    std::unique_ptr<Follower> sink_;
+    Role source_;
+    Role sink_;
 };
 
 } // namespace tessivo::sound

@@ -27,18 +27,15 @@ constexpr double kRateWithoutServer = 48000.0;
 
 // How long the server's first answers are waited for.
 constexpr auto kAnswerTime = 1s;
-// How often a server that has gone is looked for.
-constexpr auto kReconnectInterval = 100ms;
-// How often the cycles are looked after while they should run.
-constexpr auto kWatchInterval = 500ms;
+// How often things are looked at that will not announce themselves.
+constexpr auto kLookInterval = 100ms;
+// How long a capture stream may take to run before playback does without it.
+constexpr auto kCaptureGrace = 300ms;
 // After a restart the devices come back one by one; one that is missing for less than this
 // is not reported as gone.
 constexpr auto kReturnTime = 5s;
 // A device that did not work is tried again after this, or as soon as it is another one.
 constexpr auto kRetryTime = 30s;
-// So many watches without a cycle, and the capture device is taken for stuck.
-constexpr int kStuckWatches = 3;
-
 std::string uniqueGroup(const std::string& applicationName) {
     static std::atomic<unsigned> count{0};
     return applicationName + "-" + std::to_string(getpid()) + "-" + std::to_string(++count);
@@ -49,8 +46,11 @@ struct BrokenDevice {
     std::string serial;
     Clock::time_point since;
 
-    bool matches(const std::string& other) const {
-        return !serial.empty() && serial == other && Clock::now() < since + kRetryTime;
+    bool matches(const std::string& other) const { return !serial.empty() && serial == other; }
+    void forgetInTime() {
+        if (Clock::now() >= since + kRetryTime) {
+            serial.clear();
+        }
     }
 };
 
@@ -82,7 +82,7 @@ private:
     bool publish();
     void notify();
     void reconcile();
-    void watch();
+    bool drivesPlayback() const;
     void closeStreams();
     void scheduleNextLook();
     std::unique_ptr<PipeWireStream> openStream(PipeWireStream::Kind kind, std::uint32_t channels,
@@ -114,8 +114,6 @@ private:
     std::unique_ptr<PipeWireStream> capture_;
     BrokenDevice brokenSource_;
     BrokenDevice brokenSink_;
-    std::uint64_t watchedCycles_ = 0;
-    int silentWatches_ = 0;
 };
 
 PipeWireDevice::Impl::Impl(std::string applicationName)
@@ -219,9 +217,7 @@ void PipeWireDevice::Impl::onEvent(void* data, std::uint64_t /*count*/) {
 }
 
 void PipeWireDevice::Impl::onTimer(void* data, std::uint64_t /*expirations*/) {
-    auto& self = *static_cast<Impl*>(data);
-    self.watch();
-    self.settle();
+    static_cast<Impl*>(data)->settle();
 }
 
 void PipeWireDevice::Impl::connect() {
@@ -306,6 +302,8 @@ void PipeWireDevice::Impl::reconcile() {
     if (!started_ || connection_ == nullptr || !connection_->hasAnswered()) {
         return;
     }
+    brokenSource_.forgetInTime();
+    brokenSink_.forgetInTime();
     if (capture_ != nullptr && capture_->hasFailed()) {
         brokenSource_ = {capture_->target(), Clock::now()};
     }
@@ -317,46 +315,30 @@ void PipeWireDevice::Impl::reconcile() {
     const bool captures = request_.capture && source.format.channelCount() > 0 &&
                           !brokenSource_.matches(source.serial);
     const bool plays = !sink.serial.empty() && !brokenSink_.matches(sink.serial);
-    const Kind playbackKind = captures ? Kind::triggeredPlayback : Kind::directPlayback;
     const std::uint32_t channels = std::min(source.format.channelCount(), kGraphChannels);
 
     if (capture_ != nullptr && (!captures || capture_->target() != source.serial ||
                                 capture_->channelCount() != channels)) {
         capture_.reset();
     }
+    if (captures && capture_ == nullptr) {
+        capture_ = openStream(Kind::capture, channels, source.serial);
+    }
+    const Kind kind = drivesPlayback() ? Kind::triggeredPlayback : Kind::directPlayback;
     if (playback_ != nullptr &&
-        (!plays || playback_->target() != sink.serial || playback_->kind() != playbackKind)) {
+        (!plays || playback_->target() != sink.serial || playback_->kind() != kind)) {
         playback_.reset();
     }
     if (plays && playback_ == nullptr) {
-        playback_ = openStream(playbackKind, kGraphChannels, sink.serial);
-    }
-    if (captures && capture_ == nullptr) {
-        capture_ = openStream(Kind::capture, channels, source.serial);
-        silentWatches_ = 0;
+        playback_ = openStream(kind, kGraphChannels, sink.serial);
     }
 }
 
-// A capture device that delivers nothing must not keep the loops from being heard.
-void PipeWireDevice::Impl::watch() {
-    if (capture_ == nullptr || playback_ == nullptr || connection_ == nullptr) {
-        return;
-    }
-    const std::uint64_t cycles = cycles_.cycles();
-    if (std::exchange(watchedCycles_, cycles) != cycles) {
-        silentWatches_ = 0;
-        return;
-    }
-    // When the server itself stands still, its devices are not to blame.
-    if (silentWatches_ > 0 && !connection_->pingAnswered()) {
-        silentWatches_ = 1;
-        return;
-    }
-    if (++silentWatches_ == 1) {
-        connection_->ping();
-    } else if (silentWatches_ >= kStuckWatches) {
-        brokenSource_ = {capture_->target(), Clock::now()};
-    }
+// Whether the capture stream wakes the playback stream. One that the session does not link
+// must not keep the loops from being heard.
+bool PipeWireDevice::Impl::drivesPlayback() const {
+    return capture_ != nullptr &&
+           (capture_->isRunning() || Clock::now() < capture_->openedAt() + kCaptureGrace);
 }
 
 void PipeWireDevice::Impl::closeStreams() {
@@ -365,13 +347,13 @@ void PipeWireDevice::Impl::closeStreams() {
 }
 
 void PipeWireDevice::Impl::scheduleNextLook() {
-    Clock::duration interval{0};
-    if (connection_ == nullptr ? reconnects_ : returnDeadline_.has_value()) {
-        interval = kReconnectInterval;
-    } else if (capture_ != nullptr || !brokenSource_.serial.empty() ||
-               !brokenSink_.serial.empty()) {
-        interval = kWatchInterval;
+    bool waits = reconnects_; // for the server
+    if (connection_ != nullptr) {
+        const bool starting = capture_ != nullptr && !capture_->isRunning() && drivesPlayback();
+        waits = starting || returnDeadline_.has_value() || !brokenSource_.serial.empty() ||
+                !brokenSink_.serial.empty();
     }
+    const Clock::duration interval = waits ? kLookInterval : 0ms;
     if (std::exchange(timerInterval_, interval) == interval) {
         return;
     }

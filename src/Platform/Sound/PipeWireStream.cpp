@@ -42,12 +42,12 @@ pw_properties* streamProperties(const PipeWireStreamSettings& settings, bool cap
 
 PipeWireStream::PipeWireStream(pw_core* core, const PipeWireStreamSettings& settings, Kind kind,
                                std::uint32_t channelCount, std::string target,
-                               PipeWireCycles& cycles, std::function<void()> failed)
+                               PipeWireCycles& cycles, std::function<void()> changed)
     : kind_(kind)
     , channelCount_(channelCount)
     , target_(std::move(target))
     , cycles_(cycles)
-    , failure_(std::move(failed)) {
+    , changed_(std::move(changed)) {
     open(core, settings);
 }
 
@@ -102,14 +102,21 @@ void PipeWireStream::open(pw_core* core, const PipeWireStreamSettings& settings)
 void PipeWireStream::onState(void* data, pw_stream_state /*old*/, pw_stream_state state,
                              const char* /*error*/) {
     auto& self = *static_cast<PipeWireStream*>(data);
-    if (!self.closing_ && state == PW_STREAM_STATE_ERROR) {
+    if (self.closing_) {
+        return;
+    }
+    if (state == PW_STREAM_STATE_ERROR) {
         self.fail();
+    }
+    const bool running = state == PW_STREAM_STATE_STREAMING;
+    if (std::exchange(self.running_, running) != running) {
+        self.changed_();
     }
 }
 
 void PipeWireStream::fail() {
     failed_ = true;
-    failure_();
+    changed_();
 }
 
 } // namespace tessivo::sound

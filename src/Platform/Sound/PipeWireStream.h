@@ -2,6 +2,7 @@
 
 #include "Platform/Sound/PipeWireHandles.h"
 
+#include <chrono>
 #include <cstdint>
 #include <functional>
 #include <string>
@@ -28,10 +29,10 @@ public:
     };
 
     // Opens a stream of 1 or 2 channels to the device with that serial number and hands it
-    // to the cycles. failed is called on the loop when the stream turns out not to work.
+    // to the cycles. changed is called on the loop when isRunning() or hasFailed() changes.
     PipeWireStream(pw_core* core, const PipeWireStreamSettings& settings, Kind kind,
                    std::uint32_t channelCount, std::string target, PipeWireCycles& cycles,
-                   std::function<void()> failed);
+                   std::function<void()> changed);
     ~PipeWireStream();
     PipeWireStream(const PipeWireStream&) = delete;
     PipeWireStream& operator=(const PipeWireStream&) = delete;
@@ -39,7 +40,11 @@ public:
     Kind kind() const { return kind_; }
     std::uint32_t channelCount() const { return channelCount_; }
     const std::string& target() const { return target_; }
+    // The graph runs it: it is linked, and samples flow.
+    bool isRunning() const { return running_; }
+    // It will never run.
     bool hasFailed() const { return failed_; }
+    std::chrono::steady_clock::time_point openedAt() const { return openedAt_; }
 
 private:
     static void onState(void* data, pw_stream_state old, pw_stream_state state, const char* error);
@@ -50,11 +55,13 @@ private:
     std::uint32_t channelCount_;
     std::string target_;
     PipeWireCycles& cycles_;
-    std::function<void()> failure_;
+    std::function<void()> changed_;
+    std::chrono::steady_clock::time_point openedAt_ = std::chrono::steady_clock::now();
     PipeWireOwner<pw_stream> stream_;
     // Not Listeners: the stream removes them itself, once its callback can run no more.
     spa_hook stateHook_{};
     spa_hook processHook_{};
+    bool running_ = false;
     bool failed_ = false;
     bool closing_ = false;
 };
