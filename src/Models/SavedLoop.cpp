@@ -14,6 +14,10 @@ QString canonical(const QString& text) {
 
 } // namespace
 
+SecondsSince2001 secondsSince2001Now() {
+    return std::chrono::system_clock::now().time_since_epoch() - kUnixTimeOf2001;
+}
+
 SavedLoop::SavedLoop(QString name, QString filename, SecondsSince2001 createdDate, double duration,
                      qint64 fileSize)
     : id_(QUuid::createUuid())

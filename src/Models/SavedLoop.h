@@ -11,6 +11,12 @@ namespace tessivo {
 // A point in time as seconds, with fraction, since 2001-01-01 00:00:00 UTC.
 using SecondsSince2001 = std::chrono::duration<double>;
 
+// That instant in Unix time, seconds.
+inline constexpr std::chrono::seconds kUnixTimeOf2001{978'307'200};
+
+// Now, to the precision of the system's clock.
+SecondsSince2001 secondsSince2001Now();
+
 // One loop of the library. An immutable value; every newly made one has an id of its own.
 class SavedLoop {
 public:
@@ -31,6 +37,8 @@ public:
     friend std::size_t qHash(const SavedLoop& loop, std::size_t seed) noexcept;
 
 private:
+    friend class LibraryMetadata; // reads records with the ids they have
+
     QUuid id_;
     QString name_;
     QString filename_;

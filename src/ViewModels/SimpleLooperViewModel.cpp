@@ -2,9 +2,11 @@
 
 #include "Audio/SimplePlayer.h"
 #include "Audio/SimpleRecorder.h"
+#include "Models/LoopError.h"
 #include "Platform/Sound/PipeWireDevice.h"
 #include "Platform/System/LogLine.h"
 #include "Platform/System/MainQueue.h"
+#include "Utils/LoopFileManager.h"
 
 #include <QFileInfo>
 
@@ -136,6 +138,7 @@ void SimpleLooperViewModel::startRecording() {
         logLine(std::string("❌ [ERROR] Error details: ") + error.what());
         return;
     }
+    beginOtherAudio();
     post([this] {
         loopState_.setTransportState(TransportState::recording);
         loopState_.setIsRecording(true);
@@ -159,6 +162,7 @@ void SimpleLooperViewModel::stopRecording() {
     post([this, url] {
         loopState_.setFileURL(url);
         loopState_.setHasAudio(true);
+        setCurrentAudio(url);
     });
 }
 
@@ -204,6 +208,11 @@ void SimpleLooperViewModel::stopPlayback() {
 
 void SimpleLooperViewModel::clearLoop() {
     stopPlayback();
+    clearLoopState();
+    logLine("Loop cleared");
+}
+
+void SimpleLooperViewModel::clearLoopState() {
     if (player_ != nullptr) {
         player_->clearAudioFile();
     }
@@ -215,8 +224,80 @@ void SimpleLooperViewModel::clearLoop() {
         loopState_.setFileURL({});
         loopState_.setCurrentSavedLoop({});
         loopState_.setTransportState(TransportState::stopped);
+        setCurrentAudio({});
     });
-    logLine("Loop cleared");
+}
+
+void SimpleLooperViewModel::saveCurrentLoop(const QString& name) {
+    const CurrentAudio audio = [this] {
+        const std::scoped_lock lock(currentAudioMutex_);
+        return currentAudio_;
+    }();
+    if (audio.file.isEmpty()) {
+        throw LoopError(LoopError::Kind::noAudioToSave);
+    }
+    LoopFileManager::checkDiskSpaceForFile(audio.file);
+    const SavedLoop loop = LoopFileManager::saveTemporaryLoopAs(name, audio.file);
+    post([this, loop, number = audio.number] {
+        loopLibrary_.saveLoop(loop);
+        // Another take may have begun since; it is not the one that was saved.
+        if (currentAudio_.number == number) {
+            loopState_.setCurrentSavedLoop(loop);
+        }
+    });
+    logLine("Successfully saved loop: " + name.toStdString());
+}
+
+void SimpleLooperViewModel::loadLoop(const SavedLoop& loop) {
+    cancelDeferredPlayback();
+    switch (loopState_.transportState()) {
+    case TransportState::stopped:
+        break;
+    case TransportState::recording:
+        stopRecording();
+        break;
+    case TransportState::playing:
+        stopPlayback();
+        break;
+    }
+    clearLoopState();
+    if (!LoopFileManager::validateLoopFile(loop)) {
+        throw LoopError(LoopError::Kind::fileNotFound);
+    }
+    const QUrl location = *LoopFileManager::locationOf(loop);
+    post([this, loop, location] {
+        loopState_.setFileURL(location);
+        loopState_.setHasAudio(true);
+        loopState_.setCurrentSavedLoop(loop);
+        setCurrentAudio(location);
+    });
+    logLine("Successfully loaded loop: " + loop.name().toStdString());
+}
+
+void SimpleLooperViewModel::showSaveDialog() {
+    if (!loopState_.canSave()) {
+        return;
+    }
+    // The library window may have renamed or deleted loops with a store of its own. By the
+    // time a name is typed, this one knows.
+    loopLibrary_.loadLibrary();
+    post([this] { loopState_.setShowingSaveDialog(true); });
+}
+
+void SimpleLooperViewModel::showLoopLibrary() {
+    post([this] { loopState_.setShowingLoopLibrary(true); });
+}
+
+void SimpleLooperViewModel::setCurrentAudio(const QUrl& file) {
+    const std::scoped_lock lock(currentAudioMutex_);
+    currentAudio_ = {file, currentAudio_.number + 1};
+}
+
+// A take has begun: what is saved from here on is still the audio before it, but it is no
+// longer what the looper is about.
+void SimpleLooperViewModel::beginOtherAudio() {
+    const std::scoped_lock lock(currentAudioMutex_);
+    ++currentAudio_.number;
 }
 
 void SimpleLooperViewModel::post(std::function<void()> writes) {

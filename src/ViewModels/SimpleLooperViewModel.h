@@ -1,12 +1,14 @@
 #pragma once
 
 #include "Audio/SimpleAudioEngine.h"
+#include "Models/LoopLibrary.h"
 #include "Models/SimpleLoopState.h"
 #include "Platform/System/ObservableObject.h"
 
 #include <cstdint>
 #include <functional>
 #include <memory>
+#include <mutex>
 
 namespace tessivo {
 
@@ -35,6 +37,16 @@ public:
 
     // Owned by the controller, the same for its whole life.
     SimpleLoopState* loopState() { return &loopState_; }
+    // The library that save adds to; likewise.
+    LoopLibrary& loopLibrary() { return loopLibrary_; }
+
+    // Copies the current loop into the library under that name. Any thread; blocks on the
+    // disk. Throws a LoopError or a system error, and then nothing has changed.
+    void saveCurrentLoop(const QString& name);
+
+    // Stops whatever is going on and makes the library's file the current loop, waiting to
+    // be played. Throws fileNotFound when its audio is gone; the looper is then empty.
+    void loadLoop(const SavedLoop& loop);
 
 public slots:
     // The four transport commands. One that has no meaning in the present state does
@@ -46,6 +58,10 @@ public slots:
 
     void toggleInputMonitoring();
 
+    // Asks for the save sheet, if there is something to save, and for the library window.
+    void showSaveDialog();
+    void showLoopLibrary();
+
 private:
     void setupObservers();
     void startAudioEngine();
@@ -56,13 +72,26 @@ private:
     void startPlayback();
     void stopPlayback();
     void clearLoop();
+    void clearLoopState();
+    void setCurrentAudio(const QUrl& file);
+    void beginOtherAudio();
     void post(std::function<void()> writes);
 
+    // What a save on another thread may know of the loop state: the main thread writes it
+    // together with the state, under the lock; a save takes a copy.
+    struct CurrentAudio {
+        QUrl file;                // empty: none
+        std::uint64_t number = 0; // tells takes apart that have one file name
+    };
+
     SimpleLoopState loopState_;
+    LoopLibrary loopLibrary_;
     SimpleAudioEngine audioEngine_;
     SimpleRecorder* recorder_ = nullptr; // the engine's, from the first recording on
     SimplePlayer* player_ = nullptr;     // the engine's, from the first playback on
     std::uint64_t playbackOrder_ = 0;    // the deferred playback that still counts
+    std::mutex currentAudioMutex_;
+    CurrentAudio currentAudio_;
 };
 
 } // namespace tessivo

@@ -16,6 +16,9 @@ public:
 
     // Callable from any thread. A task must not throw.
     static void post(Priority priority, std::function<void()> task);
+
+    // Returns when nothing is waiting or running any more.
+    static void waitForAll();
 };
 
 } // namespace tessivo

@@ -1,0 +1,113 @@
+#include "Models/LibraryFile.h"
+
+#include "Models/LibraryMetadata.h"
+#include "Platform/System/SerialQueue.h"
+#include "Utils/LoopFileManager.h"
+
+#include <QDateTime>
+#include <QFile>
+#include <QFileInfo>
+#include <QSaveFile>
+
+#include <cerrno>
+#include <fcntl.h>
+#include <filesystem>
+#include <system_error>
+#include <unistd.h>
+
+namespace tessivo {
+namespace {
+
+namespace fs = std::filesystem;
+
+QString metadataPath() {
+    return LoopFileManager::libraryMetadataURL().toLocalFile();
+}
+
+fs::path nativePath(const QString& path) {
+    return QFileInfo(path).filesystemFilePath();
+}
+
+// "library-2026-11-22-201502.json", and so on where that is taken.
+fs::path unusedDatedName() {
+    const QString stem = QFileInfo(metadataPath()).path() + QStringLiteral("/library-") +
+                         QDateTime::currentDateTime().toString(QStringLiteral("yyyy-MM-dd-HHmmss"));
+    QString name = stem + QStringLiteral(".json");
+    std::error_code ignored;
+    for (int i = 1; fs::exists(fs::symlink_status(nativePath(name), ignored)); ++i) {
+        name = stem + u'-' + QString::number(i) + QStringLiteral(".json");
+    }
+    return nativePath(name);
+}
+
+// A rename is on the disk only when the folder is.
+void syncFolder() {
+    const auto folder = nativePath(metadataPath()).parent_path();
+    const int descriptor = ::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    if (descriptor >= 0) {
+        ::fsync(descriptor);
+        ::close(descriptor);
+    }
+}
+
+} // namespace
+
+void LibraryFile::post(std::function<void()> access) {
+    // Never destroyed: the last writes happen while the application ends.
+    static auto& queue = *new SerialQueue(BackgroundQueue::Priority::utility);
+    queue.post(std::move(access));
+}
+
+std::optional<std::vector<SavedLoop>> LibraryFile::read() {
+    std::error_code error;
+    const bool exists = fs::exists(fs::symlink_status(nativePath(metadataPath()), error));
+    if (!exists) {
+        if (error && error != std::errc::no_such_file_or_directory) {
+            throw std::system_error(error, "library.json");
+        }
+        return std::nullopt;
+    }
+    // A pipe of that name would be waited for without end.
+    if (!fs::is_regular_file(nativePath(metadataPath()), error)) {
+        throw std::runtime_error("library.json is not a file");
+    }
+    QFile file(metadataPath());
+    if (!file.open(QIODevice::ReadOnly)) {
+        throw std::runtime_error(file.errorString().toStdString());
+    }
+    const QByteArray bytes = file.readAll();
+    if (file.error() != QFileDevice::NoError) {
+        throw std::runtime_error(file.errorString().toStdString());
+    }
+    return LibraryMetadata::decode(bytes);
+}
+
+void LibraryFile::write(const std::vector<SavedLoop>& loops) {
+    const QByteArray bytes = LibraryMetadata::encode(loops);
+    std::error_code ignored;
+    const auto path = nativePath(metadataPath());
+    if (fs::is_directory(fs::symlink_status(path, ignored))) {
+        // A folder cannot be renamed over; whatever it is, it is kept.
+        fs::rename(path, unusedDatedName());
+    }
+    QSaveFile file(metadataPath());
+    if (!file.open(QIODevice::WriteOnly) || file.write(bytes) != bytes.size() || !file.commit()) {
+        throw std::runtime_error(file.errorString().toStdString());
+    }
+    syncFolder();
+}
+
+void LibraryFile::keepBeside() {
+    const auto path = nativePath(metadataPath());
+    std::error_code error;
+    if (!fs::is_regular_file(path, error)) {
+        return;
+    }
+    const auto kept = unusedDatedName();
+    fs::create_hard_link(path, kept, error);
+    if (error) {
+        fs::copy_file(path, kept, error);
+    }
+}
+
+} // namespace tessivo

@@ -1,0 +1,308 @@
+#include "Models/LoopLibrary.h"
+
+#include "Models/LibraryFile.h"
+#include "Platform/System/BackgroundQueue.h"
+#include "Platform/System/LogLine.h"
+#include "Platform/System/MainQueue.h"
+#include "Utils/LoopFileManager.h"
+
+#include <QDateTime>
+#include <QFile>
+#include <QFileInfo>
+#include <QPointer>
+
+#include <algorithm>
+#include <filesystem>
+#include <numeric>
+#include <system_error>
+#include <utility>
+
+namespace tessivo {
+namespace {
+
+namespace fs = std::filesystem;
+using Loops = std::vector<SavedLoop>;
+
+void sortNewestFirst(Loops& loops) {
+    std::stable_sort(loops.begin(), loops.end(), [](const SavedLoop& a, const SavedLoop& b) {
+        return a.createdDate() > b.createdDate();
+    });
+}
+
+void add(Loops& loops, const SavedLoop& loop) {
+    loops.push_back(loop);
+    sortNewestFirst(loops);
+}
+
+Loops withoutOrphans(Loops loops) {
+    std::erase_if(loops, [](const SavedLoop& loop) {
+        if (LoopFileManager::validateLoopFile(loop)) {
+            return false;
+        }
+        logLine("Removing orphaned loop: " + loop.name().toStdString());
+        return true;
+    });
+    sortNewestFirst(loops);
+    return loops;
+}
+
+SavedLoop recordOf(const QFileInfo& file) {
+    const auto status = fs::symlink_status(file.filesystemFilePath());
+    if (!fs::is_regular_file(status)) {
+        throw std::runtime_error("Not a file of its own");
+    }
+    const auto metadata =
+        LoopFileManager::getLoopMetadata(QUrl::fromLocalFile(file.absoluteFilePath()));
+    const QDateTime birth = file.birthTime();
+    const auto created =
+        birth.isValid() ? SecondsSince2001(static_cast<double>(birth.toMSecsSinceEpoch()) / 1000.0 -
+                                           static_cast<double>(kUnixTimeOf2001.count()))
+                        : secondsSince2001Now();
+    return {file.fileName().chopped(4), file.fileName(), created, metadata.duration,
+            metadata.fileSize};
+}
+
+// Every loop in the folder. Throws a system error when the folder cannot be listed.
+Loops loopsOfFolder() {
+    const QFileInfo folder(LoopFileManager::savedLoopsDirectory().toLocalFile());
+    Loops loops;
+    for (const auto& entry : fs::directory_iterator(folder.filesystemFilePath())) {
+        const QString name = QFile::decodeName(entry.path().filename().c_str());
+        if (!name.endsWith(QLatin1String(".wav"), Qt::CaseInsensitive)) {
+            continue;
+        }
+        try {
+            loops.push_back(recordOf(QFileInfo(folder.filePath() + u'/' + name)));
+        } catch (const std::exception& error) {
+            logLine("Failed to process file " + name.toStdString() + ": " + error.what());
+        }
+    }
+    sortNewestFirst(loops);
+    return loops;
+}
+
+} // namespace
+
+LoopLibrary::LoopLibrary(QObject* parent)
+    : ObservableObject(parent) {
+    loadLibrary();
+}
+
+LoopLibrary::~LoopLibrary() {
+    if (!resultPending_ || changesMeanwhile_.empty()) {
+        return;
+    }
+    // The reading that these changes wait for has nobody to come to any more.
+    LibraryFile::post([changes = std::move(changesMeanwhile_), own = savedLoops_] {
+        Loops loops = own;
+        try {
+            if (auto read = LibraryFile::read()) {
+                loops = std::move(*read);
+                for (const auto& change : changes) {
+                    change(loops);
+                }
+            }
+        } catch (const std::exception&) {
+            LibraryFile::keepBeside();
+        }
+        try {
+            LibraryFile::write(loops);
+        } catch (const std::exception& error) {
+            logLine(std::string("Failed to save loop library: ") + error.what());
+        }
+    });
+}
+
+// Carries a result of this load or rebuild to the main thread, where it counts only if the
+// store is still there and has not begun to load anew.
+std::function<void(std::function<void(LoopLibrary&)>)> LoopLibrary::answerOfThisLoad() {
+    return [self = QPointer(this), load = load_](std::function<void(LoopLibrary&)> result) {
+        MainQueue::post([self, load, result = std::move(result)] {
+            if (self && self->load_ == load) {
+                result(*self);
+            }
+        });
+    };
+}
+
+void LoopLibrary::loadLibrary() {
+    ++load_;
+    resultPending_ = true;
+    publish(isLoading_, true, &LoopLibrary::isLoadingChanged);
+    publish(lastError_, std::nullopt, &LoopLibrary::lastErrorChanged);
+    // Behind all writes asked for so far, or the list read would lack what they bring.
+    LibraryFile::post([answer = answerOfThisLoad()] { loadInBackground(answer); });
+}
+
+void LoopLibrary::loadInBackground(
+    const std::function<void(std::function<void(LoopLibrary&)>)>& answer) {
+    try {
+        auto read = LibraryFile::read();
+        // The audio files are looked at beside the queue: nobody's write waits for that.
+        BackgroundQueue::post(BackgroundQueue::Priority::userInitiated,
+                              [answer, read = std::move(read)] {
+                                  Loops kept = read ? withoutOrphans(*read) : Loops();
+                                  const bool differs = !read || kept.size() != read->size();
+                                  answer([kept = std::move(kept), differs](LoopLibrary& self) {
+                                      self.finishLoading(kept, differs);
+                                  });
+                              });
+    } catch (const std::exception& error) {
+        answer(
+            [reason = std::string(error.what())](LoopLibrary& self) { self.failLoading(reason); });
+    }
+}
+
+void LoopLibrary::finishLoading(Loops loops, bool differsFromFile) {
+    const bool changed = applyChanges(loops);
+    publish(savedLoops_, std::move(loops), &LoopLibrary::savedLoopsChanged);
+    publish(isLoading_, false, &LoopLibrary::isLoadingChanged);
+    if (differsFromFile || changed) {
+        saveLibrary();
+    }
+}
+
+void LoopLibrary::failLoading(const std::string& reason) {
+    publish(isLoading_, false, &LoopLibrary::isLoadingChanged);
+    publish(lastError_, LoopError(LoopError::Kind::libraryCorrupted),
+            &LoopLibrary::lastErrorChanged);
+    logLine("Failed to load loop library: " + reason);
+    rebuildLibraryFromFiles();
+}
+
+void LoopLibrary::rebuildLibraryFromFiles() {
+    BackgroundQueue::post(BackgroundQueue::Priority::userInitiated, [answer = answerOfThisLoad()] {
+        try {
+            answer([loops = loopsOfFolder()](LoopLibrary& self) { self.finishRebuild(loops); });
+        } catch (const std::exception& error) {
+            answer([reason = std::string(error.what())](LoopLibrary& self) {
+                self.failRebuild(reason);
+            });
+        }
+    });
+}
+
+void LoopLibrary::finishRebuild(Loops loops) {
+    applyChanges(loops);
+    const std::size_t count = loops.size();
+    publish(savedLoops_, std::move(loops), &LoopLibrary::savedLoopsChanged);
+    publish(lastError_, std::nullopt, &LoopLibrary::lastErrorChanged);
+    saveLibrary(Previous::keepBeside);
+    logLine("Successfully rebuilt library with " + std::to_string(count) + " loops");
+}
+
+void LoopLibrary::failRebuild(const std::string& reason) {
+    Loops unchanged;
+    const bool changed = applyChanges(unchanged);
+    publish(lastError_, LoopError(LoopError::Kind::libraryCorrupted),
+            &LoopLibrary::lastErrorChanged);
+    logLine("Failed to rebuild library from files: " + reason);
+    if (changed) {
+        saveLibrary(Previous::keepBeside);
+    }
+}
+
+// Applies what was changed while a result was on its way; true if anything was.
+bool LoopLibrary::applyChanges(Loops& loops) {
+    resultPending_ = false;
+    const auto changes = std::exchange(changesMeanwhile_, {});
+    for (const auto& change : changes) {
+        change(loops);
+    }
+    return !changes.empty();
+}
+
+// Changes the list now and, when a result is on its way, that as well. The file is written
+// from the list that then holds: one that was read before another store's change must not
+// bring back what that store removed.
+void LoopLibrary::change(const Change& onList, Change onResult) {
+    Loops loops = savedLoops_;
+    onList(loops);
+    publish(savedLoops_, std::move(loops), &LoopLibrary::savedLoopsChanged);
+    if (resultPending_) {
+        changesMeanwhile_.push_back(std::move(onResult));
+    } else {
+        saveLibrary();
+    }
+}
+
+void LoopLibrary::saveLibrary(Previous previous) {
+    LibraryFile::post([self = QPointer(this), loops = savedLoops_, previous] {
+        try {
+            if (previous == Previous::keepBeside) {
+                LibraryFile::keepBeside();
+            }
+            LibraryFile::write(loops);
+        } catch (const std::exception& error) {
+            const auto failure = LoopError::saveFailure(
+                QStringLiteral("Failed to save library metadata: ") + error.what());
+            MainQueue::post([self, failure] {
+                if (self) {
+                    self->publish(self->lastError_, failure, &LoopLibrary::lastErrorChanged);
+                }
+            });
+            logLine(std::string("Failed to save loop library: ") + error.what());
+        }
+    });
+}
+
+void LoopLibrary::saveLoop(const SavedLoop& loop) {
+    change([&](Loops& loops) { add(loops, loop); },
+           [loop](Loops& loops) {
+               // A rebuild may have found the file already.
+               std::erase_if(loops, [&](const SavedLoop& other) {
+                   return other.filename() == loop.filename();
+               });
+               add(loops, loop);
+           });
+}
+
+void LoopLibrary::renameLoop(const SavedLoop& loop, const QString& newName) {
+    if (newName.trimmed().isEmpty()) {
+        throw LoopError::saveFailure(QStringLiteral("Loop name cannot be empty"));
+    }
+    const auto isOther = [&](const SavedLoop& other) {
+        return other.name() == newName && other.id() != loop.id();
+    };
+    if (std::any_of(savedLoops_.begin(), savedLoops_.end(), isOther)) {
+        throw LoopError(LoopError::Kind::duplicateName);
+    }
+    const auto old = std::find_if(savedLoops_.begin(), savedLoops_.end(),
+                                  [&](const SavedLoop& other) { return other.id() == loop.id(); });
+    if (old == savedLoops_.end()) {
+        throw LoopError(LoopError::Kind::fileNotFound);
+    }
+    const SavedLoop renamed(newName, old->filename(), old->createdDate(), old->duration(),
+                            old->fileSize());
+    const auto index = old - savedLoops_.begin();
+    change([&](Loops& loops) { loops[static_cast<std::size_t>(index)] = renamed; },
+           [renamed](Loops& loops) {
+               // By its file: what was read may know the record under another id.
+               const auto same = std::find_if(loops.begin(), loops.end(), [&](const auto& other) {
+                   return other.filename() == renamed.filename();
+               });
+               if (same != loops.end()) {
+                   *same = renamed;
+               }
+           });
+}
+
+void LoopLibrary::deleteLoop(const SavedLoop& loop) {
+    LoopFileManager::deleteLoopFile(loop);
+    change(
+        [&](Loops& loops) {
+            std::erase_if(loops, [&](const auto& other) { return other.id() == loop.id(); });
+        },
+        [loop](Loops& loops) {
+            std::erase_if(loops, [&](const auto& other) {
+                return other.id() == loop.id() || other.filename() == loop.filename();
+            });
+        });
+}
+
+qint64 LoopLibrary::totalSize() const {
+    return std::accumulate(savedLoops_.begin(), savedLoops_.end(), qint64{0},
+                           [](qint64 sum, const SavedLoop& loop) { return sum + loop.fileSize(); });
+}
+
+} // namespace tessivo

@@ -1,0 +1,248 @@
+#include "Utils/LoopFileManager.h"
+
+#include "Models/LoopError.h"
+#include "Platform/Sound/AudioError.h"
+#include "Platform/Sound/AudioFile.h"
+#include "Platform/System/DocumentsDirectory.h"
+
+#include <QFileInfo>
+#include <QTextBoundaryFinder>
+
+#include <algorithm>
+#include <cerrno>
+#include <cmath>
+#include <cstdlib>
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <system_error>
+#include <unistd.h>
+
+namespace tessivo {
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr qint64 kFreeSpaceReserve = 10'485'760; // bytes
+constexpr qsizetype kLongestBase = 50;           // characters as a reader counts them
+// A file system's limit for names, less the extension and room for a counter.
+constexpr qsizetype kLongestBaseBytes = 255 - 4 - 11;
+
+fs::path pathOf(const QUrl& url) {
+    return QFileInfo(url.toLocalFile()).filesystemFilePath();
+}
+
+std::system_error systemError(int code, const std::string& what, const fs::path& path) {
+    return {code, std::generic_category(), what + " \"" + path.filename().string() + "\""};
+}
+
+qint64 sizeOf(const fs::path& path) {
+    struct stat status {};
+    if (::stat(path.c_str(), &status) != 0) {
+        throw systemError(errno, "The attributes of the file could not be read:", path);
+    }
+    return S_ISREG(status.st_mode) ? status.st_size : 0;
+}
+
+// Seconds; nothing when the file cannot be read as audio.
+std::optional<double> durationOf(const fs::path& path) {
+    try {
+        const sound::AudioFileReader file(path);
+        const double seconds = static_cast<double>(file.length()) / file.format().sampleRate();
+        if (std::isfinite(seconds) && seconds > 0.0) {
+            return seconds;
+        }
+    } catch (const sound::AudioError&) {
+        // Whatever the reason, it is not usable audio.
+    }
+    return std::nullopt;
+}
+
+void syncToDisk(const fs::path& path, int flags) {
+    const int descriptor = ::open(path.c_str(), flags | O_CLOEXEC);
+    if (descriptor < 0) {
+        throw systemError(errno, "Could not open", path);
+    }
+    const int result = ::fsync(descriptor);
+    const int error = errno;
+    ::close(descriptor);
+    if (result != 0) {
+        throw systemError(error, "Could not write to the disk:", path);
+    }
+}
+
+// The longest beginning that ends between characters and fits both limits.
+QString shortened(const QString& text) {
+    QTextBoundaryFinder finder(QTextBoundaryFinder::Grapheme, text);
+    qsizetype end = 0;
+    for (qsizetype count = 0; count < kLongestBase; ++count) {
+        const qsizetype next = finder.toNextBoundary();
+        if (next < 0) {
+            break;
+        }
+        if (text.left(next).toUtf8().size() > kLongestBaseBytes) {
+            break;
+        }
+        end = next;
+    }
+    if (end > 0 || text.isEmpty()) {
+        return text.left(end);
+    }
+    // One character made of so many marks that it does not fit: cut among its marks.
+    QString cut = text.left(kLongestBaseBytes / 4);
+    if (cut.back().isHighSurrogate()) {
+        cut.chop(1);
+    }
+    return cut;
+}
+
+} // namespace
+
+const QUrl& LoopFileManager::savedLoopsDirectory() {
+    static const QUrl directory = [] {
+        const QUrl url = QUrl::fromLocalFile(documentsDirectory() + QStringLiteral("/SavedLoops"));
+        std::error_code ignored;
+        fs::create_directories(pathOf(url), ignored);
+        return url;
+    }();
+    return directory;
+}
+
+const QUrl& LoopFileManager::libraryMetadataURL() {
+    static const QUrl url =
+        QUrl::fromLocalFile(savedLoopsDirectory().toLocalFile() + QStringLiteral("/library.json"));
+    return url;
+}
+
+std::optional<QUrl> LoopFileManager::locationOf(const SavedLoop& loop) {
+    const QString& name = loop.filename();
+    if (name.isEmpty() || name == QLatin1String(".") || name == QLatin1String("..") ||
+        name.contains(u'/') || name.contains(QChar::Null)) {
+        return std::nullopt;
+    }
+    return QUrl::fromLocalFile(savedLoopsDirectory().toLocalFile() + u'/' + name);
+}
+
+SavedLoop LoopFileManager::saveTemporaryLoopAs(const QString& name, const QUrl& source) {
+    std::error_code ignored;
+    if (!fs::exists(pathOf(source), ignored)) {
+        throw LoopError(LoopError::Kind::fileNotFound);
+    }
+    const LoopMetadata metadata = getLoopMetadata(source);
+    const QString filename = generateUniqueFilename(name);
+    copyLoopFile(source,
+                 QUrl::fromLocalFile(savedLoopsDirectory().toLocalFile() + u'/' + filename));
+    return {name, filename, secondsSince2001Now(), metadata.duration, metadata.fileSize};
+}
+
+QString LoopFileManager::sanitizeFilename(const QString& name) {
+    // A NUL would end the name early, and half a surrogate pair has no bytes of its own.
+    QString clean = QString::fromUtf8(name.toUtf8());
+    for (QChar& c : clean) {
+        if (QStringView(u"/<>:\"|?*\\").contains(c) || c == QChar::Null) {
+            c = u'_';
+        }
+    }
+    return shortened(clean.trimmed());
+}
+
+QString LoopFileManager::generateUniqueFilename(const QString& name) {
+    const QString base = sanitizeFilename(name);
+    const fs::path folder = pathOf(savedLoopsDirectory());
+    const auto isTaken = [&](const QString& candidate) {
+        std::error_code ignored;
+        return fs::exists(fs::symlink_status(folder / candidate.toStdString(), ignored));
+    };
+    QString candidate = base + QStringLiteral(".wav");
+    for (qint64 counter = 1; isTaken(candidate); ++counter) {
+        candidate = base + u'_' + QString::number(counter) + QStringLiteral(".wav");
+    }
+    return candidate;
+}
+
+qint64 LoopFileManager::getAvailableDiskSpace() {
+    std::error_code error;
+    const fs::space_info space = fs::space(pathOf(savedLoopsDirectory()), error);
+    return error ? 0 : static_cast<qint64>(space.available);
+}
+
+void LoopFileManager::checkDiskSpaceForFile(const QUrl& file) {
+    checkDiskSpaceForFile(file, getAvailableDiskSpace());
+}
+
+void LoopFileManager::checkDiskSpaceForFile(const QUrl& file, qint64 availableBytes) {
+    if (availableBytes < sizeOf(pathOf(file)) + kFreeSpaceReserve) {
+        throw LoopError(LoopError::Kind::insufficientDiskSpace);
+    }
+}
+
+LoopFileManager::LoopMetadata LoopFileManager::getLoopMetadata(const QUrl& file) {
+    const fs::path path = pathOf(file);
+    const qint64 size = sizeOf(path);
+    const auto duration = durationOf(path);
+    if (!duration) {
+        throw LoopError(LoopError::Kind::invalidAudioFile);
+    }
+    return {*duration, size};
+}
+
+bool LoopFileManager::validateLoopFile(const QUrl& file) {
+    return durationOf(pathOf(file)).has_value();
+}
+
+bool LoopFileManager::validateLoopFile(const SavedLoop& loop) {
+    const auto location = locationOf(loop);
+    std::error_code ignored;
+    return location && fs::is_regular_file(fs::symlink_status(pathOf(*location), ignored)) &&
+           validateLoopFile(*location);
+}
+
+void LoopFileManager::copyLoopFile(const QUrl& from, const QUrl& to) {
+    const fs::path source = pathOf(from);
+    const fs::path target = pathOf(to);
+    std::error_code ignored;
+    if (fs::equivalent(source, target, ignored)) {
+        throw LoopError::saveFailure(QStringLiteral("A loop cannot be copied onto itself"));
+    }
+    if (fs::is_directory(target, ignored)) {
+        throw LoopError::saveFailure(QStringLiteral("There is a folder of that name"));
+    }
+    // Hidden and without the extension of a loop, so that an interrupted copy is none.
+    std::string temporary = (target.parent_path() / ".copy-XXXXXX").string();
+    try {
+        const int descriptor = ::mkostemp(temporary.data(), O_CLOEXEC);
+        if (descriptor < 0) {
+            throw systemError(errno, "Could not create", target);
+        }
+        ::close(descriptor);
+        fs::copy_file(source, temporary, fs::copy_options::overwrite_existing);
+        syncToDisk(temporary, O_RDWR);
+        if (::rename(temporary.c_str(), target.c_str()) != 0) {
+            throw systemError(errno, "Could not create", target);
+        }
+        syncToDisk(target.parent_path(), O_RDONLY | O_DIRECTORY);
+    } catch (const std::system_error& error) {
+        ::unlink(temporary.c_str());
+        throw LoopError::saveFailure(QString::fromStdString(error.code().message()));
+    }
+}
+
+void LoopFileManager::deleteLoopFile(const SavedLoop& loop) {
+    const auto location = locationOf(loop);
+    std::error_code error;
+    if (!location || !fs::exists(fs::symlink_status(pathOf(*location), error))) {
+        throw LoopError(LoopError::Kind::fileNotFound);
+    }
+    if (!fs::remove(pathOf(*location), error)) {
+        throw LoopError::saveFailure(QStringLiteral("Failed to delete file: ") +
+                                     QString::fromStdString(error.message()));
+    }
+}
+
+void LoopFileManager::exportLoop(const SavedLoop& loop, const QUrl& destination) {
+    if (!validateLoopFile(loop)) {
+        throw LoopError(LoopError::Kind::fileNotFound);
+    }
+    copyLoopFile(*locationOf(loop), destination);
+}
+
+} // namespace tessivo
