@@ -12,7 +12,6 @@ namespace tessivo::test {
 namespace {
 
 constexpr float kUnit = 1.0F / (1 << 24); // 16 channels fit into a float's 24 bits
-constexpr std::size_t kRecordedFrames = std::size_t{60} * 48000;
 
 std::int64_t number(float sample) {
     return static_cast<std::int64_t>(sample / kUnit) - 1;
@@ -41,8 +40,9 @@ struct GraphProbe::Port {
     std::size_t index;
 };
 
-GraphProbe::GraphProbe(const std::string& name, std::size_t outputs, std::size_t inputs)
-    : recordings_(inputs, std::vector<float>(kRecordedFrames)) {
+GraphProbe::GraphProbe(const std::string& name, std::size_t outputs, std::size_t inputs,
+                       std::size_t recordedFrames)
+    : recordings_(inputs, std::vector<float>(recordedFrames)) {
     static const pw_filter_events events = [] {
         pw_filter_events e{};
         e.version = PW_VERSION_FILTER_EVENTS;
@@ -88,11 +88,14 @@ GraphProbe::~GraphProbe() {
 
 std::vector<float> GraphProbe::recording(std::size_t input) const {
     const std::vector<float>& all = recordings_.at(input);
-    return {all.begin(), all.begin() + std::min<std::ptrdiff_t>(frames_, kRecordedFrames)};
+    return {all.begin(), all.begin() + std::min<std::ptrdiff_t>(frames_, std::ssize(all))};
 }
 
 void GraphProbe::onProcess(void* data, spa_io_position* position) {
     auto& self = *static_cast<GraphProbe*>(data);
+    if (position == nullptr) {
+        return; // between two drivers
+    }
     const auto count = static_cast<std::uint32_t>(position->clock.duration);
     const std::int64_t first = self.frames_;
     for (Port* port : self.outputs_) {

@@ -28,7 +28,8 @@ struct Mark {
 // cycle and therefore exactly, and it is linked by hand.
 class GraphProbe {
 public:
-    GraphProbe(const std::string& name, std::size_t outputs, std::size_t inputs);
+    GraphProbe(const std::string& name, std::size_t outputs, std::size_t inputs,
+               std::size_t recordedFrames = std::size_t{60} * 48000);
     ~GraphProbe();
     GraphProbe(const GraphProbe&) = delete;
     GraphProbe& operator=(const GraphProbe&) = delete;

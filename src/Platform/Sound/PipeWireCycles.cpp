@@ -208,7 +208,8 @@ void PipeWireCycles::capture(AudioRenderer& renderer, pw_stream* stream) TESSIVO
     {
         const DequeuedBuffer buffer(stream);
         const std::span<spa_data> channels = buffer.channels();
-        if (renders && !channels.empty() && channels.front().data != nullptr) {
+        if (renders && !channels.empty() && channels.front().data != nullptr &&
+            channels.back().data != nullptr) {
             // A microphone with one channel is heard on both sides.
             const std::array<const spa_data*, kGraphChannels> sides{&channels.front(),
                                                                     &channels.back()};
