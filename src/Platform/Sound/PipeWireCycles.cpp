@@ -144,9 +144,17 @@ void PipeWireCycles::setCapture(pw_stream* stream) {
 void PipeWireCycles::setPlayback(pw_stream* stream, bool triggered) {
     playback_ = nullptr;
     awaitLeave();
+    playbackRunning_ = false;
     stale_ = true;
     triggered_ = triggered;
     playback_ = stream;
+}
+
+void PipeWireCycles::setPlaybackRunning(bool running) {
+    playbackRunning_ = running;
+    if (!running) {
+        awaitLeave();
+    }
 }
 
 // Both sides are sequentially consistent: either the callback sees what was stored before
@@ -238,7 +246,7 @@ void PipeWireCycles::capture(AudioRenderer& renderer, pw_stream* stream) TESSIVO
             }
         }
     }
-    if (playback != nullptr && renders) {
+    if (playback != nullptr && renders && playbackRunning_) {
         pw_stream_trigger_process(playback);
     }
 }
