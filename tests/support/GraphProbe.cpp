@@ -52,11 +52,20 @@ GraphProbe::GraphProbe(const std::string& name, std::size_t outputs, std::size_t
     pw_init(nullptr, nullptr);
     loop_ = pw_thread_loop_new(name.c_str(), nullptr);
     pw_thread_loop_lock(loop_);
-    filter_ = pw_filter_new_simple(
-        pw_thread_loop_get_loop(loop_), name.c_str(),
-        pw_properties_new(PW_KEY_NODE_NAME, name.c_str(), PW_KEY_MEDIA_TYPE, "Audio",
-                          PW_KEY_MEDIA_CATEGORY, "Filter", PW_KEY_MEDIA_ROLE, "DSP", nullptr),
-        &events, this);
+    // With the priority of an audio thread, or a busy machine would make it miss what is there.
+    context_ = pw_context_new(pw_thread_loop_get_loop(loop_),
+                              pw_properties_new(PW_KEY_CONFIG_NAME, "client-rt.conf", nullptr), 0);
+    pw_core* const core = context_ != nullptr ? pw_context_connect(context_, nullptr, 0) : nullptr;
+    if (core == nullptr) {
+        pw_thread_loop_unlock(loop_);
+        release();
+        throw std::runtime_error("the sound server cannot be reached by a probe");
+    }
+    filter_ = pw_filter_new(core, name.c_str(),
+                            pw_properties_new(PW_KEY_NODE_NAME, name.c_str(), PW_KEY_MEDIA_TYPE,
+                                              "Audio", PW_KEY_MEDIA_CATEGORY, "Filter",
+                                              PW_KEY_MEDIA_ROLE, "DSP", nullptr));
+    pw_filter_add_listener(filter_, &listener_, &events, this);
     const auto addPort = [this](pw_direction direction, const char* prefix, std::size_t index) {
         auto* port = static_cast<Port*>(pw_filter_add_port(
             filter_, direction, PW_FILTER_PORT_FLAG_MAP_BUFFERS, sizeof(Port),
@@ -76,13 +85,23 @@ GraphProbe::GraphProbe(const std::string& name, std::size_t outputs, std::size_t
                        pw_thread_loop_start(loop_) >= 0;
     pw_thread_loop_unlock(loop_);
     if (!works) {
+        release();
         throw std::runtime_error("the sound server takes no probe");
     }
 }
 
 GraphProbe::~GraphProbe() {
+    release();
+}
+
+void GraphProbe::release() {
     pw_thread_loop_stop(loop_);
-    pw_filter_destroy(filter_);
+    if (filter_ != nullptr) {
+        pw_filter_destroy(filter_);
+    }
+    if (context_ != nullptr) {
+        pw_context_destroy(context_);
+    }
     pw_thread_loop_destroy(loop_);
 }
 

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <spa/utils/hook.h>
+
 #include <atomic>
 #include <cstddef>
 #include <cstdint>
@@ -7,6 +9,7 @@
 #include <string>
 #include <vector>
 
+struct pw_context;
 struct pw_filter;
 struct pw_thread_loop;
 struct spa_io_position;
@@ -41,9 +44,12 @@ public:
 private:
     struct Port;
     static void onProcess(void* data, spa_io_position* position);
+    void release();
 
     pw_thread_loop* loop_ = nullptr;
+    pw_context* context_ = nullptr;
     pw_filter* filter_ = nullptr;
+    spa_hook listener_{};
     std::vector<Port*> outputs_;
     std::vector<Port*> inputs_;
     std::vector<std::vector<float>> recordings_;
