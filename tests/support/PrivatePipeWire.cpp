@@ -137,6 +137,11 @@ void PrivatePipeWire::chooseSpeaker(const std::string& name) {
     choose("sink", name);
 }
 
+void PrivatePipeWire::forceRate(int rate) {
+    runProgram({"pw-metadata", "-n", "settings", "0", "clock.force-rate", std::to_string(rate)},
+               std::chrono::seconds(2));
+}
+
 void PrivatePipeWire::link(const std::string& output, const std::string& input) {
     std::string problem;
     const bool linked = eventually([&] {
