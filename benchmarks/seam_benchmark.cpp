@@ -61,7 +61,7 @@ struct Seams {
 // Follows the loop from its first frame to the end. Where a frame is not the next one, the loop
 // is found again at the next frame that is one of its own. A late cycle of ours is silence of
 // whole cycles after which the loop goes on where it was; a late cycle of the listener or the
-// server takes whole cycles away.
+// server takes whole cycles away, or is heard twice.
 Seams examine(const std::vector<float>& left, const std::vector<float>& right, const Case& wanted) {
     const auto isLoop = [&](std::size_t i) {
         return Mark::isExact(left[i]) && Mark::channel(left[i]) == 0 &&
@@ -95,7 +95,9 @@ Seams examine(const std::vector<float>& left, const std::vector<float>& right, c
         }
         const auto silent = static_cast<std::int64_t>(i - begin);
         const std::int64_t skipped = (Mark::frame(left[i]) - next + kLoopFrames) % kLoopFrames;
-        const bool isWholeCycles = silent % wanted.quantum == 0 && skipped % wanted.quantum == 0;
+        const bool isWholeCycles =
+            silent % wanted.quantum == 0 &&
+            (skipped % wanted.quantum == 0 || (kLoopFrames - skipped) % wanted.quantum == 0);
         ++(isWholeCycles ? seams.lost : seams.faults);
         next = Mark::frame(left[i]);
         inOrder = 0;
