@@ -125,9 +125,11 @@ TEST(RecordAndLoopTest, HeldKeyTriggersOnceAndSpaceEndsATakeWithoutPlayingIt) {
     EXPECT_TRUE(isMarked(readFile(stage.newestTake())));
     EXPECT_EQ(app.count("Playback"), 0U);
     stage.listen();
-    app.press("space");
-    app.await("Playback started");
-    EXPECT_TRUE(stage.hears(readFile(stage.newestTake()), 0.5));
+    app.hold("space");
+    EXPECT_TRUE(stage.hears(readFile(stage.newestTake()), 1));
+    app.release("space");
+    EXPECT_EQ(app.count("Playback started with looping"), 1U);
+    EXPECT_EQ(app.count("Playback stopped"), 0U);
 }
 
 // A microphone of many channels gives its first two, unmixed, at its own rate.
@@ -157,6 +159,27 @@ TEST(RecordAndLoopTest, EightChannelsAt44100BecomeATakeOfTwo) {
     EXPECT_TRUE(eventually([&] {
         return Heard(stage.sound(), take).first + 4800 < static_cast<std::size_t>(stage.listened());
     }));
+}
+
+// What a screen reader is told, and what it presses.
+TEST(RecordAndLoopTest, ScreenReaderFindsTheControlsAndRecords) {
+    Stage stage;
+    stage.start({"env", "QT_LINUX_ACCESSIBILITY_ALWAYS_ON=1"});
+    EXPECT_EQ(runProgram({"/usr/bin/python3", "-c", R"(
+import pyatspi, time
+def named(name):
+    return [a for a in pyatspi.Registry.getDesktop(0) if a and a.name == name]
+while not named('Tessivo'):
+    time.sleep(0.05)
+roles = ('push button', 'check box')
+controls = pyatspi.findAllDescendants(named('Tessivo')[0], lambda c: c.getRoleName() in roles)
+print(*(f'{c.getRoleName()} {c.name}' for c in controls), sep=', ')
+controls[0].queryAction().doAction(0)
+)"}),
+              "push button Record, push button Play, push button Stop, push button Clear, "
+              "check box Input Monitor\n");
+    stage.app->await("isRecording = true");
+    EXPECT_EQ(stage.takes(), 1U);
 }
 
 } // namespace
