@@ -6,15 +6,13 @@
 //   take_benchmark full              the disk fills up while recording
 //   take_benchmark kill [times]      kill -9 at random moments of a recording
 
+#include "Common.h"
 #include "RealTimeTurner.h"
 
 #include "Platform/Sound/AudioFile.h"
 #include "Platform/System/LogLine.h"
 #include "Utils/AudioUtils.h"
 #include "ViewModels/SimpleLooperViewModel.h"
-
-#include <QCoreApplication>
-#include <QTimer>
 
 #include <atomic>
 #include <cerrno>
@@ -85,8 +83,7 @@ public:
         , turner(*device) {}
 
     void wait(int milliseconds) {
-        QTimer::singleShot(milliseconds, QCoreApplication::instance(), &QCoreApplication::quit);
-        QCoreApplication::exec();
+        benchmark::runEventsFor(std::chrono::milliseconds(milliseconds));
     }
 
     std::filesystem::path takePath() {
@@ -239,12 +236,7 @@ int killAtRandom(int times, char** argv) {
 } // namespace
 
 int main(int argc, char** argv) {
-    std::string home = (std::filesystem::temp_directory_path() / "tessivo-XXXXXX").string();
-    if (mkdtemp(home.data()) == nullptr) {
-        return 1;
-    }
-    setenv("HOME", home.c_str(), 1);
-    setenv("XDG_CONFIG_HOME", (home + "/config").c_str(), 1);
+    const benchmark::PrivateHome home;
     const std::string command = argc > 1 ? argv[1] : "";
     const int number = argc > 2 ? std::atoi(argv[2]) : 0;
     int result = 2;
@@ -258,6 +250,5 @@ int main(int argc, char** argv) {
     } else {
         std::puts("usage: take_benchmark stall [seconds] | full | kill [times]");
     }
-    std::filesystem::remove_all(home);
     return result;
 }

@@ -45,7 +45,9 @@ found=$(ours -size +1024k)
 # A source that no CMake file names is neither built nor tested.
 listed=$(find . -path ./build -prune -o \( -name CMakeLists.txt -o -name '*.cmake' \) -exec cat {} +)
 while read -r file; do
-    grep -qF -- "$(basename "$file")" <<<"$listed" || fault "no target builds $file"
+    name=$(basename "$file")
+    # A program is often named by its stem alone.
+    grep -qwF -e "$name" -e "${name%.cpp}" <<<"$listed" || fault "no target builds $file"
 done < <(find src tests benchmarks \( -name '*.cpp' -o -name '*.qml' -o -name '*.svg' \))
 
 ((faults == 0)) || fail "$faults kinds of left-overs"

@@ -41,14 +41,15 @@ Item {
                 mouseClick(target);
                 verify(!item("Record").activeFocus, "a click takes the focus back");
             }
+            tryCompare(window.loopState, "inputMonitoringEnabled", true, 5000, "and does its work");
             mouseMove(item("Stop"));
             tryVerify(() => shows(window.contentItem.parent, "Stop [Space]"), 3000);
 
             for (const flag of ["showingSaveDialog", "showingLoopLibrary"]) {
                 window.loopState[flag] = true;
-                verify(window.showingSheet);
+                verify(!item("Record").parent.keysEnabled);
                 window.loopState[flag] = false;
-                verify(!window.showingSheet);
+                verify(item("Record").parent.keysEnabled);
             }
         }
     }

@@ -12,7 +12,6 @@ namespace tessivo::test {
 namespace {
 
 constexpr float kUnit = 1.0F / (1 << 24); // 16 channels fit into a float's 24 bits
-constexpr std::size_t kRecordedFrames = std::size_t{60} * 48000;
 
 std::int64_t number(float sample) {
     return static_cast<std::int64_t>(sample / kUnit) - 1;
@@ -41,8 +40,9 @@ struct GraphProbe::Port {
     std::size_t index;
 };
 
-GraphProbe::GraphProbe(const std::string& name, std::size_t outputs, std::size_t inputs)
-    : recordings_(inputs, std::vector<float>(kRecordedFrames)) {
+GraphProbe::GraphProbe(const std::string& name, std::size_t outputs, std::size_t inputs,
+                       std::size_t recordedFrames)
+    : recordings_(inputs, std::vector<float>(recordedFrames)) {
     static const pw_filter_events events = [] {
         pw_filter_events e{};
         e.version = PW_VERSION_FILTER_EVENTS;
@@ -52,11 +52,20 @@ GraphProbe::GraphProbe(const std::string& name, std::size_t outputs, std::size_t
     pw_init(nullptr, nullptr);
     loop_ = pw_thread_loop_new(name.c_str(), nullptr);
     pw_thread_loop_lock(loop_);
-    filter_ = pw_filter_new_simple(
-        pw_thread_loop_get_loop(loop_), name.c_str(),
-        pw_properties_new(PW_KEY_NODE_NAME, name.c_str(), PW_KEY_MEDIA_TYPE, "Audio",
-                          PW_KEY_MEDIA_CATEGORY, "Filter", PW_KEY_MEDIA_ROLE, "DSP", nullptr),
-        &events, this);
+    // With the priority of an audio thread, or a busy machine would make it miss what is there.
+    context_ = pw_context_new(pw_thread_loop_get_loop(loop_),
+                              pw_properties_new(PW_KEY_CONFIG_NAME, "client-rt.conf", nullptr), 0);
+    pw_core* const core = context_ != nullptr ? pw_context_connect(context_, nullptr, 0) : nullptr;
+    if (core == nullptr) {
+        pw_thread_loop_unlock(loop_);
+        release();
+        throw std::runtime_error("the sound server cannot be reached by a probe");
+    }
+    filter_ = pw_filter_new(core, name.c_str(),
+                            pw_properties_new(PW_KEY_NODE_NAME, name.c_str(), PW_KEY_MEDIA_TYPE,
+                                              "Audio", PW_KEY_MEDIA_CATEGORY, "Filter",
+                                              PW_KEY_MEDIA_ROLE, "DSP", nullptr));
+    pw_filter_add_listener(filter_, &listener_, &events, this);
     const auto addPort = [this](pw_direction direction, const char* prefix, std::size_t index) {
         auto* port = static_cast<Port*>(pw_filter_add_port(
             filter_, direction, PW_FILTER_PORT_FLAG_MAP_BUFFERS, sizeof(Port),
@@ -76,23 +85,36 @@ GraphProbe::GraphProbe(const std::string& name, std::size_t outputs, std::size_t
                        pw_thread_loop_start(loop_) >= 0;
     pw_thread_loop_unlock(loop_);
     if (!works) {
+        release();
         throw std::runtime_error("the sound server takes no probe");
     }
 }
 
 GraphProbe::~GraphProbe() {
+    release();
+}
+
+void GraphProbe::release() {
     pw_thread_loop_stop(loop_);
-    pw_filter_destroy(filter_);
+    if (filter_ != nullptr) {
+        pw_filter_destroy(filter_);
+    }
+    if (context_ != nullptr) {
+        pw_context_destroy(context_);
+    }
     pw_thread_loop_destroy(loop_);
 }
 
 std::vector<float> GraphProbe::recording(std::size_t input) const {
     const std::vector<float>& all = recordings_.at(input);
-    return {all.begin(), all.begin() + std::min<std::ptrdiff_t>(frames_, kRecordedFrames)};
+    return {all.begin(), all.begin() + std::min<std::ptrdiff_t>(frames_, std::ssize(all))};
 }
 
 void GraphProbe::onProcess(void* data, spa_io_position* position) {
     auto& self = *static_cast<GraphProbe*>(data);
+    if (position == nullptr) {
+        return; // between two drivers
+    }
     const auto count = static_cast<std::uint32_t>(position->clock.duration);
     const std::int64_t first = self.frames_;
     for (Port* port : self.outputs_) {

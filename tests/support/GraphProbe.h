@@ -1,5 +1,7 @@
 #pragma once
 
+#include <spa/utils/hook.h>
+
 #include <atomic>
 #include <cstddef>
 #include <cstdint>
@@ -7,6 +9,7 @@
 #include <string>
 #include <vector>
 
+struct pw_context;
 struct pw_filter;
 struct pw_thread_loop;
 struct spa_io_position;
@@ -28,7 +31,8 @@ struct Mark {
 // cycle and therefore exactly, and it is linked by hand.
 class GraphProbe {
 public:
-    GraphProbe(const std::string& name, std::size_t outputs, std::size_t inputs);
+    GraphProbe(const std::string& name, std::size_t outputs, std::size_t inputs,
+               std::size_t recordedFrames = std::size_t{60} * 48000);
     ~GraphProbe();
     GraphProbe(const GraphProbe&) = delete;
     GraphProbe& operator=(const GraphProbe&) = delete;
@@ -40,9 +44,12 @@ public:
 private:
     struct Port;
     static void onProcess(void* data, spa_io_position* position);
+    void release();
 
     pw_thread_loop* loop_ = nullptr;
+    pw_context* context_ = nullptr;
     pw_filter* filter_ = nullptr;
+    spa_hook listener_{};
     std::vector<Port*> outputs_;
     std::vector<Port*> inputs_;
     std::vector<std::vector<float>> recordings_;

@@ -38,6 +38,12 @@ std::string readUntil(int descriptor, Clock::time_point deadline) {
     }
 }
 
+void choose(const std::string& role, const std::string& name) {
+    runProgram({"pw-metadata", "0", "default.configured.audio." + role,
+                R"({"name":")" + name + R"("})", "Spa:String:JSON"},
+               std::chrono::seconds(2));
+}
+
 } // namespace
 
 std::string runProgram(const std::vector<std::string>& command, std::chrono::milliseconds limit) {
@@ -121,6 +127,19 @@ void PrivatePipeWire::createSpeaker(const std::string& name, int rate,
 
 void PrivatePipeWire::destroyDevice(const std::string& name) {
     script({"destroy", name});
+}
+
+void PrivatePipeWire::chooseMicrophone(const std::string& name) {
+    choose("source", name);
+}
+
+void PrivatePipeWire::chooseSpeaker(const std::string& name) {
+    choose("sink", name);
+}
+
+void PrivatePipeWire::forceRate(int rate) {
+    runProgram({"pw-metadata", "-n", "settings", "0", "clock.force-rate", std::to_string(rate)},
+               std::chrono::seconds(2));
 }
 
 void PrivatePipeWire::link(const std::string& output, const std::string& input) {

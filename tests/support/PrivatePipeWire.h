@@ -43,6 +43,11 @@ public:
     void createMicrophone(const std::string& name, int rate, const std::string& positions);
     void createSpeaker(const std::string& name, int rate, const std::string& positions);
     void destroyDevice(const std::string& name);
+    // Makes a device the default one, as the user would in the desktop's settings.
+    void chooseMicrophone(const std::string& name);
+    void chooseSpeaker(const std::string& name);
+    // Makes the graph run at that rate from now on.
+    void forceRate(int rate);
 
     // Links two ports named "node:port" as soon as both are there.
     void link(const std::string& output, const std::string& input);

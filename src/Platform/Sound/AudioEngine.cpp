@@ -171,7 +171,8 @@ void AudioEngine::Impl::removeTap() {
 }
 
 void AudioEngine::Impl::startTap() {
-    if (!tap_ || tap_->format.channelCount() == 0) {
+    // A device that names no rate is as good as none.
+    if (!tap_ || !AudioFormat::standard(tap_->format.sampleRate(), tap_->format.channelCount())) {
         return;
     }
     const auto channels = std::min(tap_->format.channelCount(), kGraphChannels);

@@ -32,8 +32,6 @@ AudioFormat OutputNode::inputFormat() const {
 MixerNode::MixerNode()
     : unit_(std::make_shared<GainUnit>(outputVolume_)) {}
 
-MixerNode::~MixerNode() = default;
-
 void MixerNode::setOutputVolume(float gain) {
     outputVolume_ = gain;
     unit_->setTarget(gain);

@@ -67,7 +67,6 @@ public:
 class MixerNode final : public AudioNode {
 public:
     MixerNode();
-    ~MixerNode() override;
 
     // Linear gain of everything the mixer puts out, 1.0 at first. The property changes at
     // once, the sound follows over 3 ms.

@@ -144,9 +144,17 @@ void PipeWireCycles::setCapture(pw_stream* stream) {
 void PipeWireCycles::setPlayback(pw_stream* stream, bool triggered) {
     playback_ = nullptr;
     awaitLeave();
+    playbackRunning_ = false;
     stale_ = true;
     triggered_ = triggered;
     playback_ = stream;
+}
+
+void PipeWireCycles::setPlaybackRunning(bool running) {
+    playbackRunning_ = running;
+    if (!running) {
+        awaitLeave();
+    }
 }
 
 // Both sides are sequentially consistent: either the callback sees what was stored before
@@ -208,7 +216,8 @@ void PipeWireCycles::capture(AudioRenderer& renderer, pw_stream* stream) TESSIVO
     {
         const DequeuedBuffer buffer(stream);
         const std::span<spa_data> channels = buffer.channels();
-        if (renders && !channels.empty() && channels.front().data != nullptr) {
+        if (renders && !channels.empty() && channels.front().data != nullptr &&
+            channels.back().data != nullptr) {
             // A microphone with one channel is heard on both sides.
             const std::array<const spa_data*, kGraphChannels> sides{&channels.front(),
                                                                     &channels.back()};
@@ -237,7 +246,7 @@ void PipeWireCycles::capture(AudioRenderer& renderer, pw_stream* stream) TESSIVO
             }
         }
     }
-    if (playback != nullptr && renders) {
+    if (playback != nullptr && renders && playbackRunning_) {
         pw_stream_trigger_process(playback);
     }
 }

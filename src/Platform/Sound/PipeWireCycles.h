@@ -70,6 +70,10 @@ public:
     void setCapture(pw_stream* stream);
     void setPlayback(pw_stream* stream, bool triggered);
 
+    // Whether the playback stream may be woken: a stream that does not run is about to lose
+    // its buffers. When this returns with false, it is not being woken.
+    void setPlaybackRunning(bool running);
+
     double outputLatency() const { return outputLatency_.load(std::memory_order_relaxed); }
 
 private:
@@ -90,6 +94,7 @@ private:
     std::atomic<pw_stream*> capture_{nullptr};
     std::atomic<pw_stream*> playback_{nullptr};
     std::atomic<bool> triggered_{false};
+    std::atomic<bool> playbackRunning_{false};
     std::atomic<bool> stale_{false}; // the queue holds frames of an earlier stream
     std::atomic<double> renderRate_{0.0};
     std::atomic<double> outputLatency_{0.0};

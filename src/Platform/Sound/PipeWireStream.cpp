@@ -110,6 +110,9 @@ void PipeWireStream::onState(void* data, pw_stream_state /*old*/, pw_stream_stat
     }
     const bool running = state == PW_STREAM_STATE_STREAMING;
     if (std::exchange(self.running_, running) != running) {
+        if (self.kind_ != Kind::capture) {
+            self.cycles_.setPlaybackRunning(running);
+        }
         self.changed_();
     }
 }

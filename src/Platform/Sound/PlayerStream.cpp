@@ -170,45 +170,55 @@ std::optional<milliseconds> PlayerStream::decode() {
         return kTopUp;
     }
     auto& pass = passes_.front();
-    auto& file = *pass.file;
-    const auto channels = file.format().channelCount();
+    const auto& file = *pass.file;
     if (!passOpen_) {
         filePosition_ = 0;
         passOpen_ = true;
         openConverter(file.format());
-        try {
-            file.seek(0);
-        } catch (const AudioError&) {
-            // The disk is gone; the read below then fails as well and silence keeps time.
-            fileFrames_.clear();
-        }
     }
     decoding_.store(true, std::memory_order_relaxed);
     const auto count = std::min<std::int64_t>(
         framesPerStep(file.format().sampleRate(), renderRate_), file.length() - filePosition_);
-    fileFrames_.resize(static_cast<std::size_t>(count) * channels);
-    const std::int64_t got = std::max<std::int64_t>(file.read(fileFrames_), 0);
-    // A file that got shorter, or a disk that fails, must not change the loop's length.
-    std::fill(fileFrames_.begin() + static_cast<std::ptrdiff_t>(got * channels), fileFrames_.end(),
-              0.0F);
-    filePosition_ += count;
-
-    stereoFrames_.resize(static_cast<std::size_t>(count) * kGraphChannels);
-    const std::uint32_t second = channels > 1 ? 1 : 0;
-    for (std::size_t i = 0; i < static_cast<std::size_t>(count); ++i) {
-        stereoFrames_[2 * i] = fileFrames_[i * channels];
-        stereoFrames_[2 * i + 1] = fileFrames_[i * channels + second];
+    // A file that fits into one step is read once, however often it is played.
+    if (wholeFile_ != pass.file) {
+        readStep(*pass.file, count);
+        wholeFile_ = count == file.length() ? pass.file : nullptr;
     }
+    filePosition_ += count;
     const bool passDone = filePosition_ == file.length();
     const bool lastPass = passDone && passesDone_ + 1 >= pass.passes;
     convertAndPush(stereoFrames_, lastPass && pass.when == NoticeWhen::heard);
     if (passDone) {
         finishPass();
     }
-    if (passDone || written_ >= static_cast<std::int64_t>(kPrimedSeconds * renderRate_)) {
+    if (passes_.empty() || written_ >= static_cast<std::int64_t>(kPrimedSeconds * renderRate_)) {
         primed_.store(true, std::memory_order_release);
     }
     return milliseconds::zero();
+}
+
+// Fills stereoFrames_ with the file's next frames.
+void PlayerStream::readStep(AudioFileReader& file, std::int64_t count) {
+    const auto channels = file.format().channelCount();
+    fileFrames_.resize(static_cast<std::size_t>(count) * channels);
+    std::int64_t got = 0;
+    try {
+        if (filePosition_ == 0) {
+            file.seek(0);
+        }
+        got = std::max<std::int64_t>(file.read(fileFrames_), 0);
+    } catch (const AudioError&) {
+        // The disk is gone; silence keeps time.
+    }
+    // A file that got shorter, or a disk that fails, must not change the loop's length.
+    std::fill(fileFrames_.begin() + static_cast<std::ptrdiff_t>(got * channels), fileFrames_.end(),
+              0.0F);
+    stereoFrames_.resize(static_cast<std::size_t>(count) * kGraphChannels);
+    const std::uint32_t second = channels > 1 ? 1 : 0;
+    for (std::size_t i = 0; i < static_cast<std::size_t>(count); ++i) {
+        stereoFrames_[2 * i] = fileFrames_[i * channels];
+        stereoFrames_[2 * i + 1] = fileFrames_[i * channels + second];
+    }
 }
 
 void PlayerStream::openConverter(const AudioFormat& format) {

@@ -67,6 +67,7 @@ private:
     void takeOrders();
     void discard();
     std::optional<std::chrono::milliseconds> decode();
+    void readStep(AudioFileReader& file, std::int64_t count);
     void openConverter(const AudioFormat& format);
     void convertAndPush(std::span<const float> stereo, bool endOfInput);
     void push(std::span<const float> stereo);
@@ -103,6 +104,7 @@ private:
     std::optional<std::chrono::steady_clock::time_point> endReached_;
     double converterRate_ = 0.0;
     std::unique_ptr<RateConverter> converter_;
+    std::shared_ptr<AudioFileReader> wholeFile_; // whose frames stereoFrames_ holds
     std::vector<float> fileFrames_;
     std::vector<float> stereoFrames_;
     bool retired_ = false;

@@ -80,6 +80,46 @@ TEST(PipeWireChangeTest, LostSpeakerLeavesCaptureAndItsSuccessorIsPlayedOn) {
     EXPECT_TRUE(advances(running.renderer));
 }
 
+// One notice each, none on the way from one device to the other, and hardly a pause.
+TEST(PipeWireChangeTest, FollowsWhatTheUserChooses) {
+    PrivatePipeWire server(kCalm);
+    server.createMicrophone("other", 44100, "MONO");
+    server.createSpeaker("surround", 48000, "FL,FR,RL,RR");
+    server.chooseMicrophone("mic");
+    server.chooseSpeaker("speaker");
+    Running running;
+    ASSERT_TRUE(advances(running.renderer));
+    ASSERT_TRUE(eventually([&] { return running.device.formats().input.channelCount() == 2; }));
+    running.notices = 0;
+    running.renderer.forgetPauses();
+
+    server.chooseMicrophone("other");
+    EXPECT_TRUE(eventually([&] { return running.notices == 1; }));
+    EXPECT_EQ(running.device.formats().input, sound::AudioFormat(44100, 1));
+    EXPECT_TRUE(eventually(
+        [&] { return server.links().find("|<- other:capture_MONO") != std::string::npos; }));
+    EXPECT_TRUE(advances(running.renderer));
+    EXPECT_EQ(running.renderer.inputChannels(), 2U);
+
+    server.chooseSpeaker("surround");
+    EXPECT_TRUE(eventually([&] { return running.notices == 2; }));
+    EXPECT_EQ(running.device.formats().output, sound::AudioFormat(48000, 4));
+    EXPECT_TRUE(eventually(
+        [&] { return server.links().find("|-> surround:playback_FL") != std::string::npos; }));
+    EXPECT_TRUE(advances(running.renderer));
+    EXPECT_EQ(running.renderer.outputChannels(), 2U);
+    EXPECT_EQ(running.notices, 2);
+    EXPECT_LT(running.renderer.longestPause(), 300ms);
+
+    // The user may choose the monitor; it is still no microphone.
+    server.chooseMicrophone("surround");
+    EXPECT_TRUE(eventually([&] { return running.notices == 3; }));
+    EXPECT_EQ(running.device.formats().input.channelCount(), 0U);
+    EXPECT_TRUE(advances(running.renderer));
+    EXPECT_EQ(running.renderer.inputChannels(), 0U);
+    EXPECT_EQ(server.links().find("Tessivo:input"), std::string::npos);
+}
+
 TEST(PipeWireServerTest, WithoutOneStartFailsAndSaysWhy) {
     {
         const PrivatePipeWire gone; // leaves an environment that leads nowhere

@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <array>
 #include <atomic>
+#include <chrono>
 #include <cstdint>
 #include <vector>
 
@@ -37,9 +38,12 @@ public:
                                                               : 0.0F;
             }
         }
+        const auto now = std::chrono::steady_clock::now().time_since_epoch();
+        if (const auto pause = now - lastCycle_.exchange(now); pause > longestPause_.load()) {
+            longestPause_ = pause;
+        }
         inputChannels_ = cycle.input.size();
         outputChannels_ = cycle.output.size();
-        longestCycle_ = std::max<std::uint32_t>(longestCycle_, cycle.frames);
         frames_ = first + cycle.frames;
         ++cycles_;
     }
@@ -48,7 +52,9 @@ public:
     std::uint64_t cycles() const { return cycles_; }
     std::size_t inputChannels() const { return inputChannels_; }   // of the last cycle
     std::size_t outputChannels() const { return outputChannels_; } // of the last cycle
-    std::uint32_t longestCycle() const { return longestCycle_; }
+    // Between two cycles, since the last forgetPauses().
+    std::chrono::nanoseconds longestPause() const { return longestPause_.load(); }
+    void forgetPauses() { longestPause_ = std::chrono::nanoseconds(0); }
 
     std::vector<float> input(std::size_t channel) const {
         const std::vector<float>& all = input_.at(channel);
@@ -64,7 +70,8 @@ private:
     std::atomic<std::uint64_t> cycles_{0};
     std::atomic<std::size_t> inputChannels_{99};
     std::atomic<std::size_t> outputChannels_{99};
-    std::atomic<std::uint32_t> longestCycle_{0};
+    std::atomic<std::chrono::nanoseconds> lastCycle_{};
+    std::atomic<std::chrono::nanoseconds> longestPause_{};
 };
 
 } // namespace tessivo::test

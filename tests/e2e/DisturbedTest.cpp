@@ -1,0 +1,244 @@
+#include "e2e/Stage.h"
+
+#include <gtest/gtest.h>
+
+#include <fstream>
+
+// What happens to a looper in use: sound that goes away, disks that fail, a program that is
+// killed. Nothing that was recorded is lost, and the window answers.
+namespace tessivo::test {
+
+namespace {
+
+using namespace std::chrono_literals;
+using Clock = std::chrono::steady_clock;
+
+// The next take after a disturbance is as good as any.
+void expectRecordsAndLoops(Stage& stage) {
+    stage.recordLoop(0.4);
+    const Channels take = readFile(stage.newestTake());
+    EXPECT_TRUE(isMarked(take));
+    stage.listen();
+    EXPECT_TRUE(stage.hears(take, 1.5));
+    EXPECT_TRUE(stage.app->answers());
+}
+
+// Start of a take that went on without microphone: as played, then silence.
+testing::AssertionResult isMarkedThenSilent(const Channels& take, double atLeast) {
+    const std::size_t marked = markedFrames(take);
+    if (static_cast<double>(marked) < atLeast) {
+        return testing::AssertionFailure() << marked << " frames are as played, not " << atLeast;
+    }
+    for (std::size_t frame = marked; frame < take[0].size(); ++frame) {
+        if (take[0][frame] != 0.0F || take[1][frame] != 0.0F) {
+            return testing::AssertionFailure() << "sound at " << frame << " after " << marked;
+        }
+    }
+    return testing::AssertionSuccess();
+}
+
+TEST(DisturbedTest, KilledServerCostsNeitherTheTakeNorTheLoop) {
+    Stage stage;
+    stage.start();
+    stage.feed();
+    stage.beginTake();
+    stage.play(0.7);
+    stage.leaveServer();
+    stage.server().kill();
+    EXPECT_TRUE(stage.app->answers());
+    stage.server().restart();
+    EXPECT_TRUE(stage.app->answers());
+    stage.app->press("Return");
+    stage.app->await("Playback started with looping");
+    const Channels disturbed = readFile(stage.newestTake());
+    EXPECT_TRUE(isMarkedThenSilent(disturbed, 0.7 * kRate));
+    stage.app->press("space");
+    stage.app->await("Playback stopped");
+    stage.feed();
+    expectRecordsAndLoops(stage);
+
+    const Channels take = readFile(stage.newestTake());
+    stage.leaveServer();
+    stage.server().kill();
+    EXPECT_TRUE(stage.app->answers());
+    stage.server().restart();
+    const auto back = Clock::now();
+    stage.listen();
+    EXPECT_TRUE(stage.hears(take, 0.01));
+    const auto silence = std::chrono::duration_cast<std::chrono::milliseconds>(Clock::now() - back);
+    RecordProperty("silence_after_devices_ms", std::to_string(silence.count()));
+    EXPECT_LT(silence, 2s);
+    EXPECT_TRUE(stage.hears(take, 3));
+}
+
+TEST(DisturbedTest, WithoutServerTheWindowAnswersAndEveryFailureIsSaid) {
+    Stage stage;
+    stage.server().kill();
+    stage.start();
+    AppProcess& app = *stage.app;
+    app.await("Failed to start audio engine: ");
+    for (int attempt = 1; attempt <= 2; ++attempt) {
+        app.press("Return");
+        app.await("❌ [ERROR] Failed to start recording: ");
+        app.await("❌ [ERROR] Error details: ");
+    }
+    app.press("space");
+    EXPECT_TRUE(app.answers());
+    EXPECT_EQ(app.count("Failed to start audio engine: "), 1U);
+    EXPECT_EQ(app.count("❌ [ERROR]"), 4U);
+    EXPECT_EQ(app.count("Playback"), 0U);
+    EXPECT_EQ(stage.takes(), 0U);
+    EXPECT_EQ(app.closeWindow(), 0);
+}
+
+TEST(DisturbedTest, LostMicrophoneEndsNothingAndALaterOneIsUsed) {
+    Stage stage;
+    stage.start();
+    stage.feed();
+    stage.listen();
+    AppProcess& app = *stage.app;
+    stage.beginTake();
+    stage.play(0.5);
+    stage.server().destroyDevice("mic");
+    app.await("Device change detected during recording!");
+    app.press("Return");
+    app.await("Playback started with looping");
+    const Channels take = readFile(stage.newestTake());
+    EXPECT_TRUE(isMarkedThenSilent(take, 0.5 * kRate));
+    EXPECT_TRUE(stage.hears(take, 1.5));
+
+    app.press("space");
+    app.await("Playback stopped");
+    app.press("Return");
+    app.await("❌ [ERROR] Error details: ");
+    app.press("space");
+    app.await("Playback started with looping");
+    stage.listen();
+    EXPECT_TRUE(stage.hears(take, 1.5));
+
+    stage.server().createMicrophone("late", 48000, "FL,FR");
+    app.await("next recording will use new format");
+    app.press("space");
+    app.await("Playback stopped");
+    stage.feed({"late:input_FL", "late:input_FR"});
+    expectRecordsAndLoops(stage);
+}
+
+TEST(DisturbedTest, KilledProgramLeavesItsTakeReadable) {
+    Stage stage;
+    stage.feed();
+    for (const double seconds : {0.9, 1.3, 1.6}) {
+        stage.start();
+        stage.app->await("Input monitoring disabled");
+        stage.beginTake();
+        stage.play(seconds);
+        stage.app->kill();
+        const std::int64_t played = stage.played();
+        const Channels take = readFile(stage.newestTake());
+        ASSERT_TRUE(isMarked(take));
+        // Half a second, two buffers, and the cycles between the microphone and us.
+        EXPECT_LE(played - Mark::frame(take[0].back()),
+                  24000 + 2 * 2048 + 3 * std::int64_t{kQuantum});
+    }
+    EXPECT_EQ(stage.takes(), 3U);
+}
+
+TEST(DisturbedTest, FolderThatCannotBeWrittenIsSaidAndChangesNothing) {
+    Stage stage;
+    std::filesystem::create_directories(stage.documents());
+    std::ofstream(stage.documents() / "LooperFiles") << "in the way";
+    stage.start();
+    stage.feed();
+    AppProcess& app = *stage.app;
+    app.press("Return");
+    app.await("Failed to create LooperFiles directory: ");
+    app.await("❌ [ERROR] Error details: ");
+    EXPECT_EQ(app.count("❌ [ERROR]"), 2U);
+    EXPECT_TRUE(app.answers());
+    std::filesystem::remove(stage.documents() / "LooperFiles");
+    expectRecordsAndLoops(stage);
+}
+
+TEST(DisturbedTest, FullDiskIsSaidForEveryBufferAndLeavesTheTakeUpToThere) {
+    Stage stage;
+    std::filesystem::create_directories(stage.documents());
+    // The disk is the program's own and gone with it.
+    stage.start({"unshare", "--mount", "--map-root-user", "sh", "-c",
+                 R"(mount -t tmpfs -o size=512k disk "$0" && exec "$@")",
+                 stage.documents().string()});
+    stage.feed();
+    AppProcess& app = *stage.app;
+    stage.beginTake();
+    const std::string failure = "❌ [RECORDER TAP ERROR] Error writing audio buffer #";
+    const std::string first = app.await(failure).text;
+    const int number = std::stoi(first.substr(failure.size()));
+    for (int buffer = number + 1; buffer < number + 4; ++buffer) {
+        app.await(failure + std::to_string(buffer) + ": ");
+    }
+    EXPECT_TRUE(app.answers());
+    app.press("Return");
+    app.await("Playback started with looping");
+    const std::string seen = "/proc/" + std::to_string(app.id()) + "/root";
+    const auto folder = std::filesystem::path(seen + stage.documents().string()) / "LooperFiles";
+    const Channels take = readFile(std::filesystem::directory_iterator(folder)->path());
+    EXPECT_TRUE(isMarked(take));
+    EXPECT_GT(take[0].size() * 2 * sizeof(float), 500U * 1024);
+    stage.listen();
+    EXPECT_TRUE(stage.hears(take, 1.5));
+}
+
+TEST(DisturbedTest, SpoiltTakeIsRefusedAndChangesNothing) {
+    Stage stage;
+    stage.start();
+    stage.feed();
+    AppProcess& app = *stage.app;
+    using Spoil = void (*)(const std::filesystem::path&);
+    for (const Spoil spoil : {
+             Spoil([](const auto& path) { std::filesystem::remove(path); }),
+             Spoil([](const auto& path) { std::filesystem::resize_file(path, 0); }),
+             Spoil([](const auto& path) { std::ofstream(path) << "no sound, only words"; }),
+         }) {
+        stage.beginTake();
+        stage.play(0.1);
+        app.press("space");
+        app.await("Final recording URL");
+        spoil(stage.newestTake());
+        for (int attempt = 0; attempt < 2; ++attempt) {
+            app.press("space");
+            app.await("Failed to start playback: ");
+        }
+        EXPECT_TRUE(app.answers());
+    }
+    EXPECT_EQ(app.count("Playback started"), 0U);
+    expectRecordsAndLoops(stage);
+}
+
+TEST(DisturbedTest, LinesThatNobodyReadsStopNothing) {
+    for (const auto silence : {&AppProcess::stopReading, &AppProcess::closeOutput}) {
+        Stage stage;
+        stage.start();
+        stage.feed();
+        stage.listen();
+        AppProcess& app = *stage.app;
+        app.await("Input monitoring disabled");
+        (app.*silence)();
+        // Enough words to fill a pipe: a take now and then, each of which plays at once.
+        for (const std::size_t takes : {1U, 2U, 3U}) {
+            app.press("Return");
+            stage.play(0.4);
+            app.press("Return");
+            stage.play(0.3);
+            ASSERT_EQ(stage.takes(), takes);
+            const Channels take = readFile(stage.newestTake());
+            EXPECT_TRUE(isMarked(take));
+            stage.listen();
+            EXPECT_TRUE(stage.hears(take, 1.5));
+            app.press("space");
+        }
+        EXPECT_TRUE(app.runs());
+    }
+}
+
+} // namespace
+
+} // namespace tessivo::test

@@ -1,0 +1,76 @@
+#pragma once
+
+#include "support/AppProcess.h"
+#include "support/GraphProbe.h"
+#include "support/OfflineRig.h"
+#include "support/PrivatePipeWire.h"
+
+#include <gtest/gtest.h>
+
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace tessivo::test {
+
+constexpr double kRate = 48000.0;
+// A cycle long enough that a busy machine does not miss it.
+constexpr std::size_t kQuantum = 1024;
+const std::vector<std::string> kCalm{"--quantum", std::to_string(kQuantum)};
+
+// Frames from the start of which every channel has the consecutive marks of its own.
+std::size_t markedFrames(const Channels& samples);
+
+// All of it is what a microphone heard, without a gap.
+testing::AssertionResult isMarked(const Channels& samples);
+
+// What the speaker put out from the first sound on, compared to a loop.
+struct Heard {
+    Heard(const Channels& sound, const Channels& loop);
+
+    std::size_t first = 0;       // the first frame with sound on both sides
+    std::size_t phase = 0;       // where in the loop that is
+    std::size_t exact = 0;       // from there on, frames equal to the loop bit for bit
+    std::size_t silentAgain = 0; // after it, all is silence
+};
+
+// A player with an instrument: display, sound server, the application, a microphone that hears
+// marks and ears at the speaker.
+class Stage {
+public:
+    explicit Stage(const std::vector<std::string>& soundOptions = kCalm);
+
+    void start(const std::vector<std::string>& wrapper = {});
+    // Plays marks into the ports of a microphone.
+    void feed(const std::vector<std::string>& ports = {"mic:input_FL", "mic:input_FR"});
+    void listen();      // from now on
+    void leaveServer(); // before it goes away
+    std::int64_t played() const { return feeder_->frames(); }
+    std::int64_t listened() const { return listener_->frames(); }
+    void play(double seconds); // returns when the microphone has heard that much more
+
+    // Records by two presses of Return and returns when the take plays.
+    void recordLoop(double seconds);
+    void beginTake(); // by one press
+
+    std::filesystem::path documents() const { return home_ / "Documents"; }
+    std::filesystem::path newestTake() const;
+    std::size_t takes() const;
+    Channels sound() const; // what was heard
+    // Waits until so many passes of the loop were heard bit for bit.
+    testing::AssertionResult hears(const Channels& loop, double passes) const;
+
+    PrivatePipeWire& server() { return *server_; }
+
+private:
+    VirtualDisplay display_;
+    TemporaryFolder home_;
+    std::optional<PrivatePipeWire> server_;
+    std::optional<GraphProbe> feeder_;
+    std::optional<GraphProbe> listener_;
+
+public:
+    std::optional<AppProcess> app; // ends first
+};
+
+} // namespace tessivo::test

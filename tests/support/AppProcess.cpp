@@ -1,0 +1,236 @@
+#include "support/AppProcess.h"
+
+#include "support/PrivatePipeWire.h"
+
+#include <fcntl.h>
+#include <poll.h>
+#include <spawn.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <csignal>
+#include <cstdlib>
+#include <fstream>
+#include <iostream>
+#include <stdexcept>
+
+namespace tessivo::test {
+
+namespace {
+
+using namespace std::chrono_literals;
+
+constexpr int kPipeSize = 4096; // full after one take's lines
+
+std::string firstLine(const std::string& text) {
+    return text.substr(0, text.find('\n'));
+}
+
+} // namespace
+
+VirtualDisplay::VirtualDisplay() {
+    std::string name = (std::filesystem::temp_directory_path() / "tessivo-XXXXXX").string();
+    if (mkdtemp(name.data()) == nullptr) {
+        throw std::runtime_error("no folder for the display");
+    }
+    folder_ = name;
+    runProgram({TESSIVO_VIRTUAL_DISPLAY_SCRIPT, "start", name, "--owner", std::to_string(getpid())},
+               40s);
+    std::string variable;
+    std::getline(std::ifstream(folder_ / "environment"), variable);
+    setenv("DISPLAY", variable.substr(variable.find('=') + 1).c_str(), 1);
+}
+
+VirtualDisplay::~VirtualDisplay() {
+    try {
+        runProgram({TESSIVO_VIRTUAL_DISPLAY_SCRIPT, "stop", folder_.string()});
+        std::filesystem::remove_all(folder_);
+    } catch (const std::exception& error) {
+        std::cerr << error.what() << '\n';
+    }
+}
+
+AppProcess::AppProcess(const std::filesystem::path& home, const std::vector<std::string>& wrapper) {
+    std::vector<std::string> command{"env"};
+    for (const char* variable : {"WAYLAND_DISPLAY", "XDG_CONFIG_HOME", "XDG_DATA_HOME",
+                                 "XDG_CACHE_HOME", "XDG_STATE_HOME"}) {
+        command.insert(command.end(), {"-u", variable});
+    }
+    command.insert(command.end(),
+                   {"HOME=" + home.string(), "QT_QPA_PLATFORM=xcb", "QT_QUICK_BACKEND=software"});
+    command.insert(command.end(), wrapper.begin(), wrapper.end());
+    command.emplace_back(TESSIVO_PROGRAM);
+    std::vector<char*> arguments;
+    for (std::string& argument : command) {
+        arguments.push_back(argument.data());
+    }
+    arguments.push_back(nullptr);
+
+    std::array<int, 2> pipe{};
+    if (pipe2(pipe.data(), O_CLOEXEC) != 0 || fcntl(pipe[1], F_SETPIPE_SZ, kPipeSize) < 0) {
+        throw std::runtime_error("no pipe for the application");
+    }
+    posix_spawn_file_actions_t actions{};
+    posix_spawn_file_actions_init(&actions);
+    posix_spawn_file_actions_adddup2(&actions, pipe[1], STDOUT_FILENO);
+    const int failure =
+        posix_spawnp(&id_, arguments.front(), &actions, nullptr, arguments.data(), environ);
+    posix_spawn_file_actions_destroy(&actions);
+    close(pipe[1]);
+    output_ = pipe[0];
+    if (failure != 0) {
+        close(output_);
+        throw std::runtime_error("the application cannot be started");
+    }
+    reader_ = std::thread([this] { read(); });
+
+    const bool focused = eventually(
+        [this] {
+            try {
+                window_ = firstLine(
+                    runProgram({"xdotool", "search", "--onlyvisible", "--class", "tessivo"}, 2s));
+                runProgram({"xdotool", "windowfocus", "--sync", window_}, 2s);
+                return true;
+            } catch (const std::runtime_error&) {
+                return !runs();
+            }
+        },
+        15s);
+    if (!focused || !runs()) {
+        kill();
+        closeOutput();
+        throw std::runtime_error("the application shows no window");
+    }
+}
+
+AppProcess::~AppProcess() {
+    kill();
+    closeOutput();
+}
+
+void AppProcess::read() {
+    std::string text;
+    std::array<char, kPipeSize> piece{};
+    while (reading_) {
+        pollfd wait{output_, POLLIN, 0};
+        if (poll(&wait, 1, 20) <= 0) {
+            continue;
+        }
+        const ssize_t count = ::read(output_, piece.data(), piece.size());
+        if (count <= 0) {
+            return;
+        }
+        const auto now = std::chrono::steady_clock::now();
+        text.append(piece.data(), static_cast<std::size_t>(count));
+        const std::lock_guard lock(mutex_);
+        for (std::size_t end = 0; (end = text.find('\n')) != std::string::npos;) {
+            lines_.push_back({now, text.substr(0, end)});
+            text.erase(0, end + 1);
+        }
+    }
+}
+
+AppProcess::Line AppProcess::await(const std::string& text, std::chrono::milliseconds limit) {
+    Line found;
+    const bool said = eventually(
+        [&] {
+            const std::lock_guard lock(mutex_);
+            while (awaited_ < lines_.size()) {
+                found = lines_[awaited_++];
+                if (found.text.find(text) != std::string::npos) {
+                    return true;
+                }
+            }
+            return false;
+        },
+        limit);
+    if (!said) {
+        std::string all;
+        for (const std::string& line : lines()) {
+            all += "    " + line + "\n";
+        }
+        throw std::runtime_error("the application did not say \"" + text + "\" but\n" + all);
+    }
+    return found;
+}
+
+std::vector<std::string> AppProcess::lines() const {
+    const std::lock_guard lock(mutex_);
+    std::vector<std::string> texts;
+    for (const Line& line : lines_) {
+        texts.push_back(line.text);
+    }
+    return texts;
+}
+
+std::size_t AppProcess::count(const std::string& text) const {
+    const auto all = lines();
+    return static_cast<std::size_t>(std::count_if(all.begin(), all.end(), [&](const auto& line) {
+        return line.find(text) != std::string::npos;
+    }));
+}
+
+void AppProcess::stopReading() {
+    reading_ = false;
+    if (reader_.joinable()) {
+        reader_.join();
+    }
+}
+
+void AppProcess::closeOutput() {
+    stopReading();
+    if (output_ >= 0) {
+        close(output_);
+        output_ = -1;
+    }
+}
+
+void AppProcess::sendKey(const std::string& action, const std::string& key) {
+    runProgram({"xdotool", action, key}, 5s);
+}
+
+bool AppProcess::answers() {
+    try {
+        for (const char* state : {"monitoring enabled", "monitoring disabled"}) {
+            runProgram({"xdotool", "mousemove", "--window", window_, "215", "247", "click", "1"},
+                       5s);
+            await(state, 1s);
+        }
+        return true;
+    } catch (const std::runtime_error& error) {
+        std::cerr << error.what() << '\n';
+        return false;
+    }
+}
+
+bool AppProcess::ended(std::chrono::milliseconds limit) {
+    return eventually(
+        [this] {
+            collected_ = collected_ || waitpid(id_, &status_, WNOHANG) == id_;
+            return collected_;
+        },
+        limit);
+}
+
+bool AppProcess::runs() {
+    return !ended(0ms);
+}
+
+void AppProcess::kill() {
+    if (runs()) {
+        ::kill(id_, SIGKILL);
+        ended(5s);
+    }
+}
+
+int AppProcess::closeWindow() {
+    press("alt+F4");
+    if (!ended(5s)) {
+        throw std::runtime_error("the application did not end with its window");
+    }
+    return WIFEXITED(status_) ? WEXITSTATUS(status_) : -WTERMSIG(status_);
+}
+
+} // namespace tessivo::test
