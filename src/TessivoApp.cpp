@@ -1,3 +1,4 @@
+#include "Platform/System/BackgroundQueue.h"
 #include "Views/HeldKeys.h"
 
 #include <QGuiApplication>
@@ -30,7 +31,20 @@ public:
 
         QQmlApplicationEngine engine;
         engine.load(QUrl(u"qrc:/qt-project.org/imports/Tessivo/ContentView.qml"_s));
-        return engine.rootObjects().isEmpty() ? 1 : QGuiApplication::exec();
+        const int status = engine.rootObjects().isEmpty() ? 1 : QGuiApplication::exec();
+        finishBackgroundWork();
+        return status;
+    }
+
+private:
+    // What was asked for before the window closed is done while the window's controller is
+    // still there to take the results. A result may ask for more: a library that cannot be
+    // read is rebuilt, and what was rebuilt is written, which makes three rounds at most.
+    static void finishBackgroundWork() {
+        for (int round = 0; round < 3; ++round) {
+            BackgroundQueue::waitForAll();
+            QCoreApplication::sendPostedEvents();
+        }
     }
 };
 

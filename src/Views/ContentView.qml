@@ -9,20 +9,50 @@ T.ApplicationWindow {
 
     readonly property SimpleLooperViewModel viewModel: SimpleLooperViewModel { }
     readonly property SimpleLoopState loopState: viewModel.loopState
-    readonly property bool showingSheet: loopState.showingSaveDialog || loopState.showingLoopLibrary
+    readonly property bool showingSaveDialog: loopState.showingSaveDialog
+    readonly property bool showingSheet: showingSaveDialog || loopState.showingLoopLibrary
+
+    property SaveLoopView saveSheet: null
 
     visible: true
     title: Application.displayName
     color: Theme.controlBackground
 
-    // Large system fonts may need more than the usual frame; nothing is ever cut off.
-    minimumWidth: Math.ceil(stack.implicitWidth + 2 * Theme.contentMargin)
-    minimumHeight: Math.ceil(stack.implicitHeight + 2 * Theme.contentSpacing
+    // Large system fonts may need more than the usual frame; nothing is ever cut off. The frame
+    // is that of the content, and the toolbar comes on top of it.
+    readonly property int neededHeight: Math.ceil(stack.implicitHeight + 2 * Theme.contentSpacing
         + productName.implicitHeight + 2 * Theme.contentMargin)
+    minimumWidth: Math.ceil(stack.implicitWidth + 2 * Theme.contentMargin)
+    minimumHeight: neededHeight + toolbar.height
     maximumWidth: Math.max(minimumWidth, 400)
-    maximumHeight: Math.max(minimumHeight, 500)
+    maximumHeight: Math.max(neededHeight, 500) + toolbar.height
     width: maximumWidth
     height: maximumHeight
+
+    header: ToolbarView {
+        id: toolbar
+
+        loopState: root.loopState
+        keysEnabled: !root.showingSheet
+        onSave: root.viewModel.showSaveDialog()
+    }
+
+    onShowingSaveDialogChanged: {
+        if (saveSheet)
+            saveSheet.destroy();
+        // The loop may become another one while the sheet is open.
+        saveSheet = !showingSaveDialog ? null : saveSheetMaker.createObject(root, {
+            transientParent: root,
+            viewModel: viewModel,
+            currentFileURL: loopState.fileURL
+        }) as SaveLoopView;
+    }
+
+    Component {
+        id: saveSheetMaker
+
+        SaveLoopView { }
+    }
 
     Column {
         id: stack
@@ -82,7 +112,9 @@ T.ApplicationWindow {
     MouseArea {
         id: resting
 
+        parent: root.contentItem.parent
         anchors.fill: parent
+        z: 2 // above the toolbar, which is above the content
         acceptedButtons: Qt.AllButtons
         onPressed: mouse => {
             mouse.accepted = false;

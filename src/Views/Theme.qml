@@ -12,6 +12,14 @@ QtObject {
 
     readonly property color controlBackground: systemPalette.base
     readonly property color primaryText: systemPalette.text
+    readonly property color secondaryText: Qt.alpha(primaryText, 0.65)
+    readonly property color unavailableText: Qt.alpha(primaryText, 0.35)
+    readonly property color accent: systemPalette.highlight
+    readonly property color accentText: systemPalette.highlightedText
+    readonly property color buttonFace: Qt.alpha(primaryText, 0.12)
+    readonly property color outline: Qt.alpha(primaryText, 0.1)
+    readonly property color fieldBorder: Qt.alpha(primaryText, 0.5)
+    readonly property color dimming: Qt.alpha("black", 0.3)
     readonly property color focusRing: systemPalette.highlight
     readonly property color toolTipBackground: systemPalette.window
     readonly property color toolTipText: systemPalette.windowText
@@ -27,10 +35,13 @@ QtObject {
     readonly property color onColor: "white"
 
     readonly property real tint: 0.2
+    readonly property real panelTint: 0.1
+    readonly property real overlayOpacity: 0.9
     readonly property real activeOpacity: 0.8
     readonly property real pressedOpacity: 0.7
     readonly property real unlitOpacity: 0.3
 
+    readonly property font title: scaledSystemFont(1.3, Font.Bold)
     readonly property font headline: scaledSystemFont(1.1, Font.DemiBold)
     readonly property font caption: scaledSystemFont(0.9, Font.Normal)
     readonly property font productName: Qt.font({
@@ -51,10 +62,35 @@ QtObject {
     readonly property real buttonIconSize: 24
     readonly property real toggleIconWidth: 20
     readonly property real toggleIconHeight: 16
+    readonly property real toolbarMargin: 8
+    readonly property real toolbarSpacing: 8
+    readonly property real toolbarButtonSize: 32
+    readonly property real toolbarIconSize: 20
+    readonly property real standardPadding: 16
+    readonly property real controlRadius: 6
+    readonly property real fieldPadding: 7
+    readonly property real pushButtonHorizontalPadding: 16
+    readonly property real pushButtonVerticalPadding: 7
+    readonly property real pushButtonMinimumWidth: 80
+    readonly property real pushButtonSpacing: 16
+    readonly property real panelPadding: 12
+    readonly property real panelRadius: 8
+    readonly property real panelSpacing: 8
+    readonly property real captionIconSize: 14
+    readonly property real saveSheetWidth: 400
+    readonly property real sheetPadding: 24
+    readonly property real sheetSpacing: 20
+    readonly property real sheetRadius: 12
+    readonly property real alertWidth: 320
+    readonly property real alertMargin: 12
+    readonly property real alertPadding: 20
+    readonly property real alertSpacing: 14
+    readonly property real spinnerSize: 28
     readonly property real focusRingWidth: 2
     readonly property real focusRingGap: 3
 
     readonly property int stateAnimation: 200
+    readonly property int spinnerTurn: 1000
     readonly property int toolTipDelay: 700
 
     function icon(symbol: string): url {

@@ -1,0 +1,35 @@
+import QtQuick
+import Tessivo
+
+// What concerns the whole loop and not its transport, at the trailing edge of the window's top.
+Item {
+    id: root
+
+    required property SimpleLoopState loopState
+    // False while something in front of the window owns the keyboard.
+    required property bool keysEnabled
+
+    signal save()
+
+    implicitWidth: items.implicitWidth + 2 * Theme.toolbarMargin
+    implicitHeight: items.implicitHeight + 2 * Theme.toolbarMargin
+
+    Row {
+        id: items
+
+        anchors.right: parent.right
+        anchors.rightMargin: Theme.toolbarMargin
+        anchors.verticalCenter: parent.verticalCenter
+        spacing: Theme.toolbarSpacing
+
+        ToolbarButton {
+            name: "Save"
+            symbol: "square.and.arrow.down"
+            toolTip: "Save [Ctrl+S]"
+            available: root.loopState.canSave
+            keys: ["Ctrl+S"]
+            keysEnabled: root.keysEnabled
+            onTriggered: root.save()
+        }
+    }
+}
