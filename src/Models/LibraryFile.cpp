@@ -62,7 +62,8 @@ std::optional<std::vector<SavedLoop>> LibraryFile::read() {
     std::error_code error;
     const bool exists = fs::exists(fs::symlink_status(nativePath(metadataPath()), error));
     if (!exists) {
-        if (error && error != std::errc::no_such_file_or_directory) {
+        if (error && error != std::errc::no_such_file_or_directory &&
+            error != std::errc::not_a_directory) {
             throw std::system_error(error, "library.json");
         }
         return std::nullopt;
@@ -104,7 +105,8 @@ void LibraryFile::keepBeside() {
         return;
     }
     const auto kept = unusedDatedName();
-    fs::create_hard_link(path, kept, error);
+    // Of a link it is the file that is kept: a write goes through the link.
+    fs::create_hard_link(fs::canonical(path, error), kept, error);
     if (error) {
         fs::copy_file(path, kept, error);
     }

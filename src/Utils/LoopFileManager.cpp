@@ -11,11 +11,13 @@
 #include <algorithm>
 #include <cerrno>
 #include <cmath>
+#include <cstdio>
 #include <cstdlib>
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <system_error>
 #include <unistd.h>
+#include <vector>
 
 namespace tessivo {
 namespace {
@@ -57,17 +59,121 @@ std::optional<double> durationOf(const fs::path& path) {
     return std::nullopt;
 }
 
-void syncToDisk(const fs::path& path, int flags) {
-    const int descriptor = ::open(path.c_str(), flags | O_CLOEXEC);
-    if (descriptor < 0) {
-        throw systemError(errno, "Could not open", path);
+class Descriptor {
+public:
+    Descriptor(int value, const std::string& failure, const fs::path& path)
+        : value_(value) {
+        if (value < 0) {
+            throw systemError(errno, failure, path);
+        }
     }
-    const int result = ::fsync(descriptor);
-    const int error = errno;
-    ::close(descriptor);
-    if (result != 0) {
-        throw systemError(error, "Could not write to the disk:", path);
+    ~Descriptor() { ::close(value_); }
+    Descriptor(const Descriptor&) = delete;
+    Descriptor& operator=(const Descriptor&) = delete;
+
+    int get() const { return value_; }
+
+private:
+    int value_;
+};
+
+// Writes a copy of the file that is on the disk when this returns. The standard library's
+// copy does not tell a full disk from a broken one.
+void copyBytes(const fs::path& from, int to) {
+    const Descriptor source(::open(from.c_str(), O_RDONLY | O_CLOEXEC), "Could not open", from);
+    struct stat status {};
+    std::vector<char> buffer(std::size_t{1} << 20);
+    for (;;) {
+        const ssize_t count = ::read(source.get(), buffer.data(), buffer.size());
+        if (count < 0) {
+            throw systemError(errno, "Could not read", from);
+        }
+        if (count == 0) {
+            break;
+        }
+        for (ssize_t done = 0; done < count;) {
+            const ssize_t written =
+                ::write(to, buffer.data() + done, static_cast<std::size_t>(count - done));
+            if (written < 0) {
+                throw systemError(errno, "Could not copy", from);
+            }
+            done += written;
+        }
     }
+    if (::fstat(source.get(), &status) != 0 || ::fchmod(to, status.st_mode & 0777) != 0 ||
+        ::fsync(to) != 0) {
+        throw systemError(errno, "Could not copy", from);
+    }
+}
+
+// The new name is on the disk as soon as the folder is. Not every file system can be asked
+// for that, and the file itself is there already.
+void syncFolder(const fs::path& folder) {
+    const int descriptor = ::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    if (descriptor >= 0) {
+        ::fsync(descriptor);
+        ::close(descriptor);
+    }
+}
+
+// A copy that has no name of its own yet: hidden and without the extension of a loop, so
+// that it is none if it gets no further. Gone with this object unless it was given one.
+class UnnamedCopy {
+public:
+    UnnamedCopy(const fs::path& source, const fs::path& folder)
+        : path_((folder / ".copy-XXXXXX").string()) {
+        const Descriptor file(::mkostemp(path_.data(), O_CLOEXEC), "Could not create", folder);
+        try {
+            copyBytes(source, file.get());
+        } catch (...) {
+            ::unlink(path_.c_str());
+            throw;
+        }
+    }
+    ~UnnamedCopy() {
+        if (!named_) {
+            ::unlink(path_.c_str());
+        }
+    }
+    UnnamedCopy(const UnnamedCopy&) = delete;
+    UnnamedCopy& operator=(const UnnamedCopy&) = delete;
+
+    // Takes the place of what has the name.
+    void replace(const fs::path& target) {
+        if (::rename(path_.c_str(), target.c_str()) != 0) {
+            throw systemError(errno, "Could not create", target);
+        }
+        nameIsGiven(target);
+    }
+
+    // False when something has the name already.
+    bool becomes(const fs::path& target) {
+        if (::renameat2(AT_FDCWD, path_.c_str(), AT_FDCWD, target.c_str(), RENAME_NOREPLACE) != 0) {
+            if (errno == EEXIST) {
+                return false;
+            }
+            if (errno == EINVAL || errno == ENOSYS) { // not every file system knows how
+                replace(target);
+                return true;
+            }
+            throw systemError(errno, "Could not create", target);
+        }
+        nameIsGiven(target);
+        return true;
+    }
+
+private:
+    void nameIsGiven(const fs::path& target) {
+        named_ = true;
+        syncFolder(target.parent_path());
+    }
+
+    std::string path_;
+    bool named_ = false;
+};
+
+LoopError saveFailure(const std::system_error& error) {
+    return LoopError::saveFailure(QString::fromStdString(error.code().message()));
 }
 
 // The longest beginning that ends between characters and fits both limits.
@@ -128,9 +234,17 @@ SavedLoop LoopFileManager::saveTemporaryLoopAs(const QString& name, const QUrl& 
         throw LoopError(LoopError::Kind::fileNotFound);
     }
     const LoopMetadata metadata = getLoopMetadata(source);
-    const QString filename = generateUniqueFilename(name);
-    copyLoopFile(source,
-                 QUrl::fromLocalFile(savedLoopsDirectory().toLocalFile() + u'/' + filename));
+    const fs::path folder = pathOf(savedLoopsDirectory());
+    QString filename;
+    try {
+        UnnamedCopy copy(pathOf(source), folder);
+        // Another save may take the name while this one is being copied.
+        do {
+            filename = generateUniqueFilename(name);
+        } while (!copy.becomes(folder / filename.toStdString()));
+    } catch (const std::system_error& error) {
+        throw saveFailure(error);
+    }
     return {name, filename, secondsSince2001Now(), metadata.duration, metadata.fileSize};
 }
 
@@ -206,23 +320,10 @@ void LoopFileManager::copyLoopFile(const QUrl& from, const QUrl& to) {
     if (fs::is_directory(target, ignored)) {
         throw LoopError::saveFailure(QStringLiteral("There is a folder of that name"));
     }
-    // Hidden and without the extension of a loop, so that an interrupted copy is none.
-    std::string temporary = (target.parent_path() / ".copy-XXXXXX").string();
     try {
-        const int descriptor = ::mkostemp(temporary.data(), O_CLOEXEC);
-        if (descriptor < 0) {
-            throw systemError(errno, "Could not create", target);
-        }
-        ::close(descriptor);
-        fs::copy_file(source, temporary, fs::copy_options::overwrite_existing);
-        syncToDisk(temporary, O_RDWR);
-        if (::rename(temporary.c_str(), target.c_str()) != 0) {
-            throw systemError(errno, "Could not create", target);
-        }
-        syncToDisk(target.parent_path(), O_RDONLY | O_DIRECTORY);
+        UnnamedCopy(source, target.parent_path()).replace(target);
     } catch (const std::system_error& error) {
-        ::unlink(temporary.c_str());
-        throw LoopError::saveFailure(QString::fromStdString(error.code().message()));
+        throw saveFailure(error);
     }
 }
 

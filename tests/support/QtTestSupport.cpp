@@ -1,8 +1,10 @@
 #include "support/QtTestSupport.h"
 
+#include "Platform/System/BackgroundQueue.h"
 #include "Platform/System/LogLine.h"
 
 #include <QCoreApplication>
+#include <QTemporaryDir>
 
 #include <algorithm>
 #include <thread>
@@ -36,6 +38,14 @@ void runPosted() {
     }
 }
 
+void settle() {
+    // A load that fails, rebuilds and saves passes between the threads five times.
+    for (int turn = 0; turn < 8; ++turn) {
+        BackgroundQueue::waitForAll();
+        runPosted();
+    }
+}
+
 CapturedLines::CapturedLines() {
     setLogSink([this](std::string_view line) {
         const std::scoped_lock lock(mutex_);
@@ -52,12 +62,22 @@ Lines CapturedLines::take() {
     return std::exchange(lines_, {});
 }
 
+std::filesystem::path TemporaryHome::path() {
+    static const QTemporaryDir folder;
+    return folder.path().toStdString();
+}
+
 TemporaryHome::TemporaryHome() {
-    qputenv("HOME", folder_.path().toUtf8());
+    qputenv("HOME", path().c_str());
     qunsetenv("XDG_CONFIG_HOME");
+    for (const auto& left : std::filesystem::directory_iterator(path())) {
+        std::filesystem::remove_all(left);
+    }
+    std::filesystem::create_directories(savedLoops());
 }
 
 TemporaryHome::~TemporaryHome() {
+    settle(); // nothing of this test's writes into the next one's home
     qputenv("HOME", previousHome_);
     if (!previousConfig_.isEmpty()) {
         qputenv("XDG_CONFIG_HOME", previousConfig_);

@@ -2,7 +2,6 @@
 
 #include "support/OfflineRig.h"
 
-#include <QTemporaryDir>
 #include <QUrl>
 
 #include <chrono>
@@ -25,6 +24,9 @@ void runFor(std::chrono::milliseconds time);
 // Runs what is posted, and what that posts, without waiting for more.
 void runPosted();
 
+// Runs everything that is posted and in the background, and what follows from it.
+void settle();
+
 // Takes the place of standard output for diagnostic lines, in order, from all threads.
 class CapturedLines {
 public:
@@ -41,7 +43,8 @@ private:
     Lines lines_;
 };
 
-// A home of the test's own, empty at first.
+// A home of the test's own, empty at first but for the folder of the saved loops. All homes of
+// a process are in one place, because the process looks that folder up only once.
 class TemporaryHome {
 public:
     TemporaryHome();
@@ -49,11 +52,11 @@ public:
     TemporaryHome(const TemporaryHome&) = delete;
     TemporaryHome& operator=(const TemporaryHome&) = delete;
 
-    std::filesystem::path path() const { return folder_.path().toStdString(); }
-    std::filesystem::path recordings() const { return path() / "Documents" / "LooperFiles"; }
+    static std::filesystem::path path();
+    static std::filesystem::path recordings() { return path() / "Documents" / "LooperFiles"; }
+    static std::filesystem::path savedLoops() { return path() / "Documents" / "SavedLoops"; }
 
 private:
-    QTemporaryDir folder_;
     QByteArray previousHome_ = qgetenv("HOME");
     QByteArray previousConfig_ = qgetenv("XDG_CONFIG_HOME");
 };

@@ -1,0 +1,76 @@
+#pragma once
+
+#include "Models/LibraryMetadata.h"
+#include "Models/LoopError.h"
+#include "Utils/LoopFileManager.h"
+#include "support/QtTestSupport.h"
+
+#include <gtest/gtest.h>
+
+#include <fstream>
+#include <iterator>
+
+// Found by GoogleTest through the argument's namespace, which is the global one.
+inline void PrintTo(const QString& text, std::ostream* stream) {
+    *stream << '"' << text.toStdString() << '"';
+}
+
+namespace tessivo::test {
+
+inline std::string bytesOf(const std::filesystem::path& path) {
+    if (!std::filesystem::is_regular_file(path)) {
+        return {};
+    }
+    std::ifstream stream(path, std::ios::binary);
+    return {std::istreambuf_iterator<char>(stream), {}};
+}
+
+inline void writeBytes(const std::filesystem::path& path, const std::string& bytes) {
+    std::ofstream(path, std::ios::binary) << bytes;
+}
+
+// The description of the LoopError that this throws.
+template <class Call> QString loopErrorOf(Call&& call) {
+    try {
+        call();
+    } catch (const LoopError& error) {
+        return error.errorDescription();
+    }
+    return QStringLiteral("no error");
+}
+
+// A saved-loops folder with loops in it, and the lines that are written about them.
+struct LibraryRig {
+    // A loop of a fiftieth of a second, in the folder, with its record.
+    SavedLoop loop(const QString& name, double date, const QString& filename = {}) const {
+        const QString file = filename.isEmpty() ? name + ".wav" : filename;
+        const auto path = folder / file.toStdString();
+        writeFile(path, 48000, Channels(1, noise(960, 7)));
+        return {name, file, SecondsSince2001(date), 0.02,
+                static_cast<qint64>(std::filesystem::file_size(path))};
+    }
+
+    void write(const std::vector<SavedLoop>& loops) const {
+        writeBytes(metadata, LibraryMetadata::encode(loops).toStdString());
+    }
+    std::vector<SavedLoop> read() const {
+        return LibraryMetadata::decode(QByteArray::fromStdString(bytesOf(metadata)));
+    }
+
+    // Names of the files in the folder, sorted.
+    std::vector<std::string> files() const {
+        std::vector<std::string> names;
+        for (const auto& entry : std::filesystem::directory_iterator(folder)) {
+            names.push_back(entry.path().filename().string());
+        }
+        std::sort(names.begin(), names.end());
+        return names;
+    }
+
+    TemporaryHome home;
+    std::filesystem::path folder = TemporaryHome::savedLoops();
+    std::filesystem::path metadata = folder / "library.json";
+    CapturedLines lines;
+};
+
+} // namespace tessivo::test

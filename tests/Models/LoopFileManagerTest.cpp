@@ -1,0 +1,261 @@
+#include "Models/LibraryRig.h"
+
+#include <QTextBoundaryFinder>
+
+#include <fcntl.h>
+#include <future>
+#include <set>
+#include <sys/mount.h>
+#include <unistd.h>
+
+using namespace tessivo;
+using namespace tessivo::test;
+namespace fs = std::filesystem;
+using Files = LoopFileManager;
+
+namespace {
+
+// A disk of one megabyte in place of a folder.
+class SmallDisk {
+public:
+    explicit SmallDisk(const fs::path& folder)
+        : folder_(folder)
+        , mounted_(::mount("tmpfs", folder.c_str(), "tmpfs", 0, "size=1m") == 0) {
+        EXPECT_TRUE(mounted_) << "only root can mount";
+    }
+    ~SmallDisk() { ::umount2(folder_.c_str(), MNT_DETACH); }
+    SmallDisk(const SmallDisk&) = delete;
+    SmallDisk& operator=(const SmallDisk&) = delete;
+
+private:
+    fs::path folder_;
+    bool mounted_;
+};
+
+struct FilesRig : LibraryRig {
+    FilesRig() { writeFile(take, 48000, samples); }
+
+    SavedLoop save(const QString& name) const {
+        return Files::saveTemporaryLoopAs(name, urlOf(take));
+    }
+
+    Channels samples{noise(12000, 1), noise(12000, 2)};
+    fs::path take = home.path() / "take.wav";
+};
+
+} // namespace
+
+TEST(LoopFileManagerTest, FolderIsMadeOnFirstUse) {
+    const TemporaryHome home;
+    fs::remove_all(home.path() / "Documents");
+    GTEST_FLAG_SET(death_test_style, "threadsafe"); // a process of its own
+    EXPECT_EXIT(std::exit(Files::libraryMetadataURL().toLocalFile().endsWith(
+                              "/Documents/SavedLoops/library.json") &&
+                                  fs::is_directory(pathOf(Files::savedLoopsDirectory()))
+                              ? 0
+                              : 1),
+                testing::ExitedWithCode(0), "");
+}
+
+TEST(LoopFileManagerTest, CleansNamesForTheFileSystem) {
+    const FilesRig rig;
+    const QString family = QString::fromUtf8("👨‍👩‍👧");
+    const QString accented = QString::fromUtf8("e\u0301");
+    const std::vector<std::pair<QString, QString>> expected{
+        {"My: Loop?", "My_ Loop_"},
+        {"  Beat \n", "Beat"},
+        {"//<>:\"|?*\\", "__________"},
+        {QString(60, u'a'), QString(50, u'a')},
+        {QString(49, u'a') + " bc", QString(49, u'a') + ' '},
+        {accented.repeated(51), accented.repeated(50)},
+        {QString::fromUtf8("🥁").repeated(51), QString::fromUtf8("🥁").repeated(50)},
+        {family.repeated(51), family.repeated(240 / 18)},
+        {"", ""},
+        {u"\u00a0 \u2028\t"_qs, ""},
+        {"..", ".."},
+        {"../../etc/passwd", ".._.._etc_passwd"},
+        {u"לופ \u202eabc"_qs, u"לופ \u202eabc"_qs},
+        {QString(u"a\0b"_qs), "a_b"},
+        {"tab\there\x7f", "tab\there\x7f"},
+        {"100%41 #1; ~.wav", "100%41 #1; ~.wav"},
+    };
+    for (const auto& [name, base] : expected) {
+        EXPECT_EQ(Files::generateUniqueFilename(name), base + ".wav") << name.toStdString();
+    }
+    // Whatever a name is, a file of it can be made, and a thousand more.
+    for (const QString& name :
+         {QString(10000, u'x'), QString(10000, u'語'), family.repeated(1000),
+          'e' + QString(9999, u'\u0301'), QString(QChar(0xd83e)), QString(QChar(0xdd41)) + 'a'}) {
+        const QString filename = Files::generateUniqueFilename(name);
+        EXPECT_LE(filename.toUtf8().size() + 5, 255);
+        const SavedLoop loop = rig.save(name);
+        EXPECT_EQ(loop.filename(), filename);
+        EXPECT_EQ(loop.name(), name);
+        EXPECT_EQ(readFile(rig.folder / filename.toStdString()), rig.samples);
+    }
+}
+
+TEST(LoopFileManagerTest, NumbersNamesThatAreTaken) {
+    const FilesRig rig;
+    const auto next = [](const char* name) {
+        return Files::generateUniqueFilename(name).toStdString();
+    };
+    writeBytes(rig.folder / "Beat_1.wav", "");
+    EXPECT_EQ(next("Beat"), "Beat.wav");
+    fs::create_directory(rig.folder / "Beat.wav");
+    EXPECT_EQ(next("Beat"), "Beat_2.wav");
+    fs::create_symlink("nowhere", rig.folder / "Beat_2.wav");
+    EXPECT_EQ(next(" Beat "), "Beat_3.wav");
+    EXPECT_EQ(rig.save("  ").filename(), ".wav");
+    EXPECT_EQ(rig.save("").filename(), "_1.wav");
+}
+
+TEST(LoopFileManagerTest, SavesACopyAndItsRecord) {
+    const FilesRig rig;
+    const double before = secondsSince2001Now().count();
+    const SavedLoop loop = rig.save(" My/Loop ");
+    EXPECT_EQ(loop.name(), " My/Loop ");
+    EXPECT_EQ(loop.filename(), "My_Loop.wav");
+    EXPECT_EQ(loop.duration(), 0.25);
+    EXPECT_EQ(loop.fileSize(), static_cast<qint64>(fs::file_size(rig.take)));
+    EXPECT_GE(loop.createdDate().count(), before);
+    EXPECT_LE(loop.createdDate().count(), secondsSince2001Now().count());
+    EXPECT_EQ(bytesOf(rig.folder / "My_Loop.wav"), bytesOf(rig.take));
+    EXPECT_EQ(fs::status(rig.folder / "My_Loop.wav").permissions(),
+              fs::status(rig.take).permissions());
+    EXPECT_EQ(rig.files(), (std::vector<std::string>{"My_Loop.wav"}));
+}
+
+// The sheet of a long save may be cancelled and another save begun.
+TEST(LoopFileManagerTest, SavesOfOneNameAtOneTimeGetFilesOfTheirOwn) {
+    const FilesRig rig;
+    std::vector<std::future<SavedLoop>> saves;
+    for (int i = 0; i < 8; ++i) {
+        saves.push_back(std::async(std::launch::async, [&rig] { return rig.save("Beat"); }));
+    }
+    std::set<QString> names;
+    for (auto& save : saves) {
+        names.insert(save.get().filename());
+    }
+    EXPECT_EQ(names.size(), 8U);
+    EXPECT_EQ(rig.files().size(), 8U);
+}
+
+TEST(LoopFileManagerTest, RefusesWhatIsNoAudio) {
+    const FilesRig rig;
+    const std::string whole = bytesOf(rig.take);
+    Channels none(1);
+    writeFile(rig.home.path() / "frameless.wav", 48000, none);
+    writeBytes(rig.home.path() / "empty.wav", "");
+    writeBytes(rig.home.path() / "text.wav", "not audio");
+    writeBytes(rig.home.path() / "header.wav", whole.substr(0, 40));
+    writeBytes(rig.home.path() / "half.wav", whole.substr(0, whole.size() / 2));
+    fs::create_directory(rig.home.path() / "folder.wav");
+    for (const char* name : {"frameless", "empty", "text", "header", "folder"}) {
+        const QUrl file = urlOf(rig.home.path() / (std::string(name) + ".wav"));
+        const QString invalid = "Invalid or corrupted audio file";
+        EXPECT_EQ(loopErrorOf([&] { Files::getLoopMetadata(file); }), invalid) << name;
+        EXPECT_EQ(loopErrorOf([&] { Files::saveTemporaryLoopAs("a", file); }), invalid) << name;
+        EXPECT_FALSE(Files::validateLoopFile(file)) << name;
+    }
+    const QUrl missing = urlOf(rig.home.path() / "missing.wav");
+    EXPECT_EQ(loopErrorOf([&] { Files::saveTemporaryLoopAs("a", missing); }),
+              "Loop file not found");
+    EXPECT_THROW(Files::getLoopMetadata(missing), std::system_error);
+    EXPECT_FALSE(Files::validateLoopFile(missing));
+    EXPECT_TRUE(rig.files().empty());
+
+    const auto half = Files::getLoopMetadata(urlOf(rig.home.path() / "half.wav"));
+    EXPECT_NEAR(half.duration, 0.125, 0.001) << "what is left of it can be played";
+}
+
+TEST(LoopFileManagerTest, ChecksThatFileAndReserveFit) {
+    const FilesRig rig;
+    const QUrl file = urlOf(rig.take);
+    fs::resize_file(rig.take, 5'000'000);
+    Files::checkDiskSpaceForFile(file);
+    Files::checkDiskSpaceForFile(file, 15'485'760);
+    const QString full = "Insufficient disk space to save loop";
+    EXPECT_EQ(loopErrorOf([&] { Files::checkDiskSpaceForFile(file, 15'485'759); }), full);
+    EXPECT_THROW(Files::checkDiskSpaceForFile(urlOf(rig.folder / "missing.wav")),
+                 std::system_error);
+    fs::remove(rig.folder);
+    EXPECT_EQ(Files::getAvailableDiskSpace(), 0);
+    EXPECT_EQ(loopErrorOf([&] { Files::checkDiskSpaceForFile(file); }), full);
+}
+
+TEST(LoopFileManagerTest, CopyReplacesOrLeavesWhatWasThere) {
+    const FilesRig rig;
+    const SavedLoop loop = rig.save("Beat");
+    const fs::path target = rig.home.path() / "export.wav";
+    const auto exportTo = [&](const fs::path& path) {
+        return loopErrorOf([&] { Files::exportLoop(loop, urlOf(path)); });
+    };
+    writeBytes(target, "old");
+    EXPECT_EQ(exportTo(target), "no error");
+    EXPECT_EQ(bytesOf(target), bytesOf(rig.take));
+    EXPECT_EQ(exportTo(rig.home.path() / "missing" / "a.wav"),
+              "Failed to save loop: No such file or directory");
+    EXPECT_TRUE(exportTo(rig.folder / "Beat.wav").startsWith("Failed to save loop: "));
+    EXPECT_TRUE(exportTo(rig.home.path()).startsWith("Failed to save loop: "));
+    EXPECT_EQ(bytesOf(rig.folder / "Beat.wav"), bytesOf(rig.take));
+
+    fs::resize_file(rig.folder / "Beat.wav", 3'000'000);
+    const fs::path full = rig.home.path() / "full";
+    fs::create_directory(full);
+    const SmallDisk disk(full);
+    writeBytes(full / "a.wav", "old");
+    EXPECT_EQ(exportTo(full / "a.wav"), "Failed to save loop: No space left on device");
+    EXPECT_EQ(bytesOf(full / "a.wav"), "old");
+    EXPECT_EQ(std::distance(fs::directory_iterator(full), fs::directory_iterator()), 1);
+}
+
+TEST(LoopFileManagerTest, FullOrMissingFolderKeepsNoHalfLoop) {
+    const FilesRig rig;
+    fs::resize_file(rig.take, 3'000'000);
+    {
+        const SmallDisk disk(rig.folder);
+        EXPECT_EQ(loopErrorOf([&] { rig.save("Beat"); }),
+                  "Failed to save loop: No space left on device");
+        EXPECT_TRUE(rig.files().empty());
+    }
+    fs::remove(rig.folder);
+    EXPECT_EQ(loopErrorOf([&] { rig.save("Beat"); }),
+              "Failed to save loop: No such file or directory");
+    writeBytes(rig.folder, "in the way");
+    EXPECT_EQ(loopErrorOf([&] { rig.save("Beat"); }), "Failed to save loop: Not a directory");
+}
+
+TEST(LoopFileManagerTest, RecordsLeadNowhereButIntoTheFolder) {
+    const FilesRig rig;
+    fs::create_directory(rig.folder / "sub");
+    fs::copy_file(rig.take, rig.folder / "sub" / "a.wav");
+    fs::create_symlink(rig.take, rig.folder / "link.wav");
+    writeBytes(rig.folder / "text.wav", "not audio");
+    const fs::path target = rig.home.path() / "export.wav";
+    for (const QString& filename :
+         {u"../../take.wav"_qs, QString::fromStdString(rig.take.string()), u"sub/a.wav"_qs,
+          u"./sub/../link.wav"_qs, u".."_qs, u"."_qs, u""_qs, QString(u"text.wav\0x"_qs),
+          u"missing.wav"_qs, u"link.wav"_qs, u"text.wav"_qs, u"sub"_qs, QString(300, u'a')}) {
+        const SavedLoop loop("n", filename, SecondsSince2001(0), 1.0, 1);
+        EXPECT_FALSE(Files::validateLoopFile(loop)) << filename.toStdString();
+        EXPECT_EQ(loopErrorOf([&] { Files::exportLoop(loop, urlOf(target)); }),
+                  "Loop file not found");
+        loopErrorOf([&] { Files::deleteLoopFile(loop); });
+    }
+    EXPECT_FALSE(fs::exists(target));
+    EXPECT_EQ(readFile(rig.take), rig.samples);
+    EXPECT_EQ(readFile(rig.folder / "sub" / "a.wav"), rig.samples);
+}
+
+TEST(LoopFileManagerTest, DeletesAFileOrSaysWhyNot) {
+    const FilesRig rig;
+    const SavedLoop loop = rig.save("Beat");
+    Files::deleteLoopFile(loop);
+    EXPECT_TRUE(rig.files().empty());
+    EXPECT_EQ(loopErrorOf([&] { Files::deleteLoopFile(loop); }), "Loop file not found");
+    fs::create_directories(rig.folder / "Beat.wav" / "kept");
+    EXPECT_EQ(loopErrorOf([&] { Files::deleteLoopFile(loop); }).left(43),
+              "Failed to save loop: Failed to delete file:");
+    EXPECT_TRUE(fs::exists(rig.folder / "Beat.wav" / "kept"));
+}
