@@ -13,6 +13,7 @@
 
 #include <algorithm>
 #include <filesystem>
+#include <limits>
 #include <numeric>
 #include <system_error>
 #include <utility>
@@ -81,6 +82,19 @@ Loops loopsOfFolder() {
     return loops;
 }
 
+// What the file lists, or the folder when that cannot be read. Throws when neither can.
+Loops presentLoops() {
+    try {
+        return LibraryFile::read().value_or(Loops());
+    } catch (const std::exception&) {
+        LibraryFile::keepBeside();
+        return loopsOfFolder();
+    }
+}
+
+// Writes that all stores have asked for. Main thread only.
+quint64 writesAsked = 0;
+
 } // namespace
 
 LoopLibrary::LoopLibrary(QObject* parent)
@@ -93,19 +107,13 @@ LoopLibrary::~LoopLibrary() {
         return;
     }
     // The reading that these changes wait for has nobody to come to any more.
-    LibraryFile::post([changes = std::move(changesMeanwhile_), own = savedLoops_] {
-        Loops loops = own;
+    ++writesAsked;
+    LibraryFile::post([changes = std::move(changesMeanwhile_)] {
         try {
-            if (auto read = LibraryFile::read()) {
-                loops = std::move(*read);
-                for (const auto& change : changes) {
-                    change(loops);
-                }
+            Loops loops = presentLoops();
+            for (const auto& change : changes) {
+                change(loops);
             }
-        } catch (const std::exception&) {
-            LibraryFile::keepBeside();
-        }
-        try {
             LibraryFile::write(loops);
         } catch (const std::exception& error) {
             logLine(std::string("Failed to save loop library: ") + error.what());
@@ -128,6 +136,7 @@ std::function<void(std::function<void(LoopLibrary&)>)> LoopLibrary::answerOfThis
 void LoopLibrary::loadLibrary() {
     ++load_;
     resultPending_ = true;
+    writesBeforeLoad_ = writesAsked;
     publish(isLoading_, true, &LoopLibrary::isLoadingChanged);
     publish(lastError_, std::nullopt, &LoopLibrary::lastErrorChanged);
     // Behind all writes asked for so far, or the list read would lack what they bring.
@@ -154,6 +163,10 @@ void LoopLibrary::loadInBackground(
 }
 
 void LoopLibrary::finishLoading(Loops loops, bool differsFromFile) {
+    if (loadAgainIfOvertaken()) {
+        return;
+    }
+    fileIsUnreadable_ = false;
     const bool changed = applyChanges(loops);
     publish(savedLoops_, std::move(loops), &LoopLibrary::savedLoopsChanged);
     publish(isLoading_, false, &LoopLibrary::isLoadingChanged);
@@ -162,7 +175,18 @@ void LoopLibrary::finishLoading(Loops loops, bool differsFromFile) {
     }
 }
 
+// Another store's write came behind the reading: what was read is not what the file holds
+// by now, and must not be written over it.
+bool LoopLibrary::loadAgainIfOvertaken() {
+    const bool overtaken = writesAsked != writesBeforeLoad_;
+    if (overtaken) {
+        loadLibrary();
+    }
+    return overtaken;
+}
+
 void LoopLibrary::failLoading(const std::string& reason) {
+    fileIsUnreadable_ = true;
     publish(isLoading_, false, &LoopLibrary::isLoadingChanged);
     publish(lastError_, LoopError(LoopError::Kind::libraryCorrupted),
             &LoopLibrary::lastErrorChanged);
@@ -183,11 +207,14 @@ void LoopLibrary::rebuildLibraryFromFiles() {
 }
 
 void LoopLibrary::finishRebuild(Loops loops) {
+    if (loadAgainIfOvertaken()) {
+        return;
+    }
     applyChanges(loops);
     const std::size_t count = loops.size();
     publish(savedLoops_, std::move(loops), &LoopLibrary::savedLoopsChanged);
     publish(lastError_, std::nullopt, &LoopLibrary::lastErrorChanged);
-    saveLibrary(Previous::keepBeside);
+    saveLibrary();
     logLine("Successfully rebuilt library with " + std::to_string(count) + " loops");
 }
 
@@ -198,7 +225,7 @@ void LoopLibrary::failRebuild(const std::string& reason) {
             &LoopLibrary::lastErrorChanged);
     logLine("Failed to rebuild library from files: " + reason);
     if (changed) {
-        saveLibrary(Previous::keepBeside);
+        saveLibrary();
     }
 }
 
@@ -226,10 +253,12 @@ void LoopLibrary::change(const Change& onList, Change onResult) {
     }
 }
 
-void LoopLibrary::saveLibrary(Previous previous) {
-    LibraryFile::post([self = QPointer(this), loops = savedLoops_, previous] {
+void LoopLibrary::saveLibrary() {
+    ++writesAsked;
+    const bool keepPrevious = std::exchange(fileIsUnreadable_, false);
+    LibraryFile::post([self = QPointer(this), loops = savedLoops_, keepPrevious] {
         try {
-            if (previous == Previous::keepBeside) {
+            if (keepPrevious) {
                 LibraryFile::keepBeside();
             }
             LibraryFile::write(loops);
@@ -262,7 +291,7 @@ void LoopLibrary::renameLoop(const SavedLoop& loop, const QString& newName) {
         throw LoopError::saveFailure(QStringLiteral("Loop name cannot be empty"));
     }
     const auto isOther = [&](const SavedLoop& other) {
-        return other.name() == newName && other.id() != loop.id();
+        return sameText(other.name(), newName) && other.id() != loop.id();
     };
     if (std::any_of(savedLoops_.begin(), savedLoops_.end(), isOther)) {
         throw LoopError(LoopError::Kind::duplicateName);
@@ -301,8 +330,13 @@ void LoopLibrary::deleteLoop(const SavedLoop& loop) {
 }
 
 qint64 LoopLibrary::totalSize() const {
-    return std::accumulate(savedLoops_.begin(), savedLoops_.end(), qint64{0},
-                           [](qint64 sum, const SavedLoop& loop) { return sum + loop.fileSize(); });
+    return std::accumulate(
+        savedLoops_.begin(), savedLoops_.end(), qint64{0}, [](qint64 sum, const SavedLoop& loop) {
+            // The sizes come from a file that may say anything.
+            qint64 result = 0;
+            const bool fits = !__builtin_add_overflow(sum, loop.fileSize(), &result);
+            return fits ? result : std::numeric_limits<qint64>::max();
+        });
 }
 
 } // namespace tessivo

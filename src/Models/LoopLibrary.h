@@ -15,7 +15,8 @@ namespace tessivo {
 // and results are published from the main thread's event loop.
 //
 // Several stores may share the file, each with a list of its own. What is changed here while
-// the file is being read is applied to what was read, before it is published and written.
+// the file is being read is applied to what was read, before it is published and written;
+// what another store wrote meanwhile is read first.
 class LoopLibrary : public ObservableObject {
     Q_OBJECT
     Q_PROPERTY(bool isLoading READ isLoading NOTIFY isLoadingChanged)
@@ -56,7 +57,6 @@ signals:
 private:
     using Loops = std::vector<SavedLoop>;
     using Change = std::function<void(Loops&)>;
-    enum class Previous { replace, keepBeside };
 
     static void
     loadInBackground(const std::function<void(std::function<void(LoopLibrary&)>)>& answer);
@@ -67,15 +67,18 @@ private:
     void failRebuild(const std::string& reason);
     bool applyChanges(Loops& loops);
     void change(const Change& onList, Change onResult);
-    void saveLibrary(Previous previous = Previous::replace);
+    bool loadAgainIfOvertaken();
+    void saveLibrary();
     std::function<void(std::function<void(LoopLibrary&)>)> answerOfThisLoad();
 
     Loops savedLoops_;
     bool isLoading_ = false;
     std::optional<LoopError> lastError_;
 
-    quint64 load_ = 0;           // only the latest one counts
-    bool resultPending_ = false; // of the load or of the rebuild that follows it
+    quint64 load_ = 0; // only the latest one counts
+    quint64 writesBeforeLoad_ = 0;
+    bool resultPending_ = false;    // of the load or of the rebuild that follows it
+    bool fileIsUnreadable_ = false; // and still there
     std::vector<Change> changesMeanwhile_;
 };
 

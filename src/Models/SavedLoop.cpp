@@ -18,6 +18,10 @@ SecondsSince2001 secondsSince2001Now() {
     return std::chrono::system_clock::now().time_since_epoch() - kUnixTimeOf2001;
 }
 
+bool sameText(const QString& a, const QString& b) {
+    return a == b || canonical(a) == canonical(b);
+}
+
 SavedLoop::SavedLoop(QString name, QString filename, SecondsSince2001 createdDate, double duration,
                      qint64 fileSize)
     : id_(QUuid::createUuid())
@@ -28,9 +32,9 @@ SavedLoop::SavedLoop(QString name, QString filename, SecondsSince2001 createdDat
     , fileSize_(fileSize) {}
 
 bool operator==(const SavedLoop& a, const SavedLoop& b) {
-    return a.id_ == b.id_ && canonical(a.name_) == canonical(b.name_) &&
-           canonical(a.filename_) == canonical(b.filename_) && a.createdDate_ == b.createdDate_ &&
-           a.duration_ == b.duration_ && a.fileSize_ == b.fileSize_;
+    return a.id_ == b.id_ && sameText(a.name_, b.name_) && sameText(a.filename_, b.filename_) &&
+           a.createdDate_ == b.createdDate_ && a.duration_ == b.duration_ &&
+           a.fileSize_ == b.fileSize_;
 }
 
 std::size_t qHash(const SavedLoop& loop, std::size_t seed) noexcept {

@@ -17,6 +17,9 @@ inline constexpr std::chrono::seconds kUnixTimeOf2001{978'307'200};
 // Now, to the precision of the system's clock.
 SecondsSince2001 secondsSince2001Now();
 
+// The texts read the same: they are canonically equivalent.
+bool sameText(const QString& a, const QString& b);
+
 // One loop of the library. An immutable value; every newly made one has an id of its own.
 class SavedLoop {
 public:

@@ -1,0 +1,296 @@
+#include "Models/LoopLibrary.h"
+#include "Models/LibraryRig.h"
+#include "Platform/System/BackgroundQueue.h"
+
+#include <cmath>
+#include <limits>
+
+using namespace tessivo;
+using namespace tessivo::test;
+namespace fs = std::filesystem;
+
+namespace {
+
+using Names = std::vector<QString>;
+
+Names namesOf(const std::vector<SavedLoop>& loops) {
+    Names names;
+    for (const SavedLoop& loop : loops) {
+        names.push_back(loop.name());
+    }
+    return names;
+}
+
+QString errorOf(const LoopLibrary& library) {
+    return library.lastError() ? library.lastError()->errorDescription() : QString();
+}
+
+std::optional<SavedLoop> found(const LoopLibrary& library, const QString& name) {
+    for (const SavedLoop& loop : library.savedLoops()) {
+        if (loop.name() == name) {
+            return loop;
+        }
+    }
+    return std::nullopt;
+}
+
+const QString kCorrupted = "Loop library is corrupted and needs to be rebuilt";
+
+} // namespace
+
+TEST(LoopLibraryTest, LoadsNewestFirstAndLeavesASoundFileAlone) {
+    LibraryRig rig;
+    const SavedLoop a = rig.loop("a", 1);
+    const SavedLoop b = rig.loop("b", 2);
+    const SavedLoop c = rig.loop("c", 2);
+    rig.write({a, b, c});
+    writeBytes(rig.folder / "unlisted.wav", "not ours to add");
+    const std::string bytes = bytesOf(rig.metadata);
+    const auto written = fs::last_write_time(rig.metadata);
+    LoopLibrary library;
+    EXPECT_TRUE(library.isLoading());
+    EXPECT_TRUE(library.savedLoops().empty());
+    settle();
+    EXPECT_FALSE(library.isLoading());
+    EXPECT_EQ(library.savedLoops(), (std::vector{b, c, a}));
+    EXPECT_EQ(bytesOf(rig.metadata), bytes);
+    EXPECT_EQ(fs::last_write_time(rig.metadata), written);
+    EXPECT_EQ(rig.lines.take(), Lines());
+    EXPECT_EQ(library.totalSize(), 3 * a.fileSize());
+}
+
+TEST(LoopLibraryTest, DropsOrphansAndWritesTheFileBack) {
+    LibraryRig rig;
+    const SavedLoop kept = rig.loop("kept", 1);
+    const SavedLoop gone("gone", "gone.wav", SecondsSince2001(2), 1.0, 44);
+    const SavedLoop outside("outside", "../../take.wav", SecondsSince2001(2), 1.0, 44);
+    writeFile(rig.home.path() / "take.wav", 48000, Channels(1, noise(960, 1)));
+    fs::create_symlink(rig.home.path() / "take.wav", rig.folder / "link.wav");
+    const SavedLoop link("link", "link.wav", SecondsSince2001(2), 1.0, 44);
+    rig.write({gone, kept, outside, link});
+    const LoopLibrary library;
+    settle();
+    EXPECT_EQ(library.savedLoops(), std::vector{kept});
+    EXPECT_EQ(rig.read(), std::vector{kept});
+    EXPECT_EQ(rig.lines.take(),
+              (Lines{"Removing orphaned loop: gone", "Removing orphaned loop: outside",
+                     "Removing orphaned loop: link"}));
+    EXPECT_EQ(errorOf(library), "");
+}
+
+TEST(LoopLibraryTest, MissingFileMeansAnEmptyLibrary) {
+    LibraryRig rig;
+    rig.loop("unlisted", 1);
+    const LoopLibrary library;
+    settle();
+    EXPECT_TRUE(library.savedLoops().empty());
+    EXPECT_EQ(errorOf(library), "");
+    EXPECT_EQ(bytesOf(rig.metadata), "[]");
+    EXPECT_EQ(rig.lines.take(), Lines());
+}
+
+TEST(LoopLibraryTest, RebuildsFromTheFolderWhatCannotBeRead) {
+    LibraryRig rig;
+    rig.loop("Beat", 0);
+    runFor(std::chrono::milliseconds(20)); // files know when they were made
+    rig.loop("Pad", 0, "Pad.WAV");
+    writeBytes(rig.folder / "broken.wav", "not audio");
+    fs::create_directory(rig.folder / "folder.wav");
+    fs::create_symlink("Beat.wav", rig.folder / "link.wav");
+    rig.loop("other", 0, "other.mp3");
+    writeBytes(rig.metadata, "not JSON");
+    const LoopLibrary library;
+    std::vector<QString> errors;
+    QObject::connect(&library, &LoopLibrary::lastErrorChanged,
+                     [&] { errors.push_back(errorOf(library)); });
+    settle();
+    EXPECT_EQ(errors, (std::vector<QString>{kCorrupted, ""}));
+    EXPECT_EQ(namesOf(library.savedLoops()), (Names{"Pad", "Beat"}));
+    EXPECT_EQ(library.savedLoops()[0].filename(), "Pad.WAV");
+    EXPECT_EQ(library.savedLoops()[0].duration(), 0.02);
+    EXPECT_EQ(library.savedLoops()[0].fileSize(),
+              static_cast<qint64>(fs::file_size(rig.folder / "Pad.WAV")));
+    EXPECT_NEAR(library.savedLoops()[0].createdDate().count(), secondsSince2001Now().count(), 30.0);
+    EXPECT_EQ(rig.read(), library.savedLoops());
+    Lines lines = rig.lines.take();
+    ASSERT_EQ(lines.size(), 5U);
+    EXPECT_EQ(lines.front().rfind("Failed to load loop library: Not JSON", 0), 0U);
+    EXPECT_EQ(lines.back(), "Successfully rebuilt library with 2 loops");
+    std::sort(lines.begin() + 1, lines.end() - 1);
+    EXPECT_EQ(lines[1], "Failed to process file broken.wav: Invalid or corrupted audio file");
+    EXPECT_EQ(lines[2].rfind("Failed to process file folder.wav: ", 0), 0U);
+    const auto names = rig.files();
+    EXPECT_EQ(std::count_if(names.begin(), names.end(),
+                            [&](const auto& n) { return bytesOf(rig.folder / n) == "not JSON"; }),
+              1)
+        << "kept beside the new one";
+}
+
+TEST(LoopLibraryTest, FolderThatIsGoneOrNoneIsReported) {
+    LibraryRig rig;
+    fs::remove(rig.folder);
+    writeBytes(rig.folder, "in the way");
+    LoopLibrary library;
+    settle();
+    const QString failure = "Failed to save loop: Failed to save library metadata: ";
+    EXPECT_EQ(errorOf(library).left(failure.size()), failure);
+    const Lines lines = rig.lines.take();
+    ASSERT_EQ(lines.size(), 1U);
+    EXPECT_EQ(lines[0].rfind("Failed to save loop library: ", 0), 0U);
+
+    fs::remove(rig.folder);
+    fs::create_directory(rig.folder);
+    writeBytes(rig.metadata, "[");
+    fs::rename(rig.folder, rig.home.path() / "moved");
+    library.refreshLibrary();
+    EXPECT_EQ(errorOf(library), "") << "cleared when a load begins";
+    fs::rename(rig.home.path() / "moved", rig.folder);
+    BackgroundQueue::waitForAll(); // the file is found unreadable
+    fs::remove_all(rig.folder);
+    settle();
+    EXPECT_EQ(errorOf(library), kCorrupted);
+    EXPECT_EQ(rig.lines.take().back().rfind("Failed to rebuild library from files: ", 0), 0U);
+}
+
+// An unreadable file is not lost either when the rebuild fails and a loop is saved later.
+TEST(LoopLibraryTest, LaterSaveKeepsAFileThatCouldNotBeRebuilt) {
+    const LibraryRig rig;
+    writeBytes(rig.metadata, "[");
+    LoopLibrary library;
+    BackgroundQueue::waitForAll();
+    fs::rename(rig.folder, rig.home.path() / "moved");
+    settle();
+    fs::rename(rig.home.path() / "moved", rig.folder);
+    library.saveLoop(rig.loop("new", 1));
+    settle();
+    EXPECT_EQ(namesOf(rig.read()), Names{"new"});
+    const auto names = rig.files();
+    EXPECT_TRUE(std::any_of(names.begin(), names.end(),
+                            [&](const auto& n) { return bytesOf(rig.folder / n) == "["; }));
+}
+
+TEST(LoopLibraryTest, SavesRenamesAndDeletes) {
+    LibraryRig rig;
+    LoopLibrary library;
+    settle();
+    for (const auto& [name, date] : {std::pair("b", 2), std::pair("c", 3), std::pair("a", 1)}) {
+        library.saveLoop(rig.loop(name, date));
+    }
+    EXPECT_EQ(namesOf(library.savedLoops()), (Names{"c", "b", "a"}));
+    const SavedLoop b = *found(library, "b");
+    const auto renamed = [&](const SavedLoop& loop, const QString& name) {
+        return loopErrorOf([&] { library.renameLoop(loop, name); });
+    };
+    EXPECT_EQ(renamed(b, " \u2028\n"), "Failed to save loop: Loop name cannot be empty");
+    EXPECT_EQ(renamed(b, "a"), "A loop with this name already exists");
+    EXPECT_EQ(renamed(b, "A"), "no error");
+    EXPECT_EQ(renamed(b, "x"), "Loop file not found") << "the id is another one now";
+    const SavedLoop second = *found(library, "A");
+    EXPECT_EQ(renamed(second, "A"), "no error");
+    const SavedLoop third = library.savedLoops()[1];
+    EXPECT_NE(third.id(), second.id());
+    EXPECT_EQ(third.filename(), "b.wav");
+    EXPECT_EQ(third.createdDate(), b.createdDate());
+    EXPECT_EQ(renamed(third, QString::fromUtf8("ü ")), "no error");
+    EXPECT_EQ(renamed(*found(library, "c"), QString::fromUtf8("u\u0308 ")),
+              "A loop with this name already exists")
+        << "it reads the same";
+
+    library.deleteLoop(*found(library, "c"));
+    EXPECT_FALSE(fs::exists(rig.folder / "c.wav"));
+    fs::remove(rig.folder / "a.wav");
+    EXPECT_EQ(loopErrorOf([&] { library.deleteLoop(*found(library, "a")); }),
+              "Loop file not found");
+    settle();
+    EXPECT_EQ(namesOf(library.savedLoops()), (Names{QString::fromUtf8("ü "), "a"}));
+    EXPECT_EQ(rig.read(), library.savedLoops());
+    library.refreshLibrary();
+    settle();
+    EXPECT_EQ(rig.read().size(), 1U);
+    EXPECT_EQ(rig.lines.take(), Lines{"Removing orphaned loop: a"});
+}
+
+TEST(LoopLibraryTest, NumbersFromTheFileOverflowNothing) {
+    LibraryRig rig;
+    constexpr auto kLargest = std::numeric_limits<qint64>::max();
+    LoopLibrary library;
+    library.saveLoop({"a", "a.wav", SecondsSince2001(1e300), 1.0, kLargest});
+    library.saveLoop({"b", "b.wav", SecondsSince2001(-1e300), 1.0, kLargest});
+    EXPECT_EQ(library.totalSize(), kLargest);
+    settle();
+    library.saveLoop({"c", "c.wav", SecondsSince2001(0), std::nan(""), 1});
+    settle();
+    EXPECT_EQ(errorOf(library).left(52), "Failed to save loop: Failed to save library metadata");
+    EXPECT_EQ(library.savedLoops().size(), 3U);
+    EXPECT_EQ(rig.read().size(), 2U) << "the file before";
+}
+
+TEST(LoopLibraryTest, ChangesThatOvertakeAReadingAreNotLost) {
+    for (const bool readable : {true, false}) {
+        for (const bool storeGoes : {false, true}) {
+            const LibraryRig rig;
+            const SavedLoop old = rig.loop("old", 1);
+            rig.write({old, rig.loop("deleted", 2)});
+            if (!readable) {
+                writeBytes(rig.metadata, "[");
+            }
+            auto library = std::make_unique<LoopLibrary>();
+            library->saveLoop(rig.loop("new", 3));
+            EXPECT_EQ(namesOf(library->savedLoops()), Names{"new"});
+            library->renameLoop(library->savedLoops()[0], "newer");
+            library->deleteLoop({"deleted", "deleted.wav", SecondsSince2001(2), 1.0, 1});
+            if (storeGoes) {
+                library.reset();
+            }
+            settle();
+            Names names = namesOf(rig.read());
+            std::sort(names.begin(), names.end());
+            EXPECT_EQ(names, (Names{"newer", "old"})) << readable << storeGoes;
+        }
+    }
+}
+
+// What one store does while the other one reads must not come back with that one's list,
+// whether that then writes it for an orphan or for a loop saved meanwhile.
+TEST(LoopLibraryTest, StoresDoNotUndoEachOther) {
+    for (const bool orphan : {true, false}) {
+        const LibraryRig rig;
+        const SavedLoop renamed = rig.loop("before", 1);
+        const SavedLoop deleted = rig.loop("deleted", 2);
+        rig.write({renamed, deleted});
+        LoopLibrary window;
+        settle();
+        if (orphan) {
+            rig.write({renamed, deleted, {"gone", "gone.wav", SecondsSince2001(0), 1.0, 1}});
+        }
+        LoopLibrary looper;
+        BackgroundQueue::waitForAll(); // its list is read, and on its way
+        window.renameLoop(renamed, "after");
+        window.deleteLoop(deleted);
+        if (!orphan) {
+            looper.saveLoop(rig.loop("new", 3));
+        }
+        settle();
+        EXPECT_EQ(namesOf(rig.read()), orphan ? Names{"after"} : (Names{"new", "after"}));
+        EXPECT_EQ(looper.savedLoops(), rig.read());
+        EXPECT_FALSE(looper.isLoading());
+    }
+}
+
+TEST(LoopLibraryTest, LatestLoadCountsAndNoneAfterTheStoreHasGone) {
+    LibraryRig rig;
+    rig.write({rig.loop("first", 1)});
+    auto library = std::make_unique<LoopLibrary>();
+    BackgroundQueue::waitForAll();
+    rig.write({rig.loop("second", 1)});
+    library->refreshLibrary();
+    int published = 0;
+    QObject::connect(library.get(), &LoopLibrary::savedLoopsChanged, [&] { ++published; });
+    settle();
+    EXPECT_EQ(published, 1);
+    EXPECT_EQ(namesOf(library->savedLoops()), Names{"second"});
+    library->refreshLibrary();
+    library.reset();
+    settle();
+    EXPECT_EQ(rig.lines.take(), Lines());
+}
