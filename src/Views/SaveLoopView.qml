@@ -38,12 +38,13 @@ Window {
     flags: Qt.Dialog
     title: "Save Loop"
     color: Theme.controlBackground
-    width: Theme.saveSheetWidth
-    height: Math.ceil(stack.implicitHeight + 2 * Theme.sheetPadding)
-    minimumWidth: width
-    maximumWidth: width
-    minimumHeight: height
-    maximumHeight: height
+    // One from the other, so that the limits never hold back a size that follows the content.
+    minimumWidth: Theme.saveSheetWidth
+    minimumHeight: Math.ceil(stack.implicitHeight + 2 * Theme.sheetPadding)
+    maximumWidth: minimumWidth
+    maximumHeight: minimumHeight
+    width: maximumWidth
+    height: maximumHeight
 
     Component.onCompleted: nameField.offer(LoopNames.offered())
     onClosing: dismiss()
