@@ -1,77 +1,11 @@
-#include "ViewModels/SimpleLooperViewModel.h"
+#include "ViewModels/LooperRig.h"
 
-#include "support/QtTestSupport.h"
-
-#include <gtest/gtest.h>
-
-#include <algorithm>
 #include <fstream>
 
 using namespace tessivo;
 using namespace tessivo::test;
 using std::chrono::milliseconds;
 using T = TransportState;
-
-namespace {
-
-struct LooperRig {
-    explicit LooperRig(const std::string& startFailure = {},
-                       sound::AudioDevice::Formats deviceFormats = formats(2)) {
-        auto owned = std::make_unique<sound::OfflineDevice>(deviceFormats);
-        device = owned.get();
-        device->failToStart(startFailure);
-        looper = std::make_unique<SimpleLooperViewModel>(std::move(owned));
-        state = looper->loopState();
-    }
-
-    void record() { press(&SimpleLooperViewModel::recordButtonPressed); }
-    void play() { press(&SimpleLooperViewModel::playButtonPressed); }
-    void stop() { press(&SimpleLooperViewModel::stopButtonPressed); }
-    void clear() { press(&SimpleLooperViewModel::clearButtonPressed); }
-    void press(void (SimpleLooperViewModel::*command)()) {
-        (looper.get()->*command)();
-        runPosted();
-    }
-
-    void feed(const Channels& input) const {
-        device->turn(static_cast<std::uint32_t>(input.front().size()), input);
-    }
-    void makeTake() {
-        record();
-        feed(Channels(2, noise(2000, 1)));
-        stop();
-        transportLines();
-    }
-    bool becomes(T transport) const {
-        return runUntil([&] { return state->transportState() == transport; });
-    }
-
-    // The lines but those of the engine and the recorder.
-    Lines transportLines() {
-        Lines all = lines.take();
-        std::erase_if(all, [](const std::string& line) {
-            return line.find(" [RECORDER") != line.npos || line.find(" [ENGINE]") != line.npos;
-        });
-        return all;
-    }
-
-    // Play fails, says so in one line, and changes nothing.
-    void expectPlayFails() {
-        play();
-        const Lines failure = lines.take();
-        ASSERT_EQ(failure.size(), 1U);
-        EXPECT_EQ(failure[0].rfind("Failed to start playback: ", 0), 0U) << failure[0];
-        EXPECT_TRUE(state->canPlay());
-    }
-
-    TemporaryHome home;
-    CapturedLines lines;
-    sound::OfflineDevice* device = nullptr;
-    std::unique_ptr<SimpleLooperViewModel> looper;
-    SimpleLoopState* state = nullptr;
-};
-
-} // namespace
 
 TEST(SimpleLooperViewModelTest, StartsTheEngineAndStaysUsableWithout) {
     {

@@ -1,0 +1,249 @@
+#include "Models/LibraryFile.h"
+#include "Utils/LoopFileManager.h"
+#include "ViewModels/LooperRig.h"
+
+#include <thread>
+
+using namespace tessivo;
+using namespace tessivo::test;
+using std::chrono::milliseconds;
+using T = TransportState;
+namespace fs = std::filesystem;
+
+namespace {
+
+struct LibraryLooper : LooperRig {
+    LibraryLooper() {
+        settle();
+        lines.take();
+    }
+
+    // Saves on another thread, as the sheet does; returns what went wrong.
+    std::string save(const QString& name) const {
+        std::string failure;
+        std::thread([&] {
+            try {
+                looper->saveCurrentLoop(name);
+            } catch (const std::exception& error) {
+                failure = error.what();
+            }
+        }).join();
+        return failure;
+    }
+    std::string load(const SavedLoop& loop) const {
+        try {
+            looper->loadLoop(loop);
+        } catch (const std::exception& error) {
+            return error.what();
+        }
+        return {};
+    }
+
+    // A loop of the library; the looper is empty afterwards.
+    SavedLoop savedLoop(const QString& name) {
+        makeTake();
+        EXPECT_EQ(save(name), "");
+        settle();
+        clear();
+        lines.take();
+        return looper->loopLibrary().savedLoops().front();
+    }
+    static std::vector<SavedLoop> listed() {
+        settle();
+        return LibraryFile::read().value_or(std::vector<SavedLoop>());
+    }
+    static std::vector<QString> listedNames() {
+        std::vector<QString> names;
+        for (const SavedLoop& loop : listed()) {
+            names.push_back(loop.name());
+        }
+        return names;
+    }
+};
+
+} // namespace
+
+TEST(SaveAndLoadTest, SaveCopiesTheTakeListsAndMarksIt) {
+    LibraryLooper rig;
+    rig.makeTake();
+    EXPECT_EQ(rig.save("My/Loop"), "");
+    EXPECT_EQ(rig.lines.take(), Lines{"Successfully saved loop: My/Loop"});
+    EXPECT_TRUE(rig.looper->loopLibrary().savedLoops().empty());
+    EXPECT_FALSE(rig.state->currentSavedLoop().has_value()) << "the state's writes are posted";
+    runPosted();
+    const auto& loops = rig.looper->loopLibrary().savedLoops();
+    ASSERT_EQ(loops.size(), 1U);
+    EXPECT_EQ(rig.state->currentSavedLoop(), loops[0]);
+    EXPECT_TRUE(rig.state->canPlay() && rig.state->canClear() && !rig.state->canSave());
+    EXPECT_EQ(pathOf(rig.state->fileURL()).parent_path(), rig.home.recordings());
+    EXPECT_EQ(readFile(rig.home.savedLoops() / "My_Loop.wav"),
+              readFile(pathOf(rig.state->fileURL())));
+    EXPECT_EQ(rig.listed(), loops);
+}
+
+TEST(SaveAndLoadTest, FailedSaveChangesNothing) {
+    LibraryLooper rig;
+    const auto expectFailure = [&](const std::string& reason) {
+        rig.transportLines();
+        EXPECT_NE(rig.save("a").find(reason), std::string::npos) << reason;
+        runPosted();
+        EXPECT_EQ(rig.lines.take(), Lines());
+        EXPECT_TRUE(rig.looper->loopLibrary().savedLoops().empty());
+        EXPECT_FALSE(rig.state->currentSavedLoop().has_value());
+        EXPECT_FALSE(fs::exists(rig.home.savedLoops() / "a.wav"));
+    };
+    expectFailure("No audio recorded to save");
+    rig.record();
+    expectFailure("No audio recorded to save");
+    rig.stop();
+    expectFailure("Invalid or corrupted audio file"); // a take without frames
+    rig.makeTake();
+    const auto take = pathOf(rig.state->fileURL());
+    fs::resize_file(take, fs::space(take).available + (10U << 20));
+    expectFailure("Insufficient disk space to save loop");
+    fs::remove(take);
+    expectFailure("No such file or directory");
+    EXPECT_TRUE(rig.state->canSave());
+    rig.clear();
+    expectFailure("No audio recorded to save");
+}
+
+TEST(SaveAndLoadTest, LoadStopsEverythingAndWaits) {
+    LibraryLooper rig;
+    const SavedLoop loop = rig.savedLoop("x");
+    const std::string loaded = "Successfully loaded loop: x";
+    const auto expectLoaded = [&](const Lines& lines) {
+        const T before = rig.state->transportState();
+        const bool hadAudio = rig.state->hasAudio();
+        rig.transportLines();
+        EXPECT_EQ(rig.load(loop), "");
+        EXPECT_EQ(rig.transportLines(), lines);
+        EXPECT_EQ(rig.state->transportState(), before) << "the state's writes are posted";
+        EXPECT_EQ(rig.state->hasAudio(), hadAudio);
+        runFor(milliseconds(200));
+        EXPECT_EQ(rig.state->transportState(), T::stopped);
+        EXPECT_FALSE(rig.state->isRecording());
+        EXPECT_TRUE(rig.state->canPlay() && !rig.state->canSave());
+        EXPECT_EQ(rig.state->currentSavedLoop(), loop);
+        EXPECT_EQ(pathOf(rig.state->fileURL()), rig.home.savedLoops() / "x.wav");
+        EXPECT_TRUE(fs::is_empty(rig.home.recordings())) << "the take's file is deleted";
+        EXPECT_EQ(rig.transportLines(), Lines());
+    };
+    expectLoaded({loaded});
+    rig.makeTake();
+    expectLoaded({loaded});
+    rig.makeTake();
+    rig.play();
+    expectLoaded({"Playback stopped", "Playback stopped", loaded});
+    rig.record();
+    expectLoaded({loaded});
+    rig.record();
+    rig.feed(Channels(2, noise(2000, 1)));
+    rig.looper->recordButtonPressed(); // and would play in a moment
+    runPosted();
+    expectLoaded({loaded});
+}
+
+TEST(SaveAndLoadTest, SavedLoopPlaysBitForBitAndOutlivesClear) {
+    LibraryLooper rig;
+    rig.record();
+    const Channels input{noise(7001, 1), noise(7001, 2)};
+    rig.feed(input);
+    rig.stop();
+    EXPECT_EQ(rig.save("x"), "");
+    runPosted();
+    const SavedLoop loop = *rig.state->currentSavedLoop();
+    rig.clear();
+    EXPECT_EQ(rig.load(loop), "");
+    runPosted();
+    rig.play();
+    const Channels heard = hearStart(*rig.device, 30000);
+    EXPECT_EQ(firstDifference(heard[0], repeated(input[0], 30000)), -1);
+    EXPECT_EQ(firstDifference(heard[1], repeated(input[1], 30000)), -1);
+    rig.play();
+    rig.clear();
+    EXPECT_FALSE(rig.state->hasAudio() || rig.state->currentSavedLoop().has_value());
+    EXPECT_EQ(readFile(rig.home.savedLoops() / "x.wav"), input);
+}
+
+TEST(SaveAndLoadTest, FailedLoadLeavesTheLooperEmpty) {
+    LibraryLooper rig;
+    const SavedLoop loop = rig.savedLoop("x");
+    const SavedLoop outside("o", "../LooperFiles/take.wav", SecondsSince2001(0), 1.0, 1);
+    for (const bool missing : {true, false}) {
+        rig.makeTake();
+        rig.play();
+        if (missing) {
+            fs::remove(rig.home.savedLoops() / "x.wav");
+        }
+        writeFile(rig.home.recordings() / "take.wav", 48000, Channels(1, noise(9, 1)));
+        rig.lines.take();
+        EXPECT_EQ(rig.load(missing ? loop : outside), "Loop file not found");
+        runPosted();
+        EXPECT_EQ(rig.transportLines(), (Lines{"Playback stopped", "Playback stopped"}));
+        EXPECT_FALSE(rig.state->hasAudio() || rig.state->currentSavedLoop().has_value());
+        EXPECT_TRUE(rig.state->fileURL().isEmpty());
+        EXPECT_EQ(rig.state->transportState(), T::stopped);
+    }
+}
+
+TEST(SaveAndLoadTest, SheetsAreAskedForWhenTheyMay) {
+    LibraryLooper rig;
+    const auto asksForSaving = [&] {
+        rig.press(&SimpleLooperViewModel::showSaveDialog);
+        const bool asked = rig.state->showingSaveDialog();
+        rig.state->setShowingSaveDialog(false);
+        return asked;
+    };
+    const SavedLoop loop = rig.savedLoop("x");
+    EXPECT_FALSE(asksForSaving());
+    rig.makeTake();
+    EXPECT_TRUE(asksForSaving());
+    rig.play();
+    EXPECT_FALSE(asksForSaving());
+    rig.play();
+    EXPECT_EQ(rig.load(loop), "");
+    runPosted();
+    EXPECT_FALSE(asksForSaving());
+    rig.record();
+    rig.looper->showLoopLibrary();
+    EXPECT_FALSE(rig.state->showingLoopLibrary());
+    runPosted();
+    EXPECT_TRUE(rig.state->showingLoopLibrary());
+}
+
+// The sheet of a long save was cancelled and the performer went on.
+TEST(SaveAndLoadTest, LateSaveMarksNothingButItsOwnTake) {
+    LibraryLooper rig;
+    const SavedLoop other = rig.savedLoop("other");
+    rig.makeTake();
+    EXPECT_EQ(rig.save("first"), "");
+    rig.record();
+    rig.feed(Channels(2, noise(2000, 2)));
+    rig.stop();
+    EXPECT_TRUE(rig.state->canSave());
+    EXPECT_EQ(rig.save("second"), "");
+    rig.clear();
+    EXPECT_FALSE(rig.state->currentSavedLoop().has_value());
+    rig.makeTake();
+    EXPECT_EQ(rig.save("third"), "");
+    EXPECT_EQ(rig.load(other), "");
+    runPosted();
+    EXPECT_EQ(rig.state->currentSavedLoop(), other);
+    EXPECT_EQ(rig.listedNames(), (std::vector<QString>{"third", "second", "first", "other"}));
+}
+
+TEST(SaveAndLoadTest, WhatTheLibraryWindowRemovedStaysRemoved) {
+    LibraryLooper rig;
+    const SavedLoop renamed = rig.savedLoop("before");
+    const SavedLoop deleted = rig.savedLoop("deleted");
+    LoopLibrary window;
+    settle();
+    window.renameLoop(renamed, "after");
+    window.deleteLoop(deleted);
+    rig.makeTake();
+    rig.looper->showSaveDialog();
+    EXPECT_EQ(rig.save("new"), ""); // before the list is read
+    EXPECT_EQ(rig.listedNames(), (std::vector<QString>{"new", "after"}));
+    EXPECT_EQ(rig.looper->loopLibrary().savedLoops(), rig.listed());
+}
