@@ -21,7 +21,8 @@ declare -A groups=(
         qml6-module-qtquick-templates qml6-module-qtquick-window"
     [sound]="procps pipewire pipewire-bin wireplumber dbus-daemon sox"
     [display]="procps xvfb openbox xdotool x11-utils imagemagick"
-    [test]="clang clang-format clang-tidy shellcheck git libgtest-dev libbenchmark-dev
+    [test]="clang libclang-rt-dev clang-format clang-tidy shellcheck git libgtest-dev
+        libbenchmark-dev
         qt6-declarative-dev-tools qml6-module-qttest at-spi2-core python3-pyatspi"
 )
 

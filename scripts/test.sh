@@ -63,4 +63,5 @@ stage "Sources: clang-tidy" check_code
 stage "Sources: qmllint" cmake --build --preset release --target all_qmllint
 stage "ThreadSanitizer" sanitized tsan
 stage "AddressSanitizer and UndefinedBehaviorSanitizer" sanitized asan
+stage "Fuzzing" sanitized fuzz
 stage "All tests" run_tests release
