@@ -22,8 +22,8 @@ declare -A groups=(
     [sound]="procps pipewire pipewire-bin wireplumber dbus-daemon sox"
     [display]="procps xvfb openbox xdotool x11-utils imagemagick"
     [test]="clang libclang-rt-dev clang-format clang-tidy shellcheck git libgtest-dev
-        libbenchmark-dev
-        qt6-declarative-dev-tools qml6-module-qttest at-spi2-core python3-pyatspi"
+        libbenchmark-dev qt6-declarative-dev-tools qml6-module-qttest at-spi2-core
+        python3-pyatspi"
 )
 
 (($# > 0)) || fail "usage: packages.sh GROUP... (${!groups[*]})"

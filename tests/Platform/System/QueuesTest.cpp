@@ -1,11 +1,13 @@
 #include "Platform/System/BackgroundQueue.h"
 #include "Platform/System/MainQueue.h"
+#include "Platform/System/SerialQueue.h"
 #include "support/QtTestSupport.h"
 
 #include <gtest/gtest.h>
 
 #include <QThreadPool>
 
+#include <algorithm>
 #include <future>
 #include <memory>
 #include <thread>
@@ -77,4 +79,51 @@ TEST(BackgroundQueueTest, WhatTheUserWaitsForGoesFirst) {
     pool->waitForDone();
     EXPECT_EQ(started, 21);
     EXPECT_LE(place, pool->maxThreadCount()) << "taken first, though others run beside it";
+}
+
+TEST(SerialQueueTest, RunsOneTaskAfterAnotherInOrderAndLosesNone) {
+    constexpr int kThreads = 4;
+    constexpr int kTasks = 500;
+    std::vector<std::vector<int>> order(kThreads); // guarded by the queue alone
+    std::atomic<int> running = 0;
+    bool overlapped = false;
+    {
+        SerialQueue queue(BackgroundQueue::Priority::utility);
+        std::vector<std::thread> threads;
+        for (std::size_t t = 0; t < kThreads; ++t) {
+            threads.emplace_back([&, t] {
+                for (int i = 0; i < kTasks; ++i) {
+                    queue.post([&, t, i] {
+                        overlapped = overlapped || ++running > 1;
+                        order[t].push_back(i);
+                        --running;
+                    });
+                }
+            });
+        }
+        for (auto& thread : threads) {
+            thread.join();
+        }
+    } // what was posted runs without the queue
+    BackgroundQueue::waitForAll();
+    EXPECT_FALSE(overlapped);
+    for (const auto& ofThread : order) {
+        EXPECT_EQ(ofThread.size(), static_cast<std::size_t>(kTasks));
+        EXPECT_TRUE(std::is_sorted(ofThread.begin(), ofThread.end()));
+    }
+}
+
+TEST(SerialQueueTest, WaitsForNoOtherQueueAndTakesTasksFromItsOwn) {
+    SerialQueue waiting(BackgroundQueue::Priority::utility);
+    SerialQueue other(BackgroundQueue::Priority::utility);
+    std::promise<void> otherRan;
+    std::atomic<int> place = 0;
+    waiting.post([&] {
+        waiting.post([&] { place = place * 10 + 2; });
+        otherRan.get_future().wait();
+        place = 1;
+    });
+    other.post([&] { otherRan.set_value(); });
+    BackgroundQueue::waitForAll();
+    EXPECT_EQ(place, 12);
 }
