@@ -33,6 +33,7 @@ Column {
         placeholderText: "Enter loop name"
         onAccepted: root.accepted()
 
+        Accessible.role: Accessible.EditableText
         Accessible.name: label.text
     }
 }

@@ -1,14 +1,28 @@
 #pragma once
 
 #include "Models/SimpleLoopState.h"
+#include "Platform/System/BackgroundQueue.h"
+#include "Platform/System/LogLine.h"
+#include "Platform/System/MainQueue.h"
+#include "Utils/LoopFileManager.h"
+#include "ViewModels/SimpleLooperViewModel.h"
 
 #include <QAccessible>
+#include <QDataStream>
+#include <QDir>
+#include <QFile>
 #include <QGuiApplication>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
 #include <QPalette>
 #include <QQuickItem>
 #include <QTest>
 #include <QWindow>
 #include <QtQml/qqml.h>
+
+#include <future>
+#include <optional>
 
 namespace tessivo {
 
@@ -72,6 +86,105 @@ public:
         palette.setColor(QPalette::Window, base);
         QGuiApplication::setPalette(palette);
     }
+};
+
+// The folder of saved loops, in the test's own home, and one loop that is not saved yet.
+class Disk : public QObject {
+    Q_OBJECT
+    QML_ELEMENT
+    QML_SINGLETON
+
+public:
+    using QObject::QObject;
+
+    Q_INVOKABLE void clear() {
+        QDir folder(LoopFileManager::savedLoopsDirectory().toLocalFile());
+        for (const QString& name : folder.entryList(QDir::Files | QDir::Hidden))
+            folder.remove(name);
+    }
+
+    // 75.6 seconds.
+    Q_INVOKABLE void writeLoop() {
+        constexpr quint32 rate = 8000;
+        constexpr quint32 bytes = 756 * rate / 10 * 2;
+        QFile file(location());
+        QVERIFY(file.open(QIODevice::WriteOnly));
+        QDataStream out(&file);
+        out.setByteOrder(QDataStream::LittleEndian);
+        out.writeRawData("RIFF", 4);
+        out << quint32{36 + bytes};
+        out.writeRawData("WAVEfmt ", 8);
+        out << quint32{16} << quint16{1} << quint16{1} << rate << rate * 2 << quint16{2}
+            << quint16{16};
+        out.writeRawData("data", 4);
+        out << bytes;
+        file.write(QByteArray(bytes, '\0'));
+    }
+    Q_INVOKABLE void removeLoop() { QVERIFY(QFile::remove(location())); }
+
+    // Makes that loop the looper's current one, as if it had just been played in.
+    Q_INVOKABLE void playIn(tessivo::SimpleLooperViewModel* viewModel) {
+        writeLoop();
+        viewModel->loadLoop(SavedLoop(kName, kName, secondsSince2001Now(), 75.6, 0));
+        MainQueue::post(viewModel,
+                        [viewModel] { viewModel->loopState()->setCurrentSavedLoop({}); });
+    }
+
+    // The current loop counts as not saved again.
+    Q_INVOKABLE void forget(tessivo::SimpleLooperViewModel* viewModel) {
+        viewModel->loopState()->setCurrentSavedLoop({});
+    }
+
+    // The names of all loops that the next start will find.
+    Q_INVOKABLE QStringList names() {
+        QFile file(LoopFileManager::libraryMetadataURL().toLocalFile());
+        QStringList names;
+        if (file.open(QIODevice::ReadOnly)) {
+            for (const auto loop : QJsonDocument::fromJson(file.readAll()).array())
+                names += loop.toObject()[QStringLiteral("name")].toString();
+        }
+        return names;
+    }
+
+private:
+    static inline const QString kName = QStringLiteral("take.wav");
+
+    static QString location() {
+        return LoopFileManager::savedLoopsDirectory().toLocalFile() + u'/' + kName;
+    }
+};
+
+// A save that a test can hold up.
+class Background : public QObject {
+    Q_OBJECT
+    QML_ELEMENT
+    QML_SINGLETON
+
+public:
+    using QObject::QObject;
+
+    // From now on a save that is done cannot say so. Nothing else may be said meanwhile.
+    Q_INVOKABLE void holdSaves() {
+        held_ = std::promise<void>();
+        setLogSink([until = held_->get_future().share()](std::string_view line) {
+            if (line.starts_with("Successfully saved"))
+                until.wait();
+        });
+    }
+    // Lets it go on, and returns when all is done and delivered.
+    Q_INVOKABLE void finish() {
+        if (held_)
+            held_->set_value();
+        held_.reset();
+        for (int round = 0; round < 3; ++round) {
+            BackgroundQueue::waitForAll();
+            QCoreApplication::sendPostedEvents();
+        }
+        setLogSink({});
+    }
+
+private:
+    std::optional<std::promise<void>> held_;
 };
 
 } // namespace tessivo

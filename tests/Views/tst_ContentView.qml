@@ -20,9 +20,12 @@ Item {
             const window = createTemporaryObject(maker, null);
             window.requestActivate();
             tryVerify(() => window.active);
-            compare([window.width, window.height], [400, 500]);
-            compare([window.maximumWidth, window.maximumHeight], [400, 500]);
+            const content = window.contentItem;
+            const toolbarHeight = window.height - content.height;
+            compare([content.width, content.height], [400, 500]);
+            compare([window.maximumWidth, window.maximumHeight], [400, 500 + toolbarHeight]);
             compare(window.minimumWidth, 380);
+            verify(toolbarHeight > 0 && toolbarHeight < 60);
             const item = name => find(window.contentItem, name);
             verify(item("Press Record"));
             verify(item("Record").enabled);
@@ -31,12 +34,15 @@ Item {
             window.height = window.minimumHeight;
             const toggle = item("Input Monitor");
             const product = item("Tessivo");
-            tryVerify(() => product.y + product.height === window.minimumHeight - 40);
+            tryVerify(() => product.y + product.height === content.height - 40);
+            compare(window.height, window.minimumHeight);
             verify(product.y >= toggle.mapToItem(null, 0, toggle.height).y + 60);
 
             keyClick(Qt.Key_Tab);
             verify(item("Record").activeFocus);
-            for (const target of [product, item("Input Monitor")]) {
+            const save = find(window.header, "Save");
+            verify(!save.enabled);
+            for (const target of [save, product, item("Input Monitor")]) {
                 item("Record").forceActiveFocus(Qt.TabFocusReason);
                 mouseClick(target);
                 verify(!item("Record").activeFocus, "a click takes the focus back");
@@ -44,6 +50,10 @@ Item {
             tryCompare(window.loopState, "inputMonitoringEnabled", true, 5000, "and does its work");
             mouseMove(item("Stop"));
             tryVerify(() => shows(window.contentItem.parent, "Stop [Space]"), 3000);
+            mouseMove(save);
+            tryVerify(() => shows(window.contentItem.parent, "Save [Ctrl+S]"), 3000);
+            keyClick(Qt.Key_S, Qt.ControlModifier);
+            compare(window.saveSheet, null, "there is nothing to save");
 
             for (const flag of ["showingSaveDialog", "showingLoopLibrary"]) {
                 window.loopState[flag] = true;
