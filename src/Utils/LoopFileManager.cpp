@@ -205,7 +205,7 @@ QString shortened(const QString& text) {
 
 const QUrl& LoopFileManager::savedLoopsDirectory() {
     static const QUrl directory = [] {
-        const QUrl url = QUrl::fromLocalFile(documentsDirectory() + QStringLiteral("/SavedLoops"));
+        QUrl url = QUrl::fromLocalFile(documentsDirectory() + QStringLiteral("/SavedLoops"));
         std::error_code ignored;
         fs::create_directories(pathOf(url), ignored);
         return url;

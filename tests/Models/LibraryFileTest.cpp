@@ -50,25 +50,28 @@ TEST(LibraryFileTest, SaveInterruptedAnywhereLeavesTheOldOrTheNewFile) {
     const std::vector<SavedLoop> newList(500, loop);
     const auto oldBytes = LibraryMetadata::encode(oldList).toStdString();
     const auto newBytes = LibraryMetadata::encode(newList).toStdString();
-    int oldSeen = 0;
-    int newSeen = 0;
-    for (int n = 1;; ++n) {
-        // Children have one sequence of random names; what one leaves is in the next one's way.
-        fs::remove_all(rig.folder);
-        fs::create_directory(rig.folder);
-        rig.write(oldList);
-        const bool over = outlivesKillAt(n, [&] { LibraryFile::write(newList); });
-        const std::string bytes = bytesOf(rig.metadata);
-        ASSERT_TRUE(bytes == oldBytes || bytes == newBytes) << "killed at stop " << n;
-        ASSERT_TRUE(bytes == newBytes || !over) << "a save that ended has saved";
-        ++(bytes == newBytes ? newSeen : oldSeen);
-        if (over) {
-            break;
+    for (const bool firstSave : {false, true}) {
+        int oldSeen = 0;
+        int newSeen = 0;
+        for (bool over = false; !over;) {
+            // Children have one sequence of random names; what one leaves is in the next's way.
+            fs::remove_all(rig.folder);
+            fs::create_directory(rig.folder);
+            if (!firstSave) {
+                rig.write(oldList);
+            }
+            const int stop = oldSeen + newSeen + 1;
+            over = outlivesKillAt(stop, [&] { LibraryFile::write(newList); });
+            const std::string bytes = bytesOf(rig.metadata);
+            const bool isOld = firstSave ? !fs::exists(rig.metadata) : bytes == oldBytes;
+            ASSERT_TRUE(isOld || bytes == newBytes) << "killed at stop " << stop;
+            ASSERT_TRUE(!isOld || !over) << "a save that ended has saved";
+            ++(isOld ? oldSeen : newSeen);
         }
+        EXPECT_GT(oldSeen, 10);
+        EXPECT_GT(newSeen, 3) << "also behind the rename, when the folder is synced";
+        RecordProperty(firstSave ? "killsOfFirstSave" : "kills", oldSeen + newSeen - 1);
     }
-    EXPECT_GT(oldSeen, 10);
-    EXPECT_GT(newSeen, 3) << "also behind the rename, when the folder is brought to the disk";
-    RecordProperty("kills", oldSeen + newSeen - 1);
 }
 
 TEST(LibraryFileTest, WhatIsReplacedUnreadIsKept) {

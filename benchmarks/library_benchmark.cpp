@@ -1,0 +1,205 @@
+// How the library behaves when it is large, and when what it holds is long.
+//
+//   library_benchmark list [loops]   loading after start-up, and a save of the metadata
+//   library_benchmark take [hours]   saving a long take while the main thread stays alive
+
+#include "Common.h"
+
+#include "Models/LibraryFile.h"
+#include "Platform/Sound/AudioFile.h"
+#include "Platform/Sound/OfflineDevice.h"
+#include "Platform/System/BackgroundQueue.h"
+#include "Platform/System/LogLine.h"
+#include "Utils/LoopFileManager.h"
+#include "ViewModels/SimpleLooperViewModel.h"
+
+#include <cstdio>
+#include <fstream>
+#include <string>
+
+using namespace tessivo;
+using benchmark::millisecondsBetween;
+using Clock = std::chrono::steady_clock;
+
+namespace {
+
+constexpr double kStallLimit = 50.0; // ms
+constexpr double kListLimit = 1000.0;
+constexpr double kRate = 48000.0;
+
+// Measures how long the main thread was away from its event loop at most. The timer itself
+// comes every millisecond.
+class StallMeter {
+public:
+    StallMeter() {
+        timer_.setTimerType(Qt::PreciseTimer);
+        QObject::connect(&timer_, &QTimer::timeout, [this] { note(); });
+        timer_.start(1);
+    }
+
+    double longest() {
+        note();
+        return longest_;
+    }
+
+private:
+    void note() {
+        const auto now = Clock::now();
+        longest_ = std::max(longest_, millisecondsBetween(last_, now));
+        last_ = now;
+    }
+
+    QTimer timer_;
+    Clock::time_point last_ = Clock::now();
+    double longest_ = 0.0;
+};
+
+std::filesystem::path folder() {
+    return LoopFileManager::savedLoopsDirectory().toLocalFile().toStdString();
+}
+
+void writeAudio(const std::filesystem::path& path, std::int64_t frames) {
+    const sound::AudioFormat format(kRate, 2);
+    sound::AudioPCMBuffer buffer(format, 48000);
+    sound::AudioFileWriter writer(path, format.settings());
+    for (std::int64_t done = 0; done < frames; done += buffer.frameLength()) {
+        buffer.setFrameLength(
+            static_cast<std::uint32_t>(std::min<std::int64_t>(48000, frames - done)));
+        writer.write(buffer);
+    }
+}
+
+std::vector<SavedLoop> manyLoops(int count) {
+    std::vector<SavedLoop> loops;
+    for (int i = 0; i < count; ++i) {
+        const QString name = QStringLiteral("Loop number %1").arg(i);
+        const auto path = folder() / (name.toStdString() + ".wav");
+        writeAudio(path, 480);
+        loops.emplace_back(name, name + ".wav", SecondsSince2001(7e8 + i * 61.25), 0.01,
+                           static_cast<qint64>(std::filesystem::file_size(path)));
+    }
+    return loops;
+}
+
+// The time until a new store has published its list, and the longest stall meanwhile.
+struct Loading {
+    double list = 0.0;
+    double stall = 0.0;
+    std::size_t loops = 0;
+};
+
+Loading load() {
+    StallMeter meter;
+    benchmark::runEventsFor(std::chrono::milliseconds(20));
+    Loading result;
+    const auto begin = Clock::now();
+    LoopLibrary library;
+    QObject::connect(&library, &LoopLibrary::savedLoopsChanged,
+                     [&] { result.list = millisecondsBetween(begin, Clock::now()); });
+    benchmark::runEventsUntil([&] { return result.list > 0.0; }, std::chrono::seconds(60));
+    benchmark::runEventsFor(std::chrono::milliseconds(20));
+    result.stall = meter.longest();
+    result.loops = library.savedLoops().size();
+    return result;
+}
+
+bool report(const char* what, const std::vector<Loading>& runs, std::size_t expected) {
+    std::vector<double> lists;
+    std::vector<double> stalls;
+    bool complete = true;
+    for (const Loading& run : runs) {
+        lists.push_back(run.list);
+        stalls.push_back(run.stall);
+        complete = complete && run.loops == expected;
+    }
+    const auto list = benchmark::spreadOf(lists);
+    const auto stall = benchmark::spreadOf(stalls);
+    std::printf("%s: list published after %.0f ms (worst of %zu: %.0f ms), longest stall of the "
+                "main thread %.1f ms (worst %.1f ms)%s\n",
+                what, list.median, runs.size(), list.worst, stall.median, stall.worst,
+                complete ? "" : ", LOOPS MISSING");
+    return complete && list.worst <= kListLimit && stall.worst <= kStallLimit;
+}
+
+int list(int count) {
+    const auto loops = manyLoops(count);
+    LibraryFile::write(loops);
+    std::vector<double> saves;
+    for (int i = 0; i < 9; ++i) {
+        const auto begin = Clock::now();
+        LibraryFile::write(loops);
+        saves.push_back(millisecondsBetween(begin, Clock::now()));
+    }
+    const auto save = benchmark::spreadOf(saves);
+    std::printf(
+        "%d loops, %lld KB of metadata, saved in %.0f ms (worst of 9: %.0f ms)\n", count,
+        static_cast<long long>(std::filesystem::file_size(folder() / "library.json") / 1000),
+        save.median, save.worst);
+
+    const auto expected = static_cast<std::size_t>(count);
+    std::vector<Loading> runs;
+    for (int i = 0; i < 9; ++i) {
+        runs.push_back(load());
+    }
+    bool good = report("load", runs, expected);
+    // An orphan makes the load write the file back.
+    std::filesystem::remove(folder() / "Loop number 0.wav");
+    good = report("load that drops an orphan", {load()}, expected - 1) && good;
+    BackgroundQueue::waitForAll();
+    std::ofstream(folder() / "library.json") << "[";
+    good = report("rebuild", {load()}, expected - 1) && good;
+    return good ? 0 : 1;
+}
+
+int take(int hours) {
+    SimpleLooperViewModel controller(
+        std::make_unique<sound::OfflineDevice>(sound::AudioDevice::Formats{
+            sound::AudioFormat(kRate, 2), sound::AudioFormat(kRate, 2), kRate}));
+    controller.recordButtonPressed();
+    benchmark::runEventsFor(std::chrono::milliseconds(10));
+    controller.stopButtonPressed();
+    benchmark::runEventsFor(std::chrono::milliseconds(10));
+    const std::filesystem::path path =
+        controller.loopState()->fileURL().toLocalFile().toStdString();
+    // The take's own file is exchanged for a long one.
+    std::filesystem::remove(path);
+    writeAudio(path, std::int64_t{48000} * 3600 * hours);
+
+    StallMeter meter;
+    const auto begin = Clock::now();
+    BackgroundQueue::post(BackgroundQueue::Priority::userInitiated, [&controller] {
+        try {
+            controller.saveCurrentLoop(QStringLiteral("Long"));
+        } catch (const std::exception& error) {
+            std::printf("%s\n", error.what()); // and no record comes
+        }
+    });
+    const bool saved = benchmark::runEventsUntil(
+        [&] { return controller.loopState()->currentSavedLoop().has_value(); },
+        std::chrono::minutes(5));
+    const double seconds = millisecondsBetween(begin, Clock::now()) / 1000.0;
+    const double stall = meter.longest();
+    std::printf(
+        "take of %d h (%lld MB): %s after %.1f s, longest stall of the main thread %.1f ms\n",
+        hours, static_cast<long long>(std::filesystem::file_size(path) / 1'000'000),
+        saved ? "saved" : "NOT saved", seconds, stall);
+    return saved && stall <= kStallLimit ? 0 : 1;
+}
+
+} // namespace
+
+int main(int argc, char** argv) {
+    const benchmark::PrivateHome home;
+    QCoreApplication application(argc, argv);
+    setLogSink([](std::string_view) {});
+    const std::string command = argc > 1 ? argv[1] : "";
+    const int number = argc > 2 ? std::atoi(argv[2]) : 0;
+    if (command == "list") {
+        return list(number > 0 ? number : 10'000);
+    }
+    if (command == "take") {
+        return take(number > 0 ? number : 1);
+    }
+    std::puts("usage: library_benchmark list [loops] | take [hours]");
+    return 2;
+}
