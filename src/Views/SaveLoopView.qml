@@ -1,9 +1,10 @@
 import QtQuick
+import QtQuick.Templates as T
 import Tessivo
 
 // The sheet that gives the current loop a name and saves it into the library. It lives only
 // while it is shown, so that every showing begins afresh.
-Window {
+T.ApplicationWindow {
     id: root
 
     required property SimpleLooperViewModel viewModel

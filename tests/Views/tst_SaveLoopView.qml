@@ -37,7 +37,7 @@ Item {
             tryVerify(() => scene.sheet && scene.sheet.active);
         }
         function item(name) {
-            return find(scene.sheet.contentItem, name);
+            return find(scene.sheet.contentItem.parent, name);
         }
         function shown(name) {
             const found = item(name);
