@@ -191,10 +191,26 @@ void AppProcess::sendKey(const std::string& action, const std::string& key) {
     runProgram({"xdotool", action, key}, 5s);
 }
 
+void AppProcess::awaitWindow(const std::string& title) {
+    const bool focused = eventually(
+        [&title] {
+            try {
+                return runProgram({"xdotool", "getwindowfocus", "getwindowname"}, 2s)
+                    .starts_with(title);
+            } catch (const std::runtime_error&) {
+                return false;
+            }
+        },
+        5s);
+    if (!focused) {
+        throw std::runtime_error("no window \"" + title + "\" has the keyboard");
+    }
+}
+
 bool AppProcess::answers() {
     try {
         for (const char* state : {"monitoring enabled", "monitoring disabled"}) {
-            runProgram({"xdotool", "mousemove", "--window", window_, "215", "247", "click", "1"},
+            runProgram({"xdotool", "mousemove", "--window", window_, "215", "295", "click", "1"},
                        5s);
             await(state, 1s);
         }

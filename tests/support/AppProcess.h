@@ -54,6 +54,8 @@ public:
     void press(const std::string& key) { sendKey("key", key); }
     void hold(const std::string& key) { sendKey("keydown", key); }
     void release(const std::string& key) { sendKey("keyup", key); }
+    // Returns when a window of that title, or one that begins so, has the keyboard.
+    void awaitWindow(const std::string& title);
     // Whether the window does what a click orders, within a second, twice.
     bool answers();
 

@@ -1,0 +1,83 @@
+#include "e2e/Stage.h"
+
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <fstream>
+#include <regex>
+
+// A loop is kept, by keys alone, and is still there after the program has ended.
+namespace tessivo::test {
+
+namespace {
+
+using namespace std::chrono_literals;
+
+std::string bytesOf(const std::filesystem::path& file) {
+    std::ifstream stream(file, std::ios::binary);
+    return {std::istreambuf_iterator<char>(stream), {}};
+}
+
+double secondsSince2001() {
+    return std::chrono::duration<double>(std::chrono::system_clock::now().time_since_epoch())
+               .count() -
+           978307200.0;
+}
+
+TEST(SaveLoopTest, KeysAloneKeepALoopBeyondTheProgramsEnd) {
+    Stage stage;
+    stage.start();
+    stage.feed();
+    stage.beginTake();
+    stage.play(1.2);
+    stage.app->press("space");
+    stage.app->await("Final recording URL");
+    const std::filesystem::path take = stage.newestTake();
+    const std::filesystem::path folder = stage.documents() / "SavedLoops";
+    const double before = secondsSince2001();
+
+    // Keys of the transport are letters of the name here.
+    stage.app->press("ctrl+s");
+    stage.app->awaitWindow("Save Loop");
+    for (const char* key : {"space", "p", "i", "a", "n", "o", "period", "slash", "space"}) {
+        stage.app->press(key);
+    }
+    stage.app->press("Return");
+    stage.app->await("Successfully saved loop: piano./");
+    EXPECT_EQ(stage.app->closeWindow(), 0);
+    EXPECT_EQ(stage.app->count("Playback"), 0U);
+    EXPECT_EQ(stage.app->count("startRecording() called"), 1U);
+
+    EXPECT_EQ(bytesOf(folder / "piano._.wav"), bytesOf(take));
+    const Channels saved = readFile(folder / "piano._.wav");
+    EXPECT_TRUE(isMarked(saved));
+    const std::string list = bytesOf(folder / "library.json");
+    const std::regex form(R"(\[\{"createdDate":(\d+(?:\.\d+)?),"duration":(\d+(?:\.\d+)?),)"
+                          R"("fileSize":(\d+),"filename":"piano\._\.wav",)"
+                          R"("id":"[0-9A-F]{8}-[0-9A-F]{4}-4[0-9A-F]{3}-[89AB][0-9A-F]{3}-)"
+                          R"([0-9A-F]{12}","name":"piano\.\\/"\}\])");
+    std::smatch found;
+    ASSERT_TRUE(std::regex_match(list, found, form)) << list;
+    EXPECT_GE(std::stod(found[1]), before - 0.001);
+    EXPECT_LE(std::stod(found[1]), secondsSince2001());
+    EXPECT_EQ(std::stod(found[2]), static_cast<double>(saved[0].size()) / kRate);
+    EXPECT_EQ(std::stoull(found[3]), std::filesystem::file_size(take));
+
+    // The next program finds the list as it is, and adds to it.
+    stage.start();
+    stage.recordLoop(0.4);
+    stage.app->press("space");
+    stage.app->await("Playback stopped");
+    stage.app->press("ctrl+s");
+    stage.app->awaitWindow("Save Loop");
+    stage.app->press("ctrl+Return");
+    stage.app->await("Successfully saved loop: Loop ");
+    EXPECT_EQ(stage.app->closeWindow(), 0);
+    const std::string longer = bytesOf(folder / "library.json");
+    EXPECT_TRUE(longer.ends_with("," + list.substr(1))) << longer;
+    EXPECT_EQ(bytesOf(folder / "piano._.wav"), bytesOf(take));
+}
+
+} // namespace
+
+} // namespace tessivo::test
