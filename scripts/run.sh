@@ -115,6 +115,15 @@ window_shown() {
     [[ -n $window ]]
 }
 
+sheet_shown() {
+    sheet=$(xdotool search --onlyvisible --name '^Save Loop' 2>/dev/null | head -n 1)
+    [[ -n $sheet ]]
+}
+
+sheet_gone() {
+    ! sheet_shown
+}
+
 press() {
     xdotool windowfocus --sync "$window" key "$1"
 }
@@ -135,6 +144,15 @@ loudness_of() {
 within() {
     awk -v value="$1" -v low="$2" -v high="$3" \
         'BEGIN { exit !(value ~ /^[0-9.]+$/ && value >= low && value <= high) }'
+}
+
+# check_library FOLDER TAKE: the library lists one loop, whose file equals the take.
+check_library() {
+    local files
+    mapfile -t files < <(grep -oE '"filename":"([^"\\]|\\.)*"' "$1/library.json")
+    ((${#files[@]} == 1)) || fail "the library lists ${#files[@]} loops, not one"
+    files[0]=${files[0]#'"filename":"'}
+    cmp "$1/${files[0]%'"'}" "$2" || fail "the saved loop is not the take"
 }
 
 play_demonstration() {
@@ -178,6 +196,15 @@ play_demonstration() {
     await_line "Playback stopped"
     sleep 1
     screenshot 4-stopped
+
+    say "Ctrl+S, Return: the take goes into the library."
+    press ctrl+s
+    wait_until 10 sheet_shown || fail "no sheet asked for the loop's name"
+    sleep 1
+    import -window "$sheet" "$demo/5-saving.png" || fail "no picture could be taken of the sheet"
+    xdotool windowfocus --sync "$sheet" key Return
+    await_line "Successfully saved loop: "
+    wait_until 10 sheet_gone || fail "the sheet did not close after the save"
     xdotool windowfocus --sync "$window" key alt+F4
     wait_until 10 not_running "$tessivo" || fail "Tessivo did not end when its window was closed"
     wait "$tessivo" || fail "Tessivo ended with status $?, see $demo/tessivo.log"
@@ -189,6 +216,9 @@ play_demonstration() {
     seconds=$(seconds_of "$demo/take.wav")
     within "$seconds" 3.5 5 || fail "the take is $seconds s long, not about 4 s"
     within "$(loudness_of "$demo/take.wav")" 0.01 1 || fail "the take is silent"
+
+    cp -r "$HOME/Documents/SavedLoops" "$demo/" || fail "there is no folder of saved loops"
+    check_library "$demo/SavedLoops" "$demo/take.wav"
 
     # What was heard, without the silence before and after it.
     sox -V1 "$private/heard.wav" "$demo/speaker.wav" \
@@ -202,7 +232,8 @@ play_demonstration() {
     say "Tessivo recorded $seconds s and looped them for $heard s. In $demo:"
     say "  take.wav      the take, as Tessivo wrote it"
     say "  speaker.wav   what came out of the speaker"
-    say "  1-ready.png 2-recording.png 3-looping.png 4-stopped.png"
+    say "  SavedLoops/   the library: the take under its name, and the list of loops"
+    say "  1-ready.png 2-recording.png 3-looping.png 4-stopped.png 5-saving.png"
     say "  tessivo.log   what Tessivo said meanwhile"
 }
 
