@@ -78,6 +78,37 @@ TEST(SaveLoopTest, KeysAloneKeepALoopBeyondTheProgramsEnd) {
     EXPECT_EQ(bytesOf(folder / "piano._.wav"), bytesOf(take));
 }
 
+// Nothing waits for the copy of a long take, neither its sheet nor the window; only the program
+// does before it ends.
+TEST(SaveLoopTest, SaveThatIsRunningWhenTheWindowClosesIsCompleted) {
+    Stage stage;
+    stage.start();
+    stage.feed();
+    stage.beginTake();
+    stage.play(0.2);
+    stage.app->press("space");
+    stage.app->await("Final recording URL");
+    const std::filesystem::path take = stage.newestTake();
+    runProgram({"sox", "-n", "-r", "48000", "-c", "2", "-e", "float", "-b", "32", take.string(),
+                "synth", "400", "sine", "440"},
+               30s);
+
+    stage.app->press("ctrl+s");
+    stage.app->awaitWindow("Save Loop");
+    stage.app->press("l");
+    stage.app->press("Return");
+    stage.app->press("Escape");
+    stage.app->awaitWindow("Tessivo");
+    EXPECT_EQ(stage.app->closeWindow(), 0);
+    EXPECT_EQ(stage.app->count("Successfully saved loop: l"), 1U);
+
+    const std::filesystem::path folder = stage.documents() / "SavedLoops";
+    EXPECT_TRUE(bytesOf(folder / "l.wav") == bytesOf(take));
+    EXPECT_NE(bytesOf(folder / "library.json").find(R"("duration":400,)"), std::string::npos);
+    const std::filesystem::directory_iterator files(folder);
+    EXPECT_EQ(std::distance(begin(files), end(files)), 2);
+}
+
 } // namespace
 
 } // namespace tessivo::test
