@@ -141,10 +141,8 @@ TEST(LoopLibraryTest, FolderThatIsGoneOrNoneIsReported) {
     fs::remove(rig.folder);
     fs::create_directory(rig.folder);
     writeBytes(rig.metadata, "[");
-    fs::rename(rig.folder, rig.home.path() / "moved");
     library.refreshLibrary();
     EXPECT_EQ(errorOf(library), "") << "cleared when a load begins";
-    fs::rename(rig.home.path() / "moved", rig.folder);
     BackgroundQueue::waitForAll(); // the file is found unreadable
     fs::remove_all(rig.folder);
     settle();
