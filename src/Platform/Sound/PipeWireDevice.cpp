@@ -29,6 +29,8 @@ constexpr double kRateWithoutServer = 48000.0;
 constexpr auto kAnswerTime = 1s;
 // How often things are looked at that will not announce themselves.
 constexpr auto kLookInterval = 100ms;
+// How long a session manager that is there may take to name the default devices.
+constexpr auto kNamesTime = 300ms;
 // How long a capture stream may take to run before playback does without it.
 constexpr auto kCaptureGrace = 300ms;
 // After a restart the devices come back one by one; one that is missing for less than this
@@ -79,6 +81,7 @@ private:
     bool awaitAnswers();
     void attend();
     void settle();
+    void askForNames();
     bool publish();
     void notify();
     void reconcile();
@@ -106,6 +109,7 @@ private:
     std::unique_ptr<PipeWireConnection> connection_;
     bool reconnects_ = false; // there has been a server; when it goes, it is looked for
     std::optional<Clock::time_point> returnDeadline_;
+    std::optional<Clock::time_point> askNamesAt_;
 
     bool started_ = false;
     Request request_;
@@ -253,11 +257,25 @@ void PipeWireDevice::Impl::settle() {
             // Still away; the timer comes again.
         }
     }
+    askForNames();
     const bool changed = publish();
     reconcile();
     scheduleNextLook();
     if (changed) {
         notify();
+    }
+}
+
+// A session manager that has only just started gets the time to tell by itself.
+void PipeWireDevice::Impl::askForNames() {
+    if (connection_ == nullptr || !connection_->hasAnswered() ||
+        !connection_->defaults().lacksNames()) {
+        askNamesAt_.reset();
+    } else if (!askNamesAt_) {
+        askNamesAt_ = Clock::now() + kNamesTime;
+    } else if (Clock::now() >= *askNamesAt_) {
+        connection_->askForNames();
+        askNamesAt_ = Clock::now() + kNamesTime;
     }
 }
 
@@ -350,8 +368,8 @@ void PipeWireDevice::Impl::scheduleNextLook() {
     bool waits = reconnects_; // for the server
     if (connection_ != nullptr) {
         const bool starting = capture_ != nullptr && !capture_->isRunning() && drivesPlayback();
-        waits = starting || returnDeadline_.has_value() || !brokenSource_.serial.empty() ||
-                !brokenSink_.serial.empty();
+        waits = starting || returnDeadline_.has_value() || askNamesAt_.has_value() ||
+                !brokenSource_.serial.empty() || !brokenSink_.serial.empty();
     }
     const Clock::duration interval = waits ? kLookInterval : 0ms;
     if (std::exchange(timerInterval_, interval) == interval) {
