@@ -43,6 +43,13 @@ std::string uniqueGroup(const std::string& applicationName) {
     return applicationName + "-" + std::to_string(getpid()) + "-" + std::to_string(++count);
 }
 
+// Another device is a change even when its format is the same. One that comes or goes
+// changes the formats.
+bool exchangeDevice(std::string& known, const std::string& now) {
+    const std::string before = std::exchange(known, now);
+    return !before.empty() && !now.empty() && before != now;
+}
+
 // A device whose stream failed; it is left alone for a while.
 struct BrokenDevice {
     std::string serial;
@@ -107,6 +114,8 @@ private:
     LoopSource timer_;
     Clock::duration timerInterval_{0};
     std::unique_ptr<PipeWireConnection> connection_;
+    std::string inputSerial_; // the default devices as last published
+    std::string outputSerial_;
     bool reconnects_ = false; // there has been a server; when it goes, it is looked for
     std::optional<Clock::time_point> returnDeadline_;
     std::optional<Clock::time_point> askNamesAt_;
@@ -225,6 +234,9 @@ void PipeWireDevice::Impl::onTimer(void* data, std::uint64_t /*expirations*/) {
 }
 
 void PipeWireDevice::Impl::connect() {
+    // A server that came back gives its devices new numbers; that is no change.
+    inputSerial_.clear();
+    outputSerial_.clear();
     connection_ = std::make_unique<PipeWireConnection>(
         context_.get(), applicationName_, [this] { attend(); }, [this] { attend(); });
 }
@@ -303,8 +315,10 @@ bool PipeWireDevice::Impl::publish() {
     if (!started_) {
         now.renderRate = connection_->renderRate(now.input.sampleRate());
     }
+    const bool inputSwitched = exchangeDevice(inputSerial_, defaults.source().serial);
+    const bool outputSwitched = exchangeDevice(outputSerial_, defaults.sink().serial);
     const std::scoped_lock lock(formatsMutex_);
-    return std::exchange(published_, now) != now;
+    return std::exchange(published_, now) != now || inputSwitched || outputSwitched;
 }
 
 void PipeWireDevice::Impl::notify() {
