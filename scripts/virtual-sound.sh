@@ -129,6 +129,17 @@ context.properties = {
 }
 context.objects = [ $objects ]
 TEXT
+    # No hardware: the private server leaves the machine's cards, cameras and radios alone.
+    # The radio's part would also ask for a seat manager, and end where there is none.
+    mkdir -p "$dir"/config/wireplumber/{main,bluetooth}.lua.d
+    cat >"$dir/config/wireplumber/main.lua.d/60-no-hardware.lua" <<TEXT
+alsa_monitor.enabled = false
+v4l2_monitor.enabled = false
+libcamera_monitor.enabled = false
+TEXT
+    cat >"$dir/config/wireplumber/bluetooth.lua.d/60-no-hardware.lua" <<TEXT
+bluez_monitor.enabled = false
+TEXT
     cat >"$dir/settings" <<TEXT
 mic=$mic
 speaker=$speaker

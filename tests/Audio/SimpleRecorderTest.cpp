@@ -84,20 +84,6 @@ TEST(SimpleRecorderTest, SaysEachStepOfATake) {
     EXPECT_EQ(rig.lines.take(), Lines());
 }
 
-TEST(SimpleRecorderTest, TakeHoldsEveryFrameBitForBit) {
-    for (const std::uint32_t channels : {1U, 2U, 8U}) {
-        RecorderRig rig(formats(channels));
-        Channels input{noise(10001, 1), noise(10001, 2)};
-        input.resize(std::min(channels, 2U));
-        const Channels other(input.size(), std::vector(3000, 1.0F));
-        rig.feed(other);
-        rig.record(input);
-        rig.feed(other);
-        EXPECT_EQ(readFile(rig.file()), input) << channels << " channels";
-        EXPECT_EQ(sound::AudioFileReader(rig.file()).format().sampleRate(), 48000.0);
-    }
-}
-
 TEST(SimpleRecorderTest, EveryHundredthBufferIsReportedAndCountedAnewPerTake) {
     RecorderRig rig;
     for (int take = 0; take < 2; ++take) {
@@ -108,23 +94,6 @@ TEST(SimpleRecorderTest, EveryHundredthBufferIsReportedAndCountedAnewPerTake) {
                   (Lines{kFirstBuffer, "📼 [RECORDER TAP] Writing buffer #100 with 2048 frames",
                          "📼 [RECORDER TAP] Writing buffer #200 with 2048 frames"}));
     }
-}
-
-TEST(SimpleRecorderTest, TakeOfTheSameSecondLeavesAnOpenOneAlone) {
-    RecorderRig rig;
-    const Channels second(2, noise(3000, 3));
-    std::unique_ptr<sound::AudioFileReader> playing;
-    std::filesystem::path firstFile;
-    do { // again, should the second have ended in between
-        rig.record(Channels(2, noise(5000, 1)));
-        firstFile = rig.file();
-        playing = std::make_unique<sound::AudioFileReader>(firstFile);
-        rig.record(second);
-    } while (rig.file() != firstFile);
-    EXPECT_EQ(readFile(rig.file()), second);
-    std::vector<float> interleaved(10000);
-    EXPECT_EQ(playing->read(interleaved), 5000);
-    EXPECT_EQ(interleaved[9999], noise(5000, 1)[4999]);
 }
 
 TEST(SimpleRecorderTest, FileThatCannotBeMadeFailsTheStartOnly) {

@@ -143,22 +143,6 @@ TEST(DisturbedTest, KilledProgramLeavesItsTakeReadable) {
     EXPECT_EQ(stage.takes(), 3U);
 }
 
-TEST(DisturbedTest, FolderThatCannotBeWrittenIsSaidAndChangesNothing) {
-    Stage stage;
-    std::filesystem::create_directories(stage.documents());
-    std::ofstream(stage.documents() / "LooperFiles") << "in the way";
-    stage.start();
-    stage.feed();
-    AppProcess& app = *stage.app;
-    app.press("Return");
-    app.await("Failed to create LooperFiles directory: ");
-    app.await("❌ [ERROR] Error details: ");
-    EXPECT_EQ(app.count("❌ [ERROR]"), 2U);
-    EXPECT_TRUE(app.answers());
-    std::filesystem::remove(stage.documents() / "LooperFiles");
-    expectRecordsAndLoops(stage);
-}
-
 TEST(DisturbedTest, FullDiskIsSaidForEveryBufferAndLeavesTheTakeUpToThere) {
     Stage stage;
     std::filesystem::create_directories(stage.documents());
@@ -185,32 +169,6 @@ TEST(DisturbedTest, FullDiskIsSaidForEveryBufferAndLeavesTheTakeUpToThere) {
     EXPECT_GT(take[0].size() * 2 * sizeof(float), 500U * 1024);
     stage.listen();
     EXPECT_TRUE(stage.hears(take, 1.5));
-}
-
-TEST(DisturbedTest, SpoiltTakeIsRefusedAndChangesNothing) {
-    Stage stage;
-    stage.start();
-    stage.feed();
-    AppProcess& app = *stage.app;
-    using Spoil = void (*)(const std::filesystem::path&);
-    for (const Spoil spoil : {
-             Spoil([](const auto& path) { std::filesystem::remove(path); }),
-             Spoil([](const auto& path) { std::filesystem::resize_file(path, 0); }),
-             Spoil([](const auto& path) { std::ofstream(path) << "no sound, only words"; }),
-         }) {
-        stage.beginTake();
-        stage.play(0.1);
-        app.press("space");
-        app.await("Final recording URL");
-        spoil(stage.newestTake());
-        for (int attempt = 0; attempt < 2; ++attempt) {
-            app.press("space");
-            app.await("Failed to start playback: ");
-        }
-        EXPECT_TRUE(app.answers());
-    }
-    EXPECT_EQ(app.count("Playback started"), 0U);
-    expectRecordsAndLoops(stage);
 }
 
 TEST(DisturbedTest, LinesThatNobodyReadsStopNothing) {

@@ -2,8 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include <cmath>
-
 // The main road, as the performer walks it: keys in, sound and files out.
 namespace tessivo::test {
 
@@ -53,23 +51,29 @@ TEST(RecordAndLoopTest, KeysAloneYieldAnExactTakeAndALoopWithoutSeam) {
     stage.listen();
 
     app.press("Return");
-    const auto begun = app.await("startRecording() called");
+    const auto begins = app.await("startRecording() called").at;
+    const auto begun = app.await("Recording started successfully").at;
     stage.play(1.5);
     app.press("Return");
-    const auto ended = app.await("stopRecording() called");
+    const auto ends = app.await("stopRecording() called").at;
+    const auto ended = app.await("Closing audio file").at;
     app.await("Playback started with looping");
     ASSERT_EQ(stage.takes(), 1U);
-    const Channels take = readFile(stage.newestTake());
+    Channels take = readFile(stage.newestTake());
     EXPECT_TRUE(isMarked(take));
-    // Both lines are the application's first word on a press, so that what xdotool itself
-    // takes does not count.
-    const double deviation = static_cast<double>(take[0].size()) / kRate -
-                             std::chrono::duration<double>(ended.at - begun.at).count();
-    RecordProperty("take_deviation_us", std::to_string(std::lround(deviation * 1e6)));
-    EXPECT_LE(std::abs(deviation), static_cast<double>(kQuantum) / kRate + 0.005);
+    // The presses are told by the application's first words on them, so that what xdotool
+    // takes does not count; what a busy machine makes of creating and closing a file is told
+    // by the last ones.
+    const std::chrono::duration<double> length(static_cast<double>(take[0].size()) / kRate);
+    const std::chrono::duration<double> tolerance(static_cast<double>(kQuantum) / kRate + 0.005);
+    EXPECT_GE(length, ends - begun - tolerance);
+    EXPECT_LE(length, ended - begins + tolerance);
+    const auto deviation =
+        std::chrono::duration_cast<std::chrono::microseconds>(length - (ends - begins)).count();
+    RecordProperty("take_deviation_us", std::to_string(deviation));
 
     // Each word is compared from the first sound on, so the loop must start at its beginning.
-    for (const auto& [stopKey, passes] : {std::pair{"space", 8.0}, std::pair{"period", 0.5}}) {
+    for (const auto& [stopKey, passes] : {std::pair{"space", 8.0}, std::pair{"period", 9.0}}) {
         EXPECT_TRUE(stage.hears(take, passes));
         const std::size_t linesBefore = app.lines().size();
         app.press(stopKey);
@@ -85,7 +89,12 @@ TEST(RecordAndLoopTest, KeysAloneYieldAnExactTakeAndALoopWithoutSeam) {
         EXPECT_LE(heard.silentAgain, framesAtStop + 3 * kQuantum);
         EXPECT_GT(sound[0].size(), heard.silentAgain + 2 * kQuantum);
 
-        if (passes > 1) {
+        if (stopKey == std::string("space")) {
+            // A take is whole cycles long. Here the seam comes in the middle of one.
+            take = {slice(take[0], 1000, 12345), slice(take[1], 1000, 12345)};
+            const auto path = stage.newestTake();
+            std::filesystem::remove(path);
+            writeFile(path, kRate, take);
             stage.listen();
             app.press("space");
             app.await("Playback started with looping");

@@ -59,7 +59,8 @@ AppProcess::AppProcess(const std::filesystem::path& home, const std::vector<std:
         command.insert(command.end(), {"-u", variable});
     }
     command.insert(command.end(),
-                   {"HOME=" + home.string(), "QT_QPA_PLATFORM=xcb", "QT_QUICK_BACKEND=software"});
+                   {"HOME=" + home.string(), "QT_QPA_PLATFORM=xcb", "QT_QUICK_BACKEND=software",
+                    "LSAN_OPTIONS=suppressions=" TESSIVO_FOREIGN_LEAKS});
     command.insert(command.end(), wrapper.begin(), wrapper.end());
     command.emplace_back(TESSIVO_PROGRAM);
     std::vector<char*> arguments;

@@ -25,6 +25,8 @@ public:
 
     pw_core* core() const { return core_.get(); }
     const PipeWireDefaults& defaults() const { return *defaults_; }
+    // As PipeWireDefaults::askForNames().
+    void askForNames() { defaults_->askForNames(); }
 
     // The server has told all that it has to tell at first.
     bool hasAnswered() const { return roundTrips_ == 0; }

@@ -19,6 +19,7 @@ struct PipeWireDefaults::Node {
 
 struct PipeWireDefaults::Metadata {
     std::uint32_t id = 0;
+    bool isDefaults = false;
     ProxyOwner<pw_metadata> proxy;
     Listener listener;
 };
@@ -151,16 +152,40 @@ void PipeWireDefaults::onGlobal(void* data, std::uint32_t id, std::uint32_t /*pe
     if (!isDefaults && name != "settings") {
         return;
     }
+    self.bindMetadata(id, isDefaults);
+}
+
+void PipeWireDefaults::bindMetadata(std::uint32_t id, bool isDefaults) {
     auto metadata = std::make_unique<Metadata>();
     metadata->id = id;
+    metadata->isDefaults = isDefaults;
     metadata->proxy.reset(static_cast<pw_metadata*>(
-        pw_registry_bind(self.registry_.get(), id, type, PW_VERSION_METADATA, 0)));
+        pw_registry_bind(registry_.get(), id, PW_TYPE_INTERFACE_Metadata, PW_VERSION_METADATA, 0)));
     if (metadata->proxy == nullptr) {
         return;
     }
     listenTo(metadata->proxy.get(), metadata->listener.fresh(),
-             isDefaults ? kDefaultEvents : kSettingEvents, data);
-    self.metadata_.push_back(std::move(metadata));
+             isDefaults ? kDefaultEvents : kSettingEvents, this);
+    metadata_.push_back(std::move(metadata));
+}
+
+bool PipeWireDefaults::lacksNames() const {
+    return sourceName_.empty() && sinkName_.empty() && !nodes_.empty() &&
+           std::any_of(metadata_.begin(), metadata_.end(),
+                       [](const auto& metadata) { return metadata->isDefaults; });
+}
+
+void PipeWireDefaults::askForNames() {
+    std::vector<std::uint32_t> ids;
+    for (const auto& metadata : metadata_) {
+        if (metadata->isDefaults) {
+            ids.push_back(metadata->id);
+        }
+    }
+    std::erase_if(metadata_, [](const auto& metadata) { return metadata->isDefaults; });
+    for (const std::uint32_t id : ids) {
+        bindMetadata(id, true);
+    }
 }
 
 void PipeWireDefaults::onGlobalRemove(void* data, std::uint32_t id) {

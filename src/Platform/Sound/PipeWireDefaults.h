@@ -37,6 +37,12 @@ public:
     // not said.
     double graphRate(double sourceRate) const;
 
+    // The session manager has announced its choice of devices, but has not told it. That
+    // happens to who comes while it is just starting, and nothing is told later either:
+    // it has to be asked once more.
+    bool lacksNames() const;
+    void askForNames(); // not from one of our callbacks
+
 private:
     struct Node;     // any device in the registry
     struct Metadata; // one of the two metadata objects that matter
@@ -62,6 +68,7 @@ private:
     static const pw_metadata_events kDefaultEvents;
     static const pw_metadata_events kSettingEvents;
 
+    void bindMetadata(std::uint32_t id, bool isDefaults);
     void follow(Role& role, const std::string& name, const std::string& mediaClass);
     void resolve();
 

@@ -29,6 +29,8 @@ constexpr double kRateWithoutServer = 48000.0;
 constexpr auto kAnswerTime = 1s;
 // How often things are looked at that will not announce themselves.
 constexpr auto kLookInterval = 100ms;
+// How long a session manager that is there may take to name the default devices.
+constexpr auto kNamesTime = 300ms;
 // How long a capture stream may take to run before playback does without it.
 constexpr auto kCaptureGrace = 300ms;
 // After a restart the devices come back one by one; one that is missing for less than this
@@ -39,6 +41,13 @@ constexpr auto kRetryTime = 30s;
 std::string uniqueGroup(const std::string& applicationName) {
     static std::atomic<unsigned> count{0};
     return applicationName + "-" + std::to_string(getpid()) + "-" + std::to_string(++count);
+}
+
+// Another device is a change even when its format is the same. One that comes or goes
+// changes the formats.
+bool exchangeDevice(std::string& known, const std::string& now) {
+    const std::string before = std::exchange(known, now);
+    return !before.empty() && !now.empty() && before != now;
 }
 
 // A device whose stream failed; it is left alone for a while.
@@ -79,6 +88,7 @@ private:
     bool awaitAnswers();
     void attend();
     void settle();
+    void askForNames();
     bool publish();
     void notify();
     void reconcile();
@@ -104,8 +114,11 @@ private:
     LoopSource timer_;
     Clock::duration timerInterval_{0};
     std::unique_ptr<PipeWireConnection> connection_;
+    std::string inputSerial_; // the default devices as last published
+    std::string outputSerial_;
     bool reconnects_ = false; // there has been a server; when it goes, it is looked for
     std::optional<Clock::time_point> returnDeadline_;
+    std::optional<Clock::time_point> askNamesAt_;
 
     bool started_ = false;
     Request request_;
@@ -221,6 +234,9 @@ void PipeWireDevice::Impl::onTimer(void* data, std::uint64_t /*expirations*/) {
 }
 
 void PipeWireDevice::Impl::connect() {
+    // A server that came back gives its devices new numbers; that is no change.
+    inputSerial_.clear();
+    outputSerial_.clear();
     connection_ = std::make_unique<PipeWireConnection>(
         context_.get(), applicationName_, [this] { attend(); }, [this] { attend(); });
 }
@@ -253,11 +269,25 @@ void PipeWireDevice::Impl::settle() {
             // Still away; the timer comes again.
         }
     }
+    askForNames();
     const bool changed = publish();
     reconcile();
     scheduleNextLook();
     if (changed) {
         notify();
+    }
+}
+
+// A session manager that has only just started gets the time to tell by itself.
+void PipeWireDevice::Impl::askForNames() {
+    if (connection_ == nullptr || !connection_->hasAnswered() ||
+        !connection_->defaults().lacksNames()) {
+        askNamesAt_.reset();
+    } else if (!askNamesAt_) {
+        askNamesAt_ = Clock::now() + kNamesTime;
+    } else if (Clock::now() >= *askNamesAt_) {
+        connection_->askForNames();
+        askNamesAt_ = Clock::now() + kNamesTime;
     }
 }
 
@@ -285,8 +315,10 @@ bool PipeWireDevice::Impl::publish() {
     if (!started_) {
         now.renderRate = connection_->renderRate(now.input.sampleRate());
     }
+    const bool inputSwitched = exchangeDevice(inputSerial_, defaults.source().serial);
+    const bool outputSwitched = exchangeDevice(outputSerial_, defaults.sink().serial);
     const std::scoped_lock lock(formatsMutex_);
-    return std::exchange(published_, now) != now;
+    return std::exchange(published_, now) != now || inputSwitched || outputSwitched;
 }
 
 void PipeWireDevice::Impl::notify() {
@@ -350,8 +382,8 @@ void PipeWireDevice::Impl::scheduleNextLook() {
     bool waits = reconnects_; // for the server
     if (connection_ != nullptr) {
         const bool starting = capture_ != nullptr && !capture_->isRunning() && drivesPlayback();
-        waits = starting || returnDeadline_.has_value() || !brokenSource_.serial.empty() ||
-                !brokenSink_.serial.empty();
+        waits = starting || returnDeadline_.has_value() || askNamesAt_.has_value() ||
+                !brokenSource_.serial.empty() || !brokenSink_.serial.empty();
     }
     const Clock::duration interval = waits ? kLookInterval : 0ms;
     if (std::exchange(timerInterval_, interval) == interval) {

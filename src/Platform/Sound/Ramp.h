@@ -23,6 +23,12 @@ public:
         step_ = (target - value_) / static_cast<float>(frames);
     }
 
+    // Is there at once.
+    void jump(float target) TESSIVO_REALTIME {
+        value_ = target_ = target;
+        remaining_ = 0;
+    }
+
     bool isMoving() const TESSIVO_REALTIME { return remaining_ > 0; }
     float value() const TESSIVO_REALTIME { return value_; }
 

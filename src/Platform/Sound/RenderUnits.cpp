@@ -6,7 +6,13 @@ namespace tessivo::sound {
 
 RenderBlock GainUnit::apply(RenderBlock block, RenderScratch& scratch, std::uint32_t frames,
                             std::uint32_t rampFrames) TESSIVO_REALTIME {
-    ramp_.aim(target_.load(std::memory_order_relaxed), rampFrames);
+    const float target = target_.load(std::memory_order_relaxed);
+    if (heard_) {
+        ramp_.aim(target, rampFrames);
+    } else {
+        ramp_.jump(target);
+        heard_ = true;
+    }
     if (block.isSilent() || (!ramp_.isMoving() && ramp_.value() == 0.0F)) {
         // The ramp goes on in silence, so that it is over when sound comes back.
         for (std::uint32_t i = 0; i < frames && ramp_.isMoving(); ++i) {

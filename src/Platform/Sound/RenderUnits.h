@@ -46,6 +46,7 @@ public:
 
 private:
     std::atomic<float> target_;
+    bool heard_ = false; // from the first stretch on a change has to ramp
     Ramp ramp_;
 };
 

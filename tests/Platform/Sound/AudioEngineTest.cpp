@@ -65,6 +65,12 @@ TEST(AudioEngineTest, GainChangesAtOnceAndSoundsOverThreeMilliseconds) {
     }
     const Channels input{noise(64, 4), noise(64, 5)};
     EXPECT_EQ(firstDifference(rig.device->turn(64, input)[0], input[0]), -1) << "unity is exact";
+
+    // What was set before the first cycle was never otherwise: a microphone that is switched
+    // off at first must not be heard at all.
+    MonitoringRig off;
+    off.monitor->setOutputVolume(0.0F);
+    EXPECT_EQ(off.device->turn(64, ones), Channels(2, std::vector<float>(64, 0.0F)));
 }
 
 TEST(AudioEngineTest, EditsOfTheGraphTakeEffectWhileItRuns) {

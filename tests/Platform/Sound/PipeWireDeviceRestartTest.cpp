@@ -111,9 +111,14 @@ TEST(PipeWireChangeTest, FollowsWhatTheUserChooses) {
     EXPECT_EQ(running.notices, 2);
     EXPECT_LT(running.renderer.longestPause(), 300ms);
 
+    // Another device of the same format is another device.
+    server.createMicrophone("twin", 44100, "MONO");
+    server.chooseMicrophone("twin");
+    EXPECT_TRUE(eventually([&] { return running.notices == 3; }));
+
     // The user may choose the monitor; it is still no microphone.
     server.chooseMicrophone("surround");
-    EXPECT_TRUE(eventually([&] { return running.notices == 3; }));
+    EXPECT_TRUE(eventually([&] { return running.notices == 4; }));
     EXPECT_EQ(running.device.formats().input.channelCount(), 0U);
     EXPECT_TRUE(advances(running.renderer));
     EXPECT_EQ(running.renderer.inputChannels(), 0U);
