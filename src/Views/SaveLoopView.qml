@@ -107,6 +107,7 @@ T.ApplicationWindow {
 
         MetadataDisplayView {
             width: parent.width
+            visible: root.currentFileURL.toString() !== ""
             fileURL: root.currentFileURL
         }
 
