@@ -61,7 +61,7 @@ Rectangle {
     radius: Theme.panelRadius
     color: Qt.alpha(Theme.gray, Theme.panelTint)
 
-    Component.onCompleted: if (visible) if (hasFile) measurement.measure(fileURL)
+    Component.onCompleted: if (hasFile) measurement.measure(fileURL)
 
     LoopMeasurement {
         id: measurement

@@ -107,7 +107,6 @@ T.ApplicationWindow {
 
         MetadataDisplayView {
             width: parent.width
-            visible: root.currentFileURL.toString() !== ""
             fileURL: root.currentFileURL
         }
 

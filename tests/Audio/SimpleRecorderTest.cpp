@@ -5,9 +5,7 @@
 
 #include <gtest/gtest.h>
 
-#include <csignal>
 #include <fstream>
-#include <sys/resource.h>
 
 using namespace tessivo;
 using namespace tessivo::test;
@@ -20,9 +18,8 @@ const std::string kEngine = "🎛️ [ENGINE] ";
 const std::string kFirstBuffer = "📼 [RECORDER TAP] ✅ First buffer written successfully!";
 
 struct RecorderRig : EngineRig {
-    explicit RecorderRig(sound::AudioDevice::Formats deviceFormats = formats(2))
-        : EngineRig(deviceFormats)
-        , recorder(engine->createRecorder()) {
+    RecorderRig()
+        : recorder(engine->createRecorder()) {
         engine->start();
         lines.take();
     }
@@ -123,49 +120,4 @@ TEST(SimpleRecorderTest, FileThatCannotBeMadeFailsTheStartOnly) {
     const Channels input(2, noise(10, 1));
     rig.record(input);
     EXPECT_EQ(readFile(rig.file()), input);
-}
-
-TEST(SimpleRecorderTest, NoInputFailsTheStartUntilThereIsOne) {
-    RecorderRig rig(formats(0));
-    EXPECT_THROW(rig.recorder.startRecording(), sound::AudioError);
-    EXPECT_FALSE(std::filesystem::exists(rig.file()));
-    rig.device->changeFormats(formats(1));
-    runPosted();
-    const Channels input{noise(3000, 1)};
-    rig.record(input);
-    EXPECT_EQ(readFile(rig.file()), input);
-}
-
-TEST(SimpleRecorderTest, FailedWritesAreReportedOneByOneAndTheTakeGoesOn) {
-    RecorderRig rig;
-    const auto input = noise(std::size_t{2048} * 3, 1);
-    rig.recorder.startRecording();
-    // Files cannot grow beyond the first buffer; the write fails instead of ending us.
-    const auto previousHandler = std::signal(SIGXFSZ, SIG_IGN);
-    rlimit previous{};
-    ::getrlimit(RLIMIT_FSIZE, &previous);
-    const rlimit limit{20000, previous.rlim_max};
-    ::setrlimit(RLIMIT_FSIZE, &limit);
-    rig.feed({input, input});
-    rig.recorder.stopRecording();
-    ::setrlimit(RLIMIT_FSIZE, &previous);
-    std::signal(SIGXFSZ, previousHandler);
-
-    Lines failures = rig.lines.take();
-    std::erase_if(failures, [](const auto& line) { return line.find("❌") == line.npos; });
-    ASSERT_EQ(failures.size(), 2U);
-    const std::string begin = "❌ [RECORDER TAP ERROR] Error writing audio buffer #";
-    EXPECT_EQ(failures[0].rfind(begin + "2: ", 0), 0U) << failures[0];
-    EXPECT_EQ(failures[1].rfind(begin + "3: ", 0), 0U) << failures[1];
-    EXPECT_EQ(slice(readFile(rig.file())[0], 0, 2048), slice(input, 0, 2048));
-}
-
-TEST(SimpleRecorderTest, EngineThatGoesCompletesTheTake) {
-    RecorderRig rig;
-    const Channels input(2, noise(2500, 1));
-    rig.recorder.startRecording();
-    rig.feed(input);
-    const auto file = rig.file();
-    rig.engine.reset();
-    EXPECT_EQ(readFile(file), input);
 }

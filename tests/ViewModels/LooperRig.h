@@ -12,9 +12,8 @@ namespace tessivo::test {
 
 // The controller over an offline device, in a home of its own.
 struct LooperRig {
-    explicit LooperRig(const std::string& startFailure = {},
-                       sound::AudioDevice::Formats deviceFormats = formats(2)) {
-        auto owned = std::make_unique<sound::OfflineDevice>(deviceFormats);
+    explicit LooperRig(const std::string& startFailure = {}) {
+        auto owned = std::make_unique<sound::OfflineDevice>(formats(2));
         device = owned.get();
         device->failToStart(startFailure);
         looper = std::make_unique<SimpleLooperViewModel>(std::move(owned));

@@ -16,12 +16,8 @@ constexpr quint32 spaceCode = 65;
 // A window that notes what reaches it.
 class NotingWindow : public QWindow {
 public:
-    struct Press {
-        QEvent::Type type;
-        bool marked;
-
-        friend bool operator==(const Press&, const Press&) = default;
-    };
+    // What it was, and whether it was marked as a repeat.
+    using Presses = std::vector<std::pair<QEvent::Type, bool>>;
 
     // Gives it an event as the window system would, and tells whether it was accepted.
     bool send(QEvent::Type type, quint64 time, quint32 code = spaceCode, bool marked = false) {
@@ -33,12 +29,12 @@ public:
         return event.isAccepted();
     }
 
-    std::vector<Press> presses;
+    Presses presses;
 
 protected:
     bool event(QEvent* event) override {
         if (event->type() == QEvent::KeyPress || event->type() == QEvent::ShortcutOverride)
-            presses.push_back({event->type(), static_cast<QKeyEvent*>(event)->isAutoRepeat()});
+            presses.emplace_back(event->type(), static_cast<QKeyEvent*>(event)->isAutoRepeat());
         return true;
     }
 };
@@ -60,8 +56,8 @@ TEST(HeldKeys, UnmarkedRepeatsMissTheShortcutsAndAreHandedOnMarked) {
     window.send(release, 1660);
     EXPECT_TRUE(window.send(askShortcuts, 1660)); // kept from them
     window.send(press, 1660);
-    EXPECT_EQ(window.presses, (std::vector<NotingWindow::Press>{
-                                  {askShortcuts, false}, {press, false}, {press, true}}));
+    EXPECT_EQ(window.presses,
+              (NotingWindow::Presses{{askShortcuts, false}, {press, false}, {press, true}}));
 
     // Repeats that the toolkit has marked, another key, and the same key once more.
     window.presses.clear();
@@ -73,7 +69,7 @@ TEST(HeldKeys, UnmarkedRepeatsMissTheShortcutsAndAreHandedOnMarked) {
     window.send(press, 1741);
     EXPECT_EQ(
         window.presses,
-        (std::vector<NotingWindow::Press>{
+        (NotingWindow::Presses{
             {askShortcuts, true}, {askShortcuts, false}, {askShortcuts, false}, {press, false}}));
 }
 

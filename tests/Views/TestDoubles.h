@@ -6,9 +6,9 @@
 #include "Platform/System/MainQueue.h"
 #include "Utils/LoopFileManager.h"
 #include "ViewModels/SimpleLooperViewModel.h"
+#include "support/OfflineRig.h"
 
 #include <QAccessible>
-#include <QDataStream>
 #include <QDir>
 #include <QFile>
 #include <QGuiApplication>
@@ -99,26 +99,13 @@ public:
 
     Q_INVOKABLE void clear() {
         QDir folder(LoopFileManager::savedLoopsDirectory().toLocalFile());
-        for (const QString& name : folder.entryList(QDir::Files | QDir::Hidden))
-            folder.remove(name);
+        QVERIFY(folder.removeRecursively() && folder.mkpath(folder.path()));
     }
 
     // 75.6 seconds.
     Q_INVOKABLE void writeLoop() {
-        constexpr quint32 rate = 8000;
-        constexpr quint32 bytes = 756 * rate / 10 * 2;
-        QFile file(location());
-        QVERIFY(file.open(QIODevice::WriteOnly));
-        QDataStream out(&file);
-        out.setByteOrder(QDataStream::LittleEndian);
-        out.writeRawData("RIFF", 4);
-        out << quint32{36 + bytes};
-        out.writeRawData("WAVEfmt ", 8);
-        out << quint32{16} << quint16{1} << quint16{1} << rate << rate * 2 << quint16{2}
-            << quint16{16};
-        out.writeRawData("data", 4);
-        out << bytes;
-        file.write(QByteArray(bytes, '\0'));
+        const test::Channels silence(1, std::vector<float>(302'400));
+        test::writeFile(location().toStdString(), 4000, silence);
     }
     Q_INVOKABLE void removeLoop() { QVERIFY(QFile::remove(location())); }
 

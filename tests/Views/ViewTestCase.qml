@@ -20,15 +20,4 @@ TestCase {
         return item.visible && (item.text === text
             || Array.from(item.children).some(child => shows(child, text)));
     }
-
-    function luminance(c: color): real {
-        const linear = v => v <= 0.04045 ? v / 12.92 : Math.pow((v + 0.055) / 1.055, 2.4);
-        return 0.2126 * linear(c.r) + 0.7152 * linear(c.g) + 0.0722 * linear(c.b);
-    }
-
-    function contrast(a: color, b: color): real {
-        const la = luminance(a);
-        const lb = luminance(b);
-        return (Math.max(la, lb) + 0.05) / (Math.min(la, lb) + 0.05);
-    }
 }

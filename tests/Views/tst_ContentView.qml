@@ -52,6 +52,7 @@ Item {
             tryVerify(() => shows(window.contentItem.parent, "Stop [Space]"), 3000);
             mouseMove(save);
             tryVerify(() => shows(window.contentItem.parent, "Save [Ctrl+S]"), 3000);
+            tryVerify(() => !shows(window.contentItem.parent, "Stop [Space]"), 3000);
             keyClick(Qt.Key_S, Qt.ControlModifier);
             compare(window.saveSheet, null, "there is nothing to save");
 

@@ -10,9 +10,18 @@ Item {
     ViewTestCase {
         name: "Theme"
 
+        function luminance(c) {
+            const linear = v => v <= 0.04045 ? v / 12.92 : Math.pow((v + 0.055) / 1.055, 2.4);
+            return 0.2126 * linear(c.r) + 0.7152 * linear(c.g) + 0.0722 * linear(c.b);
+        }
+
+        function contrast(a, b) {
+            const [dark, light] = [luminance(a), luminance(b)].sort((x, y) => x - y);
+            return (light + 0.05) / (dark + 0.05);
+        }
+
         function blend(over, under, opacity) {
-            const mix = (a, b) => a * opacity + b * (1 - opacity);
-            return Qt.rgba(mix(over.r, under.r), mix(over.g, under.g), mix(over.b, under.b), 1);
+            return Qt.tint(under, Qt.alpha(over, opacity));
         }
 
         function test_legible_in_light_and_dark_data() {

@@ -7,20 +7,11 @@ namespace tessivo::test {
 
 namespace {
 
-using namespace std::chrono_literals;
+using Lines = std::vector<std::string>;
 
-// Takes as many lines from the front as are expected; those that end in a name of a file or a
-// format are compared up to there.
-void expectLines(const std::vector<std::string>& lines, std::size_t from,
-                 const std::vector<std::string>& expected) {
-    ASSERT_GE(lines.size(), from + expected.size());
-    for (std::size_t i = 0; i < expected.size(); ++i) {
-        const std::string& line = lines[from + i];
-        EXPECT_TRUE(line == expected[i] ||
-                    (expected[i].ends_with(": ") && line.starts_with(expected[i])))
-            << line << "\ninstead of\n"
-            << expected[i];
-    }
+Lines linesFrom(const AppProcess& app, std::size_t first) {
+    const Lines all = app.lines();
+    return {all.begin() + static_cast<std::ptrdiff_t>(first), all.end()};
 }
 
 TEST(RecordAndLoopTest, KeysAloneYieldAnExactTakeAndALoopWithoutSeam) {
@@ -28,25 +19,6 @@ TEST(RecordAndLoopTest, KeysAloneYieldAnExactTakeAndALoopWithoutSeam) {
     stage.start();
     AppProcess& app = *stage.app;
     app.await("Input monitoring disabled");
-    expectLines(app.lines(), 0,
-                {
-                    "Audio session setup for macOS (automatic)",
-                    "🎛️ [ENGINE] Input format: ",
-                    "🎛️ [ENGINE] Output format: ",
-                    "🎛️ [ENGINE] Channel count OK - direct connection",
-                    "🎛️ [ENGINE] Starting with input format: ",
-                    "🎛️ [ENGINE] Input format settings: ",
-                    "🎛️ [ENGINE] Enabling level monitoring",
-                    "🎛️ [ENGINE] Enabling level monitoring",
-                    "🎛️ [ENGINE] Installing unified tap with format: ",
-                    "🎛️ [ENGINE] Audio engine setup completed",
-                    "🎛️ [ENGINE] Starting with input format: ",
-                    "🎛️ [ENGINE] Input format settings: ",
-                    "🎛️ [ENGINE] Enabling level monitoring",
-                    "🎛️ [ENGINE] Installing unified tap with format: ",
-                    "🎛️ [ENGINE] Audio engine started successfully",
-                    "🎛️ [ENGINE] Input monitoring disabled",
-                });
     stage.feed();
     stage.listen();
 
@@ -80,8 +52,7 @@ TEST(RecordAndLoopTest, KeysAloneYieldAnExactTakeAndALoopWithoutSeam) {
         app.await("Playback stopped");
         const auto framesAtStop = static_cast<std::size_t>(stage.listened());
         stage.play(0.3);
-        expectLines(app.lines(), linesBefore, {"Playback stopped", "Playback stopped"});
-        EXPECT_EQ(app.lines().size(), linesBefore + 2);
+        EXPECT_EQ(linesFrom(app, linesBefore), (Lines{"Playback stopped", "Playback stopped"}));
         const Channels sound = stage.sound();
         const Heard heard(sound, take);
         EXPECT_EQ(heard.phase, 0U);
@@ -104,14 +75,15 @@ TEST(RecordAndLoopTest, KeysAloneYieldAnExactTakeAndALoopWithoutSeam) {
     const std::size_t linesBefore = app.lines().size();
     app.press("ctrl+Delete");
     app.await("Loop cleared");
-    expectLines(app.lines(), linesBefore, {"Playback stopped", "Loop cleared"});
     EXPECT_EQ(stage.takes(), 0U);
     // Nothing is there any more to play, stop or clear.
     for (const char* key : {"space", "period", "ctrl+Delete"}) {
         app.press(key);
     }
     EXPECT_TRUE(app.answers());
-    EXPECT_EQ(app.lines().size(), linesBefore + 4);
+    EXPECT_EQ(linesFrom(app, linesBefore), (Lines{"Playback stopped", "Loop cleared",
+                                                  "🎛️ [ENGINE] Input monitoring enabled",
+                                                  "🎛️ [ENGINE] Input monitoring disabled"}));
     EXPECT_EQ(app.closeWindow(), 0);
 }
 
@@ -128,8 +100,7 @@ TEST(RecordAndLoopTest, HeldKeyTriggersOnceAndSpaceEndsATakeWithoutPlayingIt) {
     EXPECT_EQ(app.count("stopRecording() called"), 0U);
     app.press("p");
     app.press("ctrl+Delete");
-    app.press("space");
-    app.await("Final recording URL");
+    stage.endTake();
     stage.play(0.2);
     EXPECT_TRUE(isMarked(readFile(stage.newestTake())));
     EXPECT_EQ(app.count("Playback"), 0U);
@@ -139,35 +110,6 @@ TEST(RecordAndLoopTest, HeldKeyTriggersOnceAndSpaceEndsATakeWithoutPlayingIt) {
     app.release("space");
     EXPECT_EQ(app.count("Playback started with looping"), 1U);
     EXPECT_EQ(app.count("Playback stopped"), 0U);
-}
-
-// A microphone of many channels gives its first two, unmixed, at its own rate.
-TEST(RecordAndLoopTest, EightChannelsAt44100BecomeATakeOfTwo) {
-    Stage stage({"--quantum", "1024", "--mic-channels", "8", "--mic-rate", "44100"});
-    stage.start();
-    std::vector<std::string> ports;
-    for (int channel = 0; channel < 8; ++channel) {
-        ports.push_back("mic:input_AUX" + std::to_string(channel));
-    }
-    stage.feed(ports);
-    EXPECT_EQ(stage.app->count("SAMPLE RATE MISMATCH"), 1U);
-    EXPECT_EQ(stage.app->count("High channel count detected: 8 channels"), 1U);
-    stage.recordLoop(0.7);
-    const Channels take = readFile(stage.newestTake());
-    ASSERT_EQ(take.size(), 2U);
-    EXPECT_EQ(sound::AudioFileReader(stage.newestTake()).format().sampleRate(), 44100.0);
-    EXPECT_GE(take[0].size(), 44100U * 7 / 10);
-    for (std::size_t channel = 0; channel < 2; ++channel) {
-        // Away from both ends, where the converters swing.
-        for (std::size_t frame = 441; frame + 441 < take[channel].size(); ++frame) {
-            ASSERT_GE(take[channel][frame], Mark::sample(channel, 0) - 1e-4F) << frame;
-            ASSERT_LE(take[channel][frame], Mark::sample(channel + 1, 0) + 1e-4F) << frame;
-        }
-    }
-    stage.listen();
-    EXPECT_TRUE(eventually([&] {
-        return Heard(stage.sound(), take).first + 4800 < static_cast<std::size_t>(stage.listened());
-    }));
 }
 
 // What a screen reader is told, and what it presses.

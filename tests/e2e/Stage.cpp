@@ -5,11 +5,7 @@
 
 namespace tessivo::test {
 
-namespace {
-
 using namespace std::chrono_literals;
-
-} // namespace
 
 std::size_t markedFrames(const Channels& samples) {
     const std::size_t frames = samples.front().size();
@@ -63,26 +59,21 @@ Heard::Heard(const Channels& sound, const Channels& loop) {
     }
 }
 
-Stage::Stage(const std::vector<std::string>& soundOptions) {
-    server_.emplace(soundOptions);
-}
-
 void Stage::start(const std::vector<std::string>& wrapper) {
     app.emplace(home_ / "", wrapper);
 }
 
-void Stage::feed(const std::vector<std::string>& ports) {
-    feeder_.emplace("feeder", ports.size(), 0);
-    for (std::size_t port = 0; port < ports.size(); ++port) {
-        server_->link("feeder:out_" + std::to_string(port), ports[port]);
-    }
+void Stage::feed() {
+    feeder_.emplace("feeder", 2, 0);
+    server_.link("feeder:out_0", "mic:input_FL");
+    server_.link("feeder:out_1", "mic:input_FR");
     play(0.1);
 }
 
 void Stage::listen() {
     listener_.emplace("listener", 0, 2);
-    server_->link("speaker:monitor_FL", "listener:in_0");
-    server_->link("speaker:monitor_FR", "listener:in_1");
+    server_.link("speaker:monitor_FL", "listener:in_0");
+    server_.link("speaker:monitor_FR", "listener:in_1");
 }
 
 void Stage::leaveServer() {
@@ -100,6 +91,11 @@ void Stage::play(double seconds) {
 void Stage::beginTake() {
     app->press("Return");
     app->await("isRecording = true");
+}
+
+void Stage::endTake() {
+    app->press("space");
+    app->await("Final recording URL");
 }
 
 void Stage::recordLoop(double seconds) {

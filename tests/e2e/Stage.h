@@ -16,7 +16,6 @@ namespace tessivo::test {
 constexpr double kRate = 48000.0;
 // A cycle long enough that a busy machine does not miss it.
 constexpr std::size_t kQuantum = 1024;
-const std::vector<std::string> kCalm{"--quantum", std::to_string(kQuantum)};
 
 // Frames from the start of which every channel has the consecutive marks of its own.
 std::size_t markedFrames(const Channels& samples);
@@ -38,11 +37,9 @@ struct Heard {
 // marks and ears at the speaker.
 class Stage {
 public:
-    explicit Stage(const std::vector<std::string>& soundOptions = kCalm);
-
     void start(const std::vector<std::string>& wrapper = {});
-    // Plays marks into the ports of a microphone.
-    void feed(const std::vector<std::string>& ports = {"mic:input_FL", "mic:input_FR"});
+    // Plays marks into the microphone.
+    void feed();
     void listen();      // from now on
     void leaveServer(); // before it goes away
     std::int64_t played() const { return feeder_->frames(); }
@@ -52,6 +49,7 @@ public:
     // Records by two presses of Return and returns when the take plays.
     void recordLoop(double seconds);
     void beginTake(); // by one press
+    void endTake();   // by Space, which does not play it
 
     std::filesystem::path documents() const { return home_ / "Documents"; }
     std::filesystem::path newestTake() const;
@@ -60,12 +58,12 @@ public:
     // Waits until so many passes of the loop were heard bit for bit.
     testing::AssertionResult hears(const Channels& loop, double passes) const;
 
-    PrivatePipeWire& server() { return *server_; }
+    PrivatePipeWire& server() { return server_; }
 
 private:
     VirtualDisplay display_;
     TemporaryFolder home_;
-    std::optional<PrivatePipeWire> server_;
+    PrivatePipeWire server_{{"--quantum", std::to_string(kQuantum)}};
     std::optional<GraphProbe> feeder_;
     std::optional<GraphProbe> listener_;
 

@@ -1,7 +1,5 @@
 #include "support/AppProcess.h"
 
-#include "support/PrivatePipeWire.h"
-
 #include <fcntl.h>
 #include <poll.h>
 #include <spawn.h>
@@ -12,7 +10,6 @@
 #include <array>
 #include <csignal>
 #include <cstdlib>
-#include <fstream>
 #include <iostream>
 #include <stdexcept>
 
@@ -24,33 +21,7 @@ using namespace std::chrono_literals;
 
 constexpr int kPipeSize = 4096; // full after one take's lines
 
-std::string firstLine(const std::string& text) {
-    return text.substr(0, text.find('\n'));
-}
-
 } // namespace
-
-VirtualDisplay::VirtualDisplay() {
-    std::string name = (std::filesystem::temp_directory_path() / "tessivo-XXXXXX").string();
-    if (mkdtemp(name.data()) == nullptr) {
-        throw std::runtime_error("no folder for the display");
-    }
-    folder_ = name;
-    runProgram({TESSIVO_VIRTUAL_DISPLAY_SCRIPT, "start", name, "--owner", std::to_string(getpid())},
-               40s);
-    std::string variable;
-    std::getline(std::ifstream(folder_ / "environment"), variable);
-    setenv("DISPLAY", variable.substr(variable.find('=') + 1).c_str(), 1);
-}
-
-VirtualDisplay::~VirtualDisplay() {
-    try {
-        runProgram({TESSIVO_VIRTUAL_DISPLAY_SCRIPT, "stop", folder_.string()});
-        std::filesystem::remove_all(folder_);
-    } catch (const std::exception& error) {
-        std::cerr << error.what() << '\n';
-    }
-}
 
 AppProcess::AppProcess(const std::filesystem::path& home, const std::vector<std::string>& wrapper) {
     std::vector<std::string> command{"env"};
@@ -90,8 +61,9 @@ AppProcess::AppProcess(const std::filesystem::path& home, const std::vector<std:
     const bool focused = eventually(
         [this] {
             try {
-                window_ = firstLine(
-                    runProgram({"xdotool", "search", "--onlyvisible", "--class", "tessivo"}, 2s));
+                const std::string found =
+                    runProgram({"xdotool", "search", "--onlyvisible", "--class", "tessivo"}, 2s);
+                window_ = found.substr(0, found.find('\n'));
                 runProgram({"xdotool", "windowfocus", "--sync", window_}, 2s);
                 return true;
             } catch (const std::runtime_error&) {

@@ -1,11 +1,12 @@
 #pragma once
 
+#include "support/PrivatePipeWire.h"
+
 #include <sys/types.h>
 
 #include <atomic>
 #include <chrono>
 #include <cstddef>
-#include <filesystem>
 #include <mutex>
 #include <string>
 #include <thread>
@@ -13,17 +14,10 @@
 
 namespace tessivo::test {
 
-// A display of the test's own, for this process and what it starts. It ends with this object,
-// and also when the test crashes.
-class VirtualDisplay {
-public:
-    VirtualDisplay();
-    ~VirtualDisplay();
-    VirtualDisplay(const VirtualDisplay&) = delete;
-    VirtualDisplay& operator=(const VirtualDisplay&) = delete;
-
-private:
-    std::filesystem::path folder_;
+// A display of the test's own.
+struct VirtualDisplay : ScriptedServer {
+    VirtualDisplay()
+        : ScriptedServer(TESSIVO_VIRTUAL_DISPLAY_SCRIPT, {}) {}
 };
 
 // The application as its user has it: started as a program, driven by keys and clicks, read

@@ -2,6 +2,7 @@
 
 #include "Platform/Sound/AudioEngine.h"
 #include "Platform/Sound/OfflineDevice.h"
+#include "support/Basics.h"
 
 #include <chrono>
 #include <cstdint>
@@ -11,7 +12,6 @@
 #include <mutex>
 #include <random>
 #include <string>
-#include <thread>
 #include <vector>
 
 namespace tessivo::test {
@@ -45,15 +45,11 @@ public:
 
     // Runs tasks until the condition holds; false after ten seconds.
     bool runUntil(const std::function<bool()>& condition) {
-        const auto limit = std::chrono::steady_clock::now() + std::chrono::seconds(10);
-        while (!condition()) {
-            if (std::chrono::steady_clock::now() > limit) {
-                return false;
-            }
+        const auto holds = [&] {
             run();
-            std::this_thread::sleep_for(std::chrono::microseconds(100));
-        }
-        return true;
+            return condition();
+        };
+        return eventually(holds, std::chrono::seconds(10));
     }
 
 private:
@@ -124,29 +120,6 @@ inline std::int64_t firstDifference(const std::vector<float>& a, const std::vect
     }
     return a.size() == b.size() ? -1 : static_cast<std::int64_t>(std::min(a.size(), b.size()));
 }
-
-// A folder that is gone with the test.
-class TemporaryFolder {
-public:
-    TemporaryFolder() {
-        std::string name = (std::filesystem::temp_directory_path() / "tessivo-XXXXXX").string();
-        if (mkdtemp(name.data()) == nullptr) {
-            throw std::runtime_error("no temporary folder");
-        }
-        path_ = name;
-    }
-    ~TemporaryFolder() {
-        std::error_code ignored;
-        std::filesystem::remove_all(path_, ignored);
-    }
-    TemporaryFolder(const TemporaryFolder&) = delete;
-    TemporaryFolder& operator=(const TemporaryFolder&) = delete;
-
-    std::filesystem::path operator/(const std::string& name) const { return path_ / name; }
-
-private:
-    std::filesystem::path path_;
-};
 
 // Writes a WAV file of those channels.
 inline void writeFile(const std::filesystem::path& path, double rate, const Channels& channels) {

@@ -1,11 +1,9 @@
 #pragma once
 
-#include <sys/types.h>
+#include "support/Basics.h"
 
 #include <chrono>
-#include <filesystem>
 #include <string>
-#include <thread>
 #include <vector>
 
 namespace tessivo::test {
@@ -15,30 +13,32 @@ namespace tessivo::test {
 std::string runProgram(const std::vector<std::string>& command,
                        std::chrono::milliseconds limit = std::chrono::seconds(15));
 
-// Waits for a condition; false when the time is over and it does not hold.
-template <typename Condition>
-bool eventually(Condition&& condition, std::chrono::milliseconds limit = std::chrono::seconds(5)) {
-    const auto deadline = std::chrono::steady_clock::now() + limit;
-    while (!condition()) {
-        if (std::chrono::steady_clock::now() > deadline) {
-            return false;
-        }
-        std::this_thread::sleep_for(std::chrono::milliseconds(2));
-    }
-    return true;
-}
+// What one of our scripts runs in the background, found by this process and by what it starts
+// through the variables that the script sets. It ends with this object, and also when the test
+// crashes.
+class ScriptedServer {
+public:
+    ScriptedServer(std::string path, const std::vector<std::string>& options);
+    ~ScriptedServer();
+    ScriptedServer(const ScriptedServer&) = delete;
+    ScriptedServer& operator=(const ScriptedServer&) = delete;
+
+protected:
+    void script(std::vector<std::string> arguments) const;
+
+    TemporaryFolder folder_;
+
+private:
+    std::string path_;
+};
 
 // A sound server of the test's own with a virtual speaker ("speaker") and a virtual
 // microphone ("mic"). While it lives, the environment of this process leads clients to it.
 // Everything is bounded in time and throws std::runtime_error when it does not come about.
-// The server ends with this object, and also when the test crashes.
-class PrivatePipeWire {
+class PrivatePipeWire : public ScriptedServer {
 public:
     // The options of scripts/virtual-sound.sh.
     explicit PrivatePipeWire(const std::vector<std::string>& options = {});
-    ~PrivatePipeWire();
-    PrivatePipeWire(const PrivatePipeWire&) = delete;
-    PrivatePipeWire& operator=(const PrivatePipeWire&) = delete;
 
     void createMicrophone(const std::string& name, int rate, const std::string& positions);
     void createSpeaker(const std::string& name, int rate, const std::string& positions);
@@ -60,10 +60,7 @@ public:
     void thaw();
 
 private:
-    void script(std::vector<std::string> arguments) const;
     void signalServer(int signal) const;
-
-    std::filesystem::path folder_;
 };
 
 } // namespace tessivo::test

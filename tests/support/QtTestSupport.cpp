@@ -7,7 +7,6 @@
 #include <QTemporaryDir>
 
 #include <algorithm>
-#include <thread>
 #include <utility>
 
 namespace tessivo::test {
@@ -16,15 +15,11 @@ using std::chrono::milliseconds;
 using std::chrono::steady_clock;
 
 bool runUntil(const std::function<bool()>& condition, milliseconds limit) {
-    const auto end = steady_clock::now() + limit;
-    while (!condition()) {
-        if (steady_clock::now() > end) {
-            return false;
-        }
+    const auto holds = [&] {
         QCoreApplication::processEvents();
-        std::this_thread::sleep_for(milliseconds(1));
-    }
-    return true;
+        return condition();
+    };
+    return eventually(holds, limit);
 }
 
 void runFor(milliseconds time) {

@@ -24,15 +24,6 @@ AudioPCMBuffer bufferOf(const Channels& channels, double rate = 48000.0) {
     return buffer;
 }
 
-std::string errorOfReading(const std::filesystem::path& path) {
-    try {
-        const AudioFileReader reader(path);
-    } catch (const AudioError& error) {
-        return error.what();
-    }
-    return {};
-}
-
 } // namespace
 
 TEST(AudioFileTest, TakeIsAnOrdinaryFloatWavWithEveryBitOfTheInput) {
@@ -53,21 +44,6 @@ TEST(AudioFileTest, TakeIsAnOrdinaryFloatWavWithEveryBitOfTheInput) {
     file.read(header.data(), 12);
     EXPECT_EQ(header.substr(0, 4), "RIFF");
     EXPECT_EQ(header.substr(8, 4), "WAVE");
-}
-
-TEST(AudioFileTest, UnfinishedTakeIsReadableAsFarAsItsLastHeader) {
-    const TemporaryFolder folder;
-    const Channels channels{noise(2048, 3)};
-    AudioFileWriter writer(folder / "take.wav", {48000.0, 1});
-    writer.write(bufferOf(channels));
-    std::filesystem::copy(folder / "take.wav", folder / "killed.wav");
-    EXPECT_EQ(firstDifference(readFile(folder / "killed.wav")[0], channels[0]), -1);
-
-    // The first write after half a second brings the header up to date again.
-    std::this_thread::sleep_for(std::chrono::milliseconds(520));
-    writer.write(bufferOf(channels));
-    std::filesystem::copy(folder / "take.wav", folder / "later.wav");
-    EXPECT_EQ(AudioFileReader(folder / "later.wav").length(), 4096);
 }
 
 TEST(AudioFileTest, NewTakeLeavesAnEarlierOneOfTheSameNameWhole) {
@@ -96,30 +72,18 @@ TEST(AudioFileTest, RefusesWhatIsNotALoop) {
     std::filesystem::create_directory(folder / "folder.wav");
     ASSERT_EQ(mkfifo((folder / "pipe.wav").c_str(), 0600), 0);
 
-    EXPECT_NE(errorOfReading(folder / "missing.wav").find("No such file"), std::string::npos);
-    EXPECT_NE(errorOfReading(folder / "text.wav").find("Not an audio file"), std::string::npos);
-    EXPECT_NE(errorOfReading(folder / "empty.wav").find("Not an audio file"), std::string::npos);
-    EXPECT_NE(errorOfReading(folder / "none.wav").find("holds no audio"), std::string::npos);
-    EXPECT_NE(errorOfReading(folder / "folder.wav"), "");
-    EXPECT_NE(errorOfReading(folder / "pipe.wav"), "");
-
-    AudioFileReader reader([&] {
-        writeFile(folder / "good.wav", 48000.0, {noise(10, 6)});
-        return folder / "good.wav";
-    }());
-    EXPECT_THROW(reader.seek(11), AudioError);
-    EXPECT_THROW(reader.seek(-1), AudioError);
-}
-
-TEST(AudioFileTest, FileThatCannotBeMadeChangesNothing) {
-    const TemporaryFolder folder;
-    EXPECT_THROW(AudioFileWriter(folder / "no" / "take.wav", {48000.0, 1}), AudioError);
-    EXPECT_THROW(AudioFileWriter(folder / "take.wav", {48000.0, 0}), AudioError);
-    EXPECT_THROW(AudioFileWriter(folder / "take.wav", {0.0, 1}), AudioError);
-    EXPECT_TRUE(std::filesystem::is_empty(folder / ""));
-
-    AudioFileWriter writer(folder / "take.wav", {48000.0, 1});
-    EXPECT_THROW(writer.write(bufferOf({noise(4, 1), noise(4, 2)})), AudioError);
+    const std::vector<std::pair<const char*, const char*>> expected{
+        {"missing.wav", "No such file"},    {"text.wav", "Not an audio file"},
+        {"empty.wav", "Not an audio file"}, {"none.wav", "holds no audio"},
+        {"folder.wav", "folder.wav"},       {"pipe.wav", "pipe.wav"}};
+    for (const auto& [name, reason] : expected) {
+        try {
+            const AudioFileReader reader(folder / name);
+            ADD_FAILURE() << name;
+        } catch (const AudioError& error) {
+            EXPECT_NE(std::string(error.what()).find(reason), std::string::npos) << error.what();
+        }
+    }
 }
 
 TEST(AudioFileTest, FullDiskKeepsWhatWasWrittenAndGoesOnWhenThereIsRoom) {

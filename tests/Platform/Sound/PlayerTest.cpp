@@ -69,25 +69,22 @@ struct PlayerRig : OfflineRig {
     std::shared_ptr<PlayerNode> player = std::make_shared<PlayerNode>();
 };
 
-void expectLoop(const std::vector<float>& heard, const std::vector<float>& file) {
-    for (std::size_t i = 0; i < heard.size(); ++i) {
-        ASSERT_EQ(std::bit_cast<std::uint32_t>(heard[i]),
-                  std::bit_cast<std::uint32_t>(file[i % file.size()]))
-            << "frame " << i << " of pass " << i / file.size();
-    }
-}
-
 } // namespace
 
 TEST(PlayerTest, SeamHasNoGapAndEveryPassIsTheFileBitForBit) {
+    const Channels samples{noise(12'345, 1), noise(12'345, 2)};
+    Channels passes;
+    for (int pass = 0; pass < 30; ++pass) {
+        append(passes, samples);
+    }
     for (const std::size_t quantum : {16U, 64U, 8192U}) {
         PlayerRig rig;
-        const Channels samples{noise(12'345, 1), noise(12'345, 2)};
         rig.loop(rig.file(samples));
         rig.player->play();
-        const auto heard = rig.hear(30 * 12'345, quantum);
-        expectLoop(heard[0], samples[0]);
-        expectLoop(heard[1], samples[1]);
+        EXPECT_FALSE(rig.device->capturing()) << "nobody uses the input";
+        const auto heard = rig.hear(passes[0].size(), quantum);
+        EXPECT_EQ(firstDifference(heard[0], passes[0]), -1) << quantum;
+        EXPECT_EQ(firstDifference(heard[1], passes[1]), -1) << quantum;
         EXPECT_EQ(rig.engine->statistics().starvedFrames, 0);
     }
 }
@@ -147,33 +144,6 @@ TEST(PlayerTest, HeardNoticeComesWhenTheSoundHasEnded) {
     const auto ended = std::chrono::steady_clock::now();
     ASSERT_TRUE(rig.main.runUntil([&] { return done.load(); }));
     EXPECT_GE(std::chrono::steady_clock::now() - ended, std::chrono::milliseconds(95));
-}
-
-TEST(PlayerTest, FileScheduledAfterADiscardFollowsThePassThatSounds) {
-    PlayerRig rig;
-    const Channels first{std::vector<float>(30'000, 0.25F)};
-    const Channels second{noise(20'000, 7)};
-    rig.player->scheduleFile(rig.file(first), NoticeWhen::read, {}, 3);
-    rig.player->play();
-    auto heard = rig.hear(5'000, 64)[0];
-    std::atomic<int> dropped = 0;
-    rig.player->scheduleFile(rig.file(first), NoticeWhen::read, [&](const PlaybackNotice& n) {
-        dropped += n.reason == PlaybackNotice::Reason::stopped ? 1 : 0;
-    });
-    rig.player->discardUpcoming();
-    rig.player->scheduleFile(rig.file(second), NoticeWhen::read, {});
-    EXPECT_TRUE(rig.main.runUntil([&] { return dropped == 1; }));
-    std::this_thread::sleep_for(std::chrono::milliseconds(300));
-    for (int i = 0; i < 1000; ++i) {
-        const auto cycle = rig.device->turn(64);
-        heard.insert(heard.end(), cycle[0].begin(), cycle[0].end());
-    }
-    const auto change =
-        std::find_if(heard.begin(), heard.end(), [](float sample) { return sample != 0.25F; });
-    const auto at = static_cast<std::size_t>(change - heard.begin());
-    EXPECT_EQ(at, 30'000U);
-    EXPECT_EQ(firstDifference(slice(heard, at, 20'000), second[0]), -1);
-    EXPECT_EQ(slice(heard, at + 20'000, 1000), std::vector<float>(1000, 0.0F));
 }
 
 TEST(PlayerTest, RateConversionRunsOnAcrossTheSeam) {
