@@ -18,8 +18,9 @@ const std::string kEngine = "🎛️ [ENGINE] ";
 const std::string kFirstBuffer = "📼 [RECORDER TAP] ✅ First buffer written successfully!";
 
 struct RecorderRig : EngineRig {
-    RecorderRig()
-        : recorder(engine->createRecorder()) {
+    explicit RecorderRig(sound::AudioDevice::Formats deviceFormats = formats(2))
+        : EngineRig(deviceFormats)
+        , recorder(engine->createRecorder()) {
         engine->start();
         lines.take();
     }
@@ -95,7 +96,7 @@ TEST(SimpleRecorderTest, EveryHundredthBufferIsReportedAndCountedAnewPerTake) {
 
 TEST(SimpleRecorderTest, FileThatCannotBeMadeFailsTheStartOnly) {
     RecorderRig rig;
-    std::ofstream(rig.home.path() / "Documents") << "in the way";
+    std::ofstream(rig.home.recordings()) << "in the way";
     std::string reason;
     try {
         rig.recorder.startRecording();
@@ -116,8 +117,19 @@ TEST(SimpleRecorderTest, FileThatCannotBeMadeFailsTheStartOnly) {
     EXPECT_FALSE(reason.empty());
     EXPECT_FALSE(rig.recorder.isRecording());
 
-    std::filesystem::remove(rig.home.path() / "Documents");
+    std::filesystem::remove(rig.home.recordings());
     const Channels input(2, noise(10, 1));
+    rig.record(input);
+    EXPECT_EQ(readFile(rig.file()), input);
+}
+
+TEST(SimpleRecorderTest, NoInputFailsTheStartUntilThereIsOne) {
+    RecorderRig rig(formats(0));
+    EXPECT_THROW(rig.recorder.startRecording(), sound::AudioError);
+    EXPECT_FALSE(std::filesystem::exists(rig.file()));
+    rig.device->changeFormats(formats(1));
+    runPosted();
+    const Channels input{noise(3000, 1)};
     rig.record(input);
     EXPECT_EQ(readFile(rig.file()), input);
 }

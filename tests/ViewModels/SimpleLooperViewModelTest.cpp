@@ -46,6 +46,9 @@ TEST(SimpleLooperViewModelTest, TakeComesAndGoesInTheStateAfterTheCommands) {
 
 TEST(SimpleLooperViewModelTest, TakeEndedByRecordPlaysATenthOfASecondLater) {
     LooperRig rig;
+    const Lines lines = rig.lines.take();
+    EXPECT_EQ(lines[lines.size() - 2], "🎛️ [ENGINE] Audio engine started successfully");
+    EXPECT_EQ(lines.back(), "🎛️ [ENGINE] Input monitoring disabled");
     rig.record();
     rig.feed(Channels(2, noise(7001, 1)));
     rig.transportLines();

@@ -132,6 +132,9 @@ TEST(PipeWireServerTest, WithoutOneStartFailsAndSaysWhy) {
     }
     RecordingRenderer renderer;
     PipeWireDevice device("Tessivo");
+    EXPECT_EQ(device.formats().input.channelCount(), 0U);
+    EXPECT_EQ(device.formats().output.channelCount(), 0U);
+    EXPECT_EQ(device.formats().renderRate, 48000);
     try {
         device.start(renderer, {});
         FAIL() << "started without a server";

@@ -86,6 +86,7 @@ TEST(PipeWireDeviceTest, FormatsAreThoseOfTheDefaultDevices) {
     };
     for (const Case& c : {
              Case{{"--mic-channels", "3", "--rate", "96000"}, {96000, 3}, 96000},
+             Case{{"--mic-rate", "44100", "--mic-channels", "8"}, {44100, 8}, 48000},
              Case{{"--mic-rate", "44100", "--allowed-rates", "44100,48000"}, {44100, 2}, 44100},
              Case{{"--no-mic"}, {}, 48000},
          }) {
