@@ -12,20 +12,6 @@
 using namespace tessivo::sound;
 using namespace tessivo::test;
 
-namespace {
-
-AudioPCMBuffer bufferOf(const Channels& channels, double rate = 48000.0) {
-    AudioPCMBuffer buffer({rate, static_cast<std::uint32_t>(channels.size())},
-                          static_cast<std::uint32_t>(channels.front().size()));
-    buffer.setFrameLength(buffer.frameCapacity());
-    for (std::uint32_t c = 0; c < channels.size(); ++c) {
-        std::copy(channels[c].begin(), channels[c].end(), buffer.channel(c).begin());
-    }
-    return buffer;
-}
-
-} // namespace
-
 TEST(AudioFileTest, TakeIsAnOrdinaryFloatWavWithEveryBitOfTheInput) {
     const TemporaryFolder folder;
     Channels channels{noise(5000, 1), noise(5000, 2)};
@@ -88,17 +74,20 @@ TEST(AudioFileTest, RefusesWhatIsNotALoop) {
 
 TEST(AudioFileTest, FullDiskKeepsWhatWasWrittenAndGoesOnWhenThereIsRoom) {
     const TemporaryFolder folder;
-    const Channels block{noise(2048, 7)};
+    const auto block = noise(2048, 7);
+    AudioPCMBuffer buffer({48000.0, 1}, 2048);
+    buffer.setFrameLength(2048);
+    std::copy(block.begin(), block.end(), buffer.channel(0).begin());
     auto* previous = std::signal(SIGXFSZ, SIG_IGN);
     rlimit saved{};
     getrlimit(RLIMIT_FSIZE, &saved);
     {
         AudioFileWriter writer(folder / "take.wav", {48000.0, 1});
-        writer.write(bufferOf(block));
+        writer.write(buffer);
         rlimit full = saved;
         full.rlim_cur = 12001; // in the middle of a sample of the second block
         setrlimit(RLIMIT_FSIZE, &full);
-        EXPECT_THROW(writer.write(bufferOf(block)), AudioError);
+        EXPECT_THROW(writer.write(buffer), AudioError);
         const auto kept = writer.framesWritten();
         EXPECT_GT(kept, 2048);
         EXPECT_LT(kept, 4096);
@@ -106,13 +95,13 @@ TEST(AudioFileTest, FullDiskKeepsWhatWasWrittenAndGoesOnWhenThereIsRoom) {
         EXPECT_EQ(AudioFileReader(folder / "full.wav").length(), kept);
 
         setrlimit(RLIMIT_FSIZE, &saved);
-        writer.write(bufferOf(block));
+        writer.write(buffer);
         EXPECT_EQ(writer.framesWritten(), kept + 2048);
     }
     std::signal(SIGXFSZ, previous);
     const auto read = readFile(folder / "take.wav")[0];
     const auto tail = slice(read, read.size() - 2048, 2048);
-    EXPECT_EQ(firstDifference(tail, block[0]), -1);
+    EXPECT_EQ(firstDifference(tail, block), -1);
     const auto middle = slice(read, 2048, read.size() - 4096);
-    EXPECT_EQ(firstDifference(middle, slice(block[0], 0, middle.size())), -1);
+    EXPECT_EQ(firstDifference(middle, slice(block, 0, middle.size())), -1);
 }
