@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Models/LibraryMetadata.h"
 #include "Models/SimpleLoopState.h"
 #include "Platform/System/BackgroundQueue.h"
 #include "Platform/System/LogLine.h"
@@ -12,9 +13,6 @@
 #include <QDir>
 #include <QFile>
 #include <QGuiApplication>
-#include <QJsonArray>
-#include <QJsonDocument>
-#include <QJsonObject>
 #include <QPalette>
 #include <QQuickItem>
 #include <QTest>
@@ -113,8 +111,7 @@ public:
     Q_INVOKABLE void playIn(tessivo::SimpleLooperViewModel* viewModel) {
         writeLoop();
         viewModel->loadLoop(SavedLoop(kName, kName, secondsSince2001Now(), 75.6, 0));
-        MainQueue::post(viewModel,
-                        [viewModel] { viewModel->loopState()->setCurrentSavedLoop({}); });
+        MainQueue::post(viewModel, [this, viewModel] { forget(viewModel); });
     }
 
     // The current loop counts as not saved again.
@@ -127,8 +124,8 @@ public:
         QFile file(LoopFileManager::libraryMetadataURL().toLocalFile());
         QStringList names;
         if (file.open(QIODevice::ReadOnly)) {
-            for (const auto loop : QJsonDocument::fromJson(file.readAll()).array())
-                names += loop.toObject()[QStringLiteral("name")].toString();
+            for (const SavedLoop& loop : LibraryMetadata::decode(file.readAll()))
+                names += loop.name();
         }
         return names;
     }

@@ -27,10 +27,6 @@ Item {
             return Array.from(meter.children).filter(child => child instanceof Rectangle);
         }
 
-        function lit() {
-            return segments().filter(segment => segment.opacity === 1).length;
-        }
-
         function test_geometry_and_colours() {
             compare(meter.width, 298);
             compare(meter.height, 20);
@@ -62,7 +58,6 @@ Item {
         }
         function test_levels(data) {
             meter.level = data.level;
-            compare(lit(), data.lit);
             segments().forEach((segment, i) =>
                 compare(segment.opacity, i < data.lit ? 1 : 0.3, "segment " + i));
         }
@@ -74,7 +69,7 @@ Item {
             compare(meter.height, 20);
             meter.segmentCount = 5;
             meter.level = 0.1;
-            compare(lit(), 4);
+            compare(segments().filter(segment => segment.opacity === 1).length, 4);
             verify(Qt.colorEqual(segments()[3].color, Theme.yellow));
             verify(Qt.colorEqual(segments()[4].color, Theme.red));
         }

@@ -2,7 +2,6 @@
 
 #include <fcntl.h>
 #include <poll.h>
-#include <spawn.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -44,37 +43,29 @@ AppProcess::AppProcess(const std::filesystem::path& home, const std::vector<std:
     if (pipe2(pipe.data(), O_CLOEXEC) != 0 || fcntl(pipe[1], F_SETPIPE_SZ, kPipeSize) < 0) {
         throw std::runtime_error("no pipe for the application");
     }
-    posix_spawn_file_actions_t actions{};
-    posix_spawn_file_actions_init(&actions);
-    posix_spawn_file_actions_adddup2(&actions, pipe[1], STDOUT_FILENO);
-    const int failure =
-        posix_spawnp(&id_, arguments.front(), &actions, nullptr, arguments.data(), environ);
-    posix_spawn_file_actions_destroy(&actions);
-    close(pipe[1]);
-    output_ = pipe[0];
-    if (failure != 0) {
-        close(output_);
+    id_ = fork();
+    if (id_ == 0) {
+        dup2(pipe[1], STDOUT_FILENO);
+        execvp(arguments.front(), arguments.data());
+        _exit(127);
+    }
+    if (id_ < 0) {
         throw std::runtime_error("the application cannot be started");
     }
+    close(pipe[1]);
+    output_ = pipe[0];
     reader_ = std::thread([this] { read(); });
 
-    const bool focused = eventually(
-        [this] {
-            try {
-                const std::string found =
-                    runProgram({"xdotool", "search", "--onlyvisible", "--class", "tessivo"}, 2s);
-                window_ = found.substr(0, found.find('\n'));
-                runProgram({"xdotool", "windowfocus", "--sync", window_}, 2s);
-                return true;
-            } catch (const std::runtime_error&) {
-                return !runs();
-            }
-        },
-        15s);
-    if (!focused || !runs()) {
+    try {
+        window_ = runProgram({"sh", "-c", R"(exec 2>/dev/null
+            until found=$(xdotool search --onlyvisible --class tessivo) &&
+                timeout 2 xdotool windowfocus --sync "${found%%[!0-9]*}"; do sleep 0.02; done
+            printf %s "${found%%[!0-9]*}")"},
+                             15s);
+    } catch (const std::runtime_error&) {
         kill();
         closeOutput();
-        throw std::runtime_error("the application shows no window");
+        throw;
     }
 }
 
@@ -165,19 +156,10 @@ void AppProcess::sendKey(const std::string& action, const std::string& key) {
 }
 
 void AppProcess::awaitWindow(const std::string& title) {
-    const bool focused = eventually(
-        [&title] {
-            try {
-                return runProgram({"xdotool", "getwindowfocus", "getwindowname"}, 2s)
-                    .starts_with(title);
-            } catch (const std::runtime_error&) {
-                return false;
-            }
-        },
-        5s);
-    if (!focused) {
-        throw std::runtime_error("no window \"" + title + "\" has the keyboard");
-    }
+    runProgram({"sh", "-c",
+                R"(until xdotool getwindowfocus getwindowname | grep "^$0"; do sleep 0.02; done)",
+                title},
+               5s);
 }
 
 bool AppProcess::answers() {

@@ -4,6 +4,8 @@
 #include "Platform/Sound/OfflineDevice.h"
 #include "support/Basics.h"
 
+#include <algorithm>
+#include <bit>
 #include <chrono>
 #include <cstdint>
 #include <deque>
@@ -113,12 +115,11 @@ inline void append(Channels& to, const Channels& from) {
 
 // Index of the first sample whose bits differ, or -1.
 inline std::int64_t firstDifference(const std::vector<float>& a, const std::vector<float>& b) {
-    for (std::size_t i = 0; i < std::min(a.size(), b.size()); ++i) {
-        if (std::bit_cast<std::uint32_t>(a[i]) != std::bit_cast<std::uint32_t>(b[i])) {
-            return static_cast<std::int64_t>(i);
-        }
-    }
-    return a.size() == b.size() ? -1 : static_cast<std::int64_t>(std::min(a.size(), b.size()));
+    const auto same = [](float x, float y) {
+        return std::bit_cast<std::uint32_t>(x) == std::bit_cast<std::uint32_t>(y);
+    };
+    const auto [x, y] = std::mismatch(a.begin(), a.end(), b.begin(), b.end(), same);
+    return x == a.end() && y == b.end() ? -1 : x - a.begin();
 }
 
 // Writes a WAV file of those channels.

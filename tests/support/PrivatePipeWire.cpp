@@ -102,19 +102,8 @@ void PrivatePipeWire::forceRate(int rate) {
 }
 
 void PrivatePipeWire::link(const std::string& output, const std::string& input) {
-    std::string problem;
-    const bool linked = eventually([&] {
-        try {
-            runProgram({"pw-link", output, input}, std::chrono::seconds(2));
-            return true;
-        } catch (const std::runtime_error& error) {
-            problem = error.what();
-            return false;
-        }
-    });
-    if (!linked) {
-        throw std::runtime_error(problem);
-    }
+    runProgram({"sh", "-c", R"(until pw-link "$0" "$1"; do sleep 0.01; done)", output, input},
+               std::chrono::seconds(5));
 }
 
 std::string PrivatePipeWire::links() const {
