@@ -1,12 +1,8 @@
 #include "Models/LibraryRig.h"
 
-#include <QTextBoundaryFinder>
-
-#include <fcntl.h>
 #include <future>
 #include <set>
 #include <sys/mount.h>
-#include <unistd.h>
 
 using namespace tessivo;
 using namespace tessivo::test;

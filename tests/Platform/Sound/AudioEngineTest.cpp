@@ -3,8 +3,6 @@
 
 #include <gtest/gtest.h>
 
-#include <cmath>
-
 using namespace tessivo::sound;
 using namespace tessivo::test;
 
