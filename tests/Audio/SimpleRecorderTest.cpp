@@ -133,3 +133,13 @@ TEST(SimpleRecorderTest, NoInputFailsTheStartUntilThereIsOne) {
     rig.record(input);
     EXPECT_EQ(readFile(rig.file()), input);
 }
+
+TEST(SimpleRecorderTest, EngineThatGoesCompletesTheTake) {
+    RecorderRig rig;
+    const Channels input(2, noise(2500, 1));
+    rig.recorder.startRecording();
+    rig.feed(input);
+    const auto file = rig.file();
+    rig.engine.reset();
+    EXPECT_EQ(readFile(file), input);
+}
