@@ -23,7 +23,8 @@ function(tessivo_library name)
 endfunction()
 
 # tessivo_test(name SOURCES ... [LINK ...] [TIMEOUT s] [SERIAL]): a GoogleTest program, one
-# CTest entry per case.
+# CTest entry per case. SERIAL is for tests on a running sound server: they have the machine
+# to themselves and the label "realtime".
 function(tessivo_test name)
     cmake_parse_arguments(ARG "SERIAL" "TIMEOUT" "SOURCES;LINK" ${ARGN})
     if(NOT ARG_TIMEOUT)
@@ -37,7 +38,7 @@ function(tessivo_test name)
     target_include_directories(${name} PRIVATE ${PROJECT_SOURCE_DIR}/tests)
     set(properties TIMEOUT ${ARG_TIMEOUT})
     if(ARG_SERIAL)
-        list(APPEND properties RUN_SERIAL TRUE)
+        list(APPEND properties RUN_SERIAL TRUE LABELS realtime)
     endif()
     gtest_discover_tests(${name} DISCOVERY_MODE PRE_TEST NO_PRETTY_VALUES PROPERTIES ${properties})
 endfunction()
