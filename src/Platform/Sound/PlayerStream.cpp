@@ -179,17 +179,27 @@ std::optional<milliseconds> PlayerStream::decode() {
     decoding_.store(true, std::memory_order_relaxed);
     const auto count = std::min<std::int64_t>(
         framesPerStep(file.format().sampleRate(), renderRate_), file.length() - filePosition_);
-    // A file that fits into one step is read once, however often it is played.
+    // A file that fits into one step is read once, however often it is played, and as many
+    // passes as fit are one step: a loop of a few frames would cost a step for each of them.
     if (wholeFile_ != pass.file) {
         readStep(*pass.file, count);
         wholeFile_ = count == file.length() ? pass.file : nullptr;
     }
     filePosition_ += count;
     const bool passDone = filePosition_ == file.length();
-    const bool lastPass = passDone && passesDone_ + 1 >= pass.passes;
-    convertAndPush(stereoFrames_, lastPass && pass.when == NoticeWhen::heard);
+    const std::uint32_t passesAtOnce = wholeFile_ ? passesPerStep(pass) : 1;
+    stepFrames_.clear();
+    for (std::uint32_t i = 0; i < passesAtOnce; ++i) {
+        stepFrames_.insert(stepFrames_.end(), stereoFrames_.begin(), stereoFrames_.end());
+    }
+    const bool lastPass = passDone && passesDone_ + passesAtOnce >= pass.passes;
+    const std::int64_t before = written_;
+    convertAndPush(stepFrames_, lastPass && pass.when == NoticeWhen::heard);
     if (passDone) {
-        finishPass();
+        for (std::uint32_t i = 1; i <= passesAtOnce; ++i) {
+            boundaries_.push_back({before + (written_ - before) * i / passesAtOnce, std::nullopt});
+        }
+        finishPasses(passesAtOnce);
     }
     if (passes_.empty() || written_ >= static_cast<std::int64_t>(kPrimedSeconds * renderRate_)) {
         primed_.store(true, std::memory_order_release);
@@ -255,11 +265,18 @@ void PlayerStream::push(std::span<const float> stereo) {
     written_ += count;
 }
 
-void PlayerStream::finishPass() {
+// How many of the passes that are left make one step.
+std::uint32_t PlayerStream::passesPerStep(const Pass& pass) const {
+    const auto fitting =
+        framesPerStep(pass.file->format().sampleRate(), renderRate_) / pass.file->length();
+    return std::min(pass.passes - passesDone_, static_cast<std::uint32_t>(fitting));
+}
+
+void PlayerStream::finishPasses(std::uint32_t count) {
     auto& pass = passes_.front();
-    boundaries_.push_back({written_, std::nullopt});
     passOpen_ = false;
-    if (++passesDone_ < pass.passes) {
+    passesDone_ += count;
+    if (passesDone_ < pass.passes) {
         return;
     }
     passesDone_ = 0;

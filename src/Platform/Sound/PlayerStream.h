@@ -71,7 +71,8 @@ private:
     void openConverter(const AudioFormat& format);
     void convertAndPush(std::span<const float> stereo, bool endOfInput);
     void push(std::span<const float> stereo);
-    void finishPass();
+    std::uint32_t passesPerStep(const Pass& pass) const;
+    void finishPasses(std::uint32_t count);
     std::optional<std::chrono::milliseconds> notifyHeard();
     void retire();
     std::int64_t space() const;
@@ -107,6 +108,7 @@ private:
     std::shared_ptr<AudioFileReader> wholeFile_; // whose frames stereoFrames_ holds
     std::vector<float> fileFrames_;
     std::vector<float> stereoFrames_;
+    std::vector<float> stepFrames_; // what one step adds to the ring
     bool retired_ = false;
 
     // Callback's side.
