@@ -249,17 +249,7 @@ void SimpleLooperViewModel::saveCurrentLoop(const QString& name) {
 }
 
 void SimpleLooperViewModel::loadLoop(const SavedLoop& loop) {
-    cancelDeferredPlayback();
-    switch (loopState_.transportState()) {
-    case TransportState::stopped:
-        break;
-    case TransportState::recording:
-        stopRecording();
-        break;
-    case TransportState::playing:
-        stopPlayback();
-        break;
-    }
+    stopButtonPressed();
     clearLoopState();
     if (!LoopFileManager::validateLoopFile(loop)) {
         throw LoopError(LoopError::Kind::fileNotFound);
