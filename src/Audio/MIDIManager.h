@@ -1,0 +1,94 @@
+#pragma once
+
+#include "Models/MIDIConfiguration.h"
+#include "Models/TransportAction.h"
+#include "Platform/Midi/MidiSystem.h"
+#include "Platform/System/ObservableObject.h"
+#include "Utils/MIDIUtils.h"
+
+#include <QString>
+#include <QVariant>
+
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <vector>
+
+namespace tessivo {
+
+// The one object that talks to the MIDI system: listens to one source, turns its notes into
+// transport commands, learns notes, and keeps the list of sources up to date.
+//
+// Everything is on the main thread, callbacks included, but for the two handlers, which run on
+// the MIDI system's thread and only log and post. Notes on their way to the main thread wait in
+// a list of limited length; when the main thread does not come to them for so long that it is
+// full, further notes are dropped, which is said in a line.
+class MIDIManager : public ObservableObject, public std::enable_shared_from_this<MIDIManager> {
+    Q_OBJECT
+    Q_DISABLE_COPY(MIDIManager)
+    Q_PROPERTY(bool isConnected READ isConnected NOTIFY isConnectedChanged)
+    Q_PROPERTY(bool isLearningMode READ isLearningMode NOTIFY isLearningModeChanged)
+
+public:
+    using Callback = std::function<void()>;
+
+    // The application's manager, made at the first call: loads the stored mapping and connects
+    // to the first source. Lives until the program ends.
+    static MIDIManager& shared();
+
+    // A manager on a system of its own, for whoever must not share: destroyed on the main
+    // thread, wherever the last owner lets go of it.
+    static std::shared_ptr<MIDIManager> make(std::shared_ptr<midi::MidiSystem> system);
+
+    ~MIDIManager() override;
+
+    bool isConnected() const { return isConnected_; }
+    // Of the connected source.
+    const std::optional<QString>& deviceName() const { return deviceName_; }
+    const MIDIConfiguration& configuration() const { return configuration_; }
+    void setConfiguration(const MIDIConfiguration& configuration);
+    // What has just been triggered or learned, for a moment.
+    std::optional<TransportAction> lastTriggeredAction() const { return lastTriggeredAction_; }
+    const std::vector<MIDISource>& availableDevices() const { return availableDevices_; }
+    void setAvailableDevices(std::vector<MIDISource> devices);
+    // The next note is assigned to the learning action instead of being obeyed.
+    bool isLearningMode() const { return isLearningMode_; }
+    std::optional<TransportAction> learningAction() const { return learningAction_; }
+
+    // What the commands do. Main thread.
+    Callback onRecord;
+    Callback onPlay;
+    Callback onStop;
+    Callback onClear;
+
+    // Drops any previous connection first, also one to the same source. A failure is a
+    // diagnostic line and leaves nothing connected.
+    void connectToDevice(midi::EndpointRef source, const QString& name);
+    // Renews the list; connects to its first source if nothing is connected.
+    void autoConnectFirstDevice();
+
+    void startLearning(TransportAction action); // switches when another one is being learned
+    Q_INVOKABLE void stopLearning();
+
+    // Stores the mapping.
+    Q_INVOKABLE void saveConfiguration();
+
+signals:
+    void isConnectedChanged();
+    void deviceNameChanged();
+    void configurationChanged();
+    void lastTriggeredActionChanged();
+    void availableDevicesChanged();
+    void isLearningModeChanged();
+    void learningActionChanged();
+
+private:
+    explicit MIDIManager(std::shared_ptr<midi::MidiSystem> system);
+    void start(); // what needs the shared owner to exist
+
+    // src/Audio/MIDIManager.cpp has the rest.
+};
+
+} // namespace tessivo

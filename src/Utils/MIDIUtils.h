@@ -1,0 +1,29 @@
+#pragma once
+
+#include <QString>
+
+#include <cstdint>
+#include <vector>
+
+namespace tessivo {
+
+// A MIDI source that can be connected.
+struct MIDISource {
+    QString name;
+    std::uint32_t source; // the platform's reference of it
+
+    friend bool operator==(const MIDISource&, const MIDISource&) = default;
+};
+
+namespace MIDIUtils {
+
+// The sources present now, in the platform's order. One without a name is left out. Main
+// thread.
+std::vector<MIDISource> getAvailableMIDISources();
+
+// Pitch class, with sharps, and octave: "C4" for 60. Notes above 127 follow the same rule.
+QString midiNoteToName(std::uint8_t note);
+
+} // namespace MIDIUtils
+
+} // namespace tessivo
