@@ -7,9 +7,11 @@
 #include "Utils/MIDIUtils.h"
 
 #include <QString>
-#include <QVariant>
 
+#include <atomic>
+#include <cstddef>
 #include <cstdint>
+#include <deque>
 #include <functional>
 #include <memory>
 #include <mutex>
@@ -34,13 +36,19 @@ class MIDIManager : public ObservableObject, public std::enable_shared_from_this
 public:
     using Callback = std::function<void()>;
 
+    // More than a hand can play while the main thread is away, in as many bytes.
+    static constexpr std::size_t kMostNotesWaiting = 1U << 20U;
+
     // The application's manager, made at the first call: loads the stored mapping and connects
-    // to the first source. Lives until the program ends.
+    // to the first source. Lives until the application object ends, and then lets go of the
+    // MIDI system, so that nothing more is posted.
     static MIDIManager& shared();
 
     // A manager on a system of its own, for whoever must not share: destroyed on the main
-    // thread, wherever the last owner lets go of it.
-    static std::shared_ptr<MIDIManager> make(std::shared_ptr<midi::MidiSystem> system);
+    // thread, wherever the last owner lets go of it. Notes that have been posted, and the
+    // delayed changes that follow them, keep it until they are done.
+    static std::shared_ptr<MIDIManager> make(std::shared_ptr<midi::MidiSystem> system,
+                                             std::size_t mostNotesWaiting = kMostNotesWaiting);
 
     ~MIDIManager() override;
 
@@ -65,7 +73,7 @@ public:
 
     // Drops any previous connection first, also one to the same source. A failure is a
     // diagnostic line and leaves nothing connected.
-    void connectToDevice(midi::EndpointRef source, const QString& name);
+    void connectToDevice(midi::EndpointRef source, QString name);
     // Renews the list; connects to its first source if nothing is connected.
     void autoConnectFirstDevice();
 
@@ -85,10 +93,47 @@ signals:
     void learningActionChanged();
 
 private:
-    explicit MIDIManager(std::shared_ptr<midi::MidiSystem> system);
-    void start(); // what needs the shared owner to exist
+    MIDIManager(std::shared_ptr<midi::MidiSystem> system, std::size_t mostNotesWaiting);
 
-    // src/Audio/MIDIManager.cpp has the rest.
+    void start(); // what needs the shared owner to exist
+    void setupMIDI();
+    void tearDown();
+
+    // MIDI thread.
+    void handleMIDINotification(midi::SetupChange change);
+    void handleMIDIPacketList(midi::PacketList packets);
+    void postNote(std::uint8_t note);
+    void postProcessing();
+
+    // Main thread.
+    void handleSourcesChanged();
+    void dropConnection();
+    void processNotes();
+    std::optional<std::uint8_t> nextNote();
+    void tellLosses();
+    void processMIDINote(std::uint8_t note);
+    void learn(TransportAction action, std::uint8_t note);
+    void triggerTransportAction(TransportAction action);
+    void setLastTriggeredAction(std::optional<TransportAction> action);
+
+    const std::shared_ptr<midi::MidiSystem> system_;
+    midi::ClientRef midiClient_ = 0;
+    midi::PortRef inputPort_ = 0;
+    midi::EndpointRef connectedSource_ = 0;
+    bool isConnected_ = false;
+    std::optional<QString> deviceName_;
+    MIDIConfiguration configuration_;
+    std::optional<TransportAction> lastTriggeredAction_;
+    std::vector<MIDISource> availableDevices_;
+    bool isLearningMode_ = false;
+    std::optional<TransportAction> learningAction_;
+
+    const std::size_t mostNotesWaiting_;
+    std::mutex notesMutex_; // of the next three
+    std::deque<std::uint8_t> notes_;
+    bool isProcessingPosted_ = false;
+    std::uint64_t droppedNotes_ = 0;             // not told yet
+    std::atomic<std::uint64_t> toldLostPackets_; // of the system's count
 };
 
 } // namespace tessivo

@@ -2,8 +2,6 @@
 
 #include "Models/TransportAction.h"
 
-#include <QMetaType>
-
 #include <cstdint>
 #include <optional>
 

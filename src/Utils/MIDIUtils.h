@@ -7,6 +7,10 @@
 
 namespace tessivo {
 
+namespace midi {
+class MidiSystem;
+}
+
 // A MIDI source that can be connected.
 struct MIDISource {
     QString name;
@@ -20,6 +24,8 @@ namespace MIDIUtils {
 // The sources present now, in the platform's order. One without a name is left out. Main
 // thread.
 std::vector<MIDISource> getAvailableMIDISources();
+// The same of a system that is not the process's.
+std::vector<MIDISource> getAvailableMIDISources(midi::MidiSystem& system);
 
 // Pitch class, with sharps, and octave: "C4" for 60. Notes above 127 follow the same rule.
 QString midiNoteToName(std::uint8_t note);

@@ -1,0 +1,340 @@
+#include "Audio/MIDIManager.h"
+
+#include "Platform/System/LogLine.h"
+#include "Platform/System/MainQueue.h"
+
+#include <QCoreApplication>
+#include <QThread>
+
+#include <algorithm>
+#include <chrono>
+#include <string>
+#include <utility>
+
+namespace tessivo {
+namespace {
+
+using std::chrono::milliseconds;
+using std::chrono::steady_clock;
+
+constexpr milliseconds kLearnedShown{100};
+constexpr milliseconds kTriggeredShown{300};
+
+// What notes may take of one turn of the event loop, and the pause in which the window gets
+// its turn. The pause is a timer's, as events that are posted go before painting.
+constexpr milliseconds kLongestTurn{4};
+constexpr milliseconds kPause{1};
+
+constexpr std::uint8_t kNoteOn = 9; // upper half of the status byte, on any channel
+
+std::string noteName(std::uint8_t note) {
+    return MIDIUtils::midiNoteToName(note).toStdString();
+}
+
+std::string numberAndName(std::uint8_t note) {
+    return std::to_string(note) + " (" + noteName(note) + ")";
+}
+
+std::string spoken(TransportAction action) {
+    return displayName(action).toStdString();
+}
+
+void runLater(milliseconds delay, MainQueue::Task task) {
+    MainQueue::postAfter(delay, QCoreApplication::instance(), std::move(task));
+}
+
+// The last owner may be a handler on the MIDI thread, for which the manager's end must not
+// wait.
+void destroyOnMainThread(MIDIManager* manager) {
+    if (QThread::currentThread() == manager->thread()) {
+        delete manager;
+    } else {
+        MainQueue::post([manager] { delete manager; });
+    }
+}
+
+} // namespace
+
+MIDIManager& MIDIManager::shared() {
+    static auto& instance = *new std::shared_ptr<MIDIManager>;
+    if (!instance) {
+        instance = make(midi::MidiSystem::shared());
+        // Delayed changes may keep the manager for longer, but nothing may be posted to an
+        // application object that has gone.
+        qAddPostRoutine([] {
+            instance->tearDown();
+            instance.reset();
+        });
+    }
+    return *instance;
+}
+
+std::shared_ptr<MIDIManager> MIDIManager::make(std::shared_ptr<midi::MidiSystem> system,
+                                               std::size_t mostNotesWaiting) {
+    const std::shared_ptr<MIDIManager> manager(new MIDIManager(std::move(system), mostNotesWaiting),
+                                               destroyOnMainThread);
+    manager->start();
+    return manager;
+}
+
+MIDIManager::MIDIManager(std::shared_ptr<midi::MidiSystem> system, std::size_t mostNotesWaiting)
+    : system_(std::move(system))
+    , mostNotesWaiting_(mostNotesWaiting)
+    , toldLostPackets_(system_->lostPackets()) {}
+
+MIDIManager::~MIDIManager() {
+    tearDown();
+}
+
+void MIDIManager::start() {
+    setConfiguration(MIDIConfiguration::load());
+    logLine("📁 MIDI configuration loaded");
+    setupMIDI();
+    setAvailableDevices(MIDIUtils::getAvailableMIDISources(*system_));
+    autoConnectFirstDevice();
+}
+
+void MIDIManager::setupMIDI() {
+    const midi::Status clientStatus = system_->createClient(
+        "Tessivo",
+        [weak = weak_from_this()](midi::SetupChange change) {
+            if (const auto self = weak.lock()) {
+                self->handleMIDINotification(change);
+            }
+        },
+        midiClient_);
+    if (clientStatus != 0) {
+        logLine("❌ Failed to create MIDI client: " + std::to_string(clientStatus));
+        return;
+    }
+    const midi::Status portStatus = system_->createInputPort(
+        midiClient_, "TessivoInput",
+        [weak = weak_from_this()](midi::PacketList packets) {
+            if (const auto self = weak.lock()) {
+                self->handleMIDIPacketList(packets);
+            }
+        },
+        inputPort_);
+    logLine(portStatus == 0 ? std::string("✅ MIDI system initialized successfully")
+                            : "❌ Failed to create MIDI input port: " + std::to_string(portStatus));
+}
+
+void MIDIManager::tearDown() {
+    if (connectedSource_ != 0) {
+        system_->disconnectSource(inputPort_, std::exchange(connectedSource_, 0));
+    }
+    if (inputPort_ != 0) {
+        system_->disposePort(std::exchange(inputPort_, 0));
+    }
+    if (midiClient_ != 0) {
+        system_->disposeClient(std::exchange(midiClient_, 0));
+    }
+}
+
+void MIDIManager::setConfiguration(const MIDIConfiguration& configuration) {
+    publish(configuration_, configuration, &MIDIManager::configurationChanged);
+}
+
+void MIDIManager::setAvailableDevices(std::vector<MIDISource> devices) {
+    publish(availableDevices_, std::move(devices), &MIDIManager::availableDevicesChanged);
+}
+
+void MIDIManager::setLastTriggeredAction(std::optional<TransportAction> action) {
+    publish(lastTriggeredAction_, action, &MIDIManager::lastTriggeredActionChanged);
+}
+
+void MIDIManager::connectToDevice(midi::EndpointRef source, QString name) {
+    dropConnection();
+    const std::string told = name.toStdString();
+    const midi::Status status = system_->connectSource(inputPort_, source);
+    if (status != 0) {
+        logLine("❌ Failed to connect to MIDI device: " + told +
+                ", status: " + std::to_string(status));
+        return;
+    }
+    connectedSource_ = source;
+    publish(deviceName_, std::move(name), &MIDIManager::deviceNameChanged);
+    publish(isConnected_, true, &MIDIManager::isConnectedChanged);
+    logLine("✅ Connected to MIDI device: " + told);
+}
+
+void MIDIManager::dropConnection() {
+    if (connectedSource_ != 0) {
+        system_->disconnectSource(inputPort_, std::exchange(connectedSource_, 0));
+    }
+    publish(isConnected_, false, &MIDIManager::isConnectedChanged);
+    publish(deviceName_, std::nullopt, &MIDIManager::deviceNameChanged);
+}
+
+void MIDIManager::autoConnectFirstDevice() {
+    setAvailableDevices(MIDIUtils::getAvailableMIDISources(*system_));
+    if (!availableDevices_.empty() && !isConnected_) {
+        const MIDISource first = availableDevices_.front();
+        connectToDevice(first.source, first.name);
+    }
+}
+
+void MIDIManager::handleMIDINotification(midi::SetupChange change) {
+    logLine("🔔 MIDI notification: " + std::to_string(static_cast<std::int32_t>(change)));
+    if (change == midi::SetupChange::setupChanged || change == midi::SetupChange::objectAdded ||
+        change == midi::SetupChange::objectRemoved) {
+        MainQueue::post([self = shared_from_this()] { self->handleSourcesChanged(); });
+    }
+}
+
+void MIDIManager::handleSourcesChanged() {
+    setAvailableDevices(MIDIUtils::getAvailableMIDISources(*system_));
+    if (!isConnected_ || !deviceName_) {
+        return;
+    }
+    // By name: a device that was unplugged and plugged in again is another source.
+    const bool isThere =
+        std::any_of(availableDevices_.begin(), availableDevices_.end(),
+                    [this](const MIDISource& device) { return device.name == deviceName_; });
+    if (!isThere) {
+        dropConnection();
+        autoConnectFirstDevice();
+    }
+}
+
+void MIDIManager::handleMIDIPacketList(midi::PacketList packets) {
+    for (const midi::Packet& packet : packets) {
+        if (packet.bytes.size() < 3 || packet.bytes[0] >> 4 != kNoteOn) {
+            continue;
+        }
+        const std::uint8_t note = packet.bytes[1];
+        logLine("🎵 MIDI Note On: " + numberAndName(note) +
+                " velocity: " + std::to_string(packet.bytes[2]));
+        postNote(note);
+    }
+    if (system_->lostPackets() != toldLostPackets_.load()) {
+        postProcessing();
+    }
+}
+
+void MIDIManager::postNote(std::uint8_t note) {
+    {
+        const std::scoped_lock lock(notesMutex_);
+        if (notes_.size() >= mostNotesWaiting_) {
+            ++droppedNotes_;
+            return;
+        }
+        notes_.push_back(note);
+    }
+    postProcessing();
+}
+
+void MIDIManager::postProcessing() {
+    {
+        const std::scoped_lock lock(notesMutex_);
+        if (std::exchange(isProcessingPosted_, true)) {
+            return;
+        }
+    }
+    MainQueue::post([self = shared_from_this()] { self->processNotes(); });
+}
+
+void MIDIManager::processNotes() {
+    const auto end = steady_clock::now() + kLongestTurn;
+    while (const auto note = nextNote()) {
+        processMIDINote(*note);
+        if (steady_clock::now() >= end) {
+            runLater(kPause, [self = shared_from_this()] { self->processNotes(); });
+            return;
+        }
+    }
+    tellLosses();
+}
+
+std::optional<std::uint8_t> MIDIManager::nextNote() {
+    const std::scoped_lock lock(notesMutex_);
+    if (notes_.empty()) {
+        isProcessingPosted_ = false;
+        return {};
+    }
+    const std::uint8_t note = notes_.front();
+    notes_.pop_front();
+    return note;
+}
+
+void MIDIManager::tellLosses() {
+    std::uint64_t dropped = 0;
+    {
+        const std::scoped_lock lock(notesMutex_);
+        dropped = std::exchange(droppedNotes_, 0);
+    }
+    if (dropped != 0) {
+        logLine("⚠️ MIDI notes dropped, too many were waiting: " + std::to_string(dropped));
+    }
+    const std::uint64_t lost = system_->lostPackets();
+    const std::uint64_t told = toldLostPackets_.exchange(lost);
+    if (lost != told) {
+        logLine("⚠️ MIDI packets lost, too many came at once: " + std::to_string(lost - told));
+    }
+}
+
+void MIDIManager::processMIDINote(std::uint8_t note) {
+    if (isLearningMode_ && learningAction_) {
+        learn(*learningAction_, note);
+    } else if (const auto action = configuration_.actionForNote(note)) {
+        setLastTriggeredAction(action);
+        triggerTransportAction(*action);
+        runLater(kTriggeredShown,
+                 [self = shared_from_this()] { self->setLastTriggeredAction({}); });
+        logLine("🎬 MIDI triggered: " + spoken(*action));
+    } else {
+        logLine("🎵 Unmapped MIDI note: " + numberAndName(note));
+    }
+}
+
+void MIDIManager::learn(TransportAction action, std::uint8_t note) {
+    MIDIConfiguration learned = configuration_;
+    learned.setNoteForAction(action, note);
+    setConfiguration(learned);
+    setLastTriggeredAction(action);
+    runLater(kLearnedShown, [self = shared_from_this()] {
+        self->stopLearning();
+        self->setLastTriggeredAction({});
+    });
+    logLine("🎯 Learned: " + spoken(action) + " → " + noteName(note) + " (" + std::to_string(note) +
+            ")");
+}
+
+void MIDIManager::triggerTransportAction(TransportAction action) {
+    // A copy, as the callback may set another one.
+    const Callback callback = [this, action] {
+        switch (action) {
+        case TransportAction::record:
+            return onRecord;
+        case TransportAction::play:
+            return onPlay;
+        case TransportAction::stop:
+            return onStop;
+        case TransportAction::clear:
+            break;
+        }
+        return onClear;
+    }();
+    if (callback) {
+        callback();
+    }
+}
+
+void MIDIManager::startLearning(TransportAction action) {
+    publish(isLearningMode_, true, &MIDIManager::isLearningModeChanged);
+    publish(learningAction_, action, &MIDIManager::learningActionChanged);
+    logLine("🎹 Learning mode started for " + spoken(action) + ". Press a MIDI key...");
+}
+
+void MIDIManager::stopLearning() {
+    publish(isLearningMode_, false, &MIDIManager::isLearningModeChanged);
+    publish(learningAction_, std::nullopt, &MIDIManager::learningActionChanged);
+    logLine("🎹 Learning mode stopped");
+}
+
+void MIDIManager::saveConfiguration() {
+    configuration_.save();
+    logLine("💾 MIDI configuration saved");
+}
+
+} // namespace tessivo
