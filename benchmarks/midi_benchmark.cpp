@@ -234,6 +234,8 @@ int measureFlood(Window& window, std::chrono::seconds time, Begin&& begin, End&&
                 static_cast<double>(notes) / seconds,
                 static_cast<unsigned long long>(window.notes.count()),
                 static_cast<unsigned long long>(mapped), static_cast<unsigned long long>(commands));
+    std::printf("packets dropped on the way to the MIDI thread: %llu\n",
+                static_cast<unsigned long long>(midi::MidiSystem::shared()->lostPackets()));
     std::printf("resident %.1f MB before, %.1f MB at most, %.1f MB after; longest stall of the "
                 "main thread %.1f ms\n",
                 before, peak, after, stall);
@@ -271,8 +273,6 @@ int floodVirtual(std::chrono::seconds time) {
             player.join();
             return sent;
         });
-    std::printf("packets lost on the way to the MIDI thread: %llu\n",
-                static_cast<unsigned long long>(midi->lostPackets()));
     return result == 0 && refused == 0 ? 0 : 1;
 }
 
