@@ -195,6 +195,8 @@ Status PipeWireMidi::Impl::connectSource(PortRef port, EndpointRef source) {
             return -ENOENT;
         }
         disconnect();
+        connected_ = source;
+        sources_.setConnected(source);
         inlet_->connect(found->place);
         await([this] {
             return inlet_ == nullptr || inlet_->link() == nullptr || inlet_->link()->isMade() ||
@@ -206,8 +208,6 @@ Status PipeWireMidi::Impl::connectSource(PortRef port, EndpointRef source) {
             disconnect();
             return failure != 0 ? failure : -ETIMEDOUT;
         }
-        connected_ = source;
-        sources_.setConnected(source);
         thread_.setListening(true);
         return 0;
     });

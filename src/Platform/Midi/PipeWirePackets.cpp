@@ -4,6 +4,7 @@
 #include <spa/pod/pod.h>
 #include <spa/utils/type.h>
 
+#include <algorithm>
 #include <cstddef>
 #include <cstring>
 
@@ -27,11 +28,12 @@ void copyPackets(std::span<const std::uint8_t> buffer, const CycleTime& cycle,
                  PacketQueue& queue) TESSIVO_REALTIME {
     spa_pod sequence{};
     spa_pod_sequence_body body{};
-    if (!take(buffer, sequence) || sequence.type != SPA_TYPE_Sequence ||
-        sequence.size > buffer.size()) {
+    if (!take(buffer, sequence) || sequence.type != SPA_TYPE_Sequence) {
         return;
     }
-    std::span<const std::uint8_t> rest = buffer.first(sequence.size);
+    // A sender with more to say than fits claims a length beyond the end; what is there counts.
+    std::span<const std::uint8_t> rest =
+        buffer.first(std::min<std::size_t>(sequence.size, buffer.size()));
     if (!take(rest, body)) {
         return;
     }
