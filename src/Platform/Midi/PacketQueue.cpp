@@ -28,9 +28,7 @@ bool PacketQueue::push(std::uint64_t time, std::span<const std::uint8_t> bytes) 
         }
     };
     write(index, &header, sizeof(header));
-    if (length != 0) { // an empty packet has no address to copy from
-        write(index + static_cast<std::uint32_t>(sizeof(header)), bytes.data(), length);
-    }
+    write(index + static_cast<std::uint32_t>(sizeof(header)), bytes.data(), length);
     spa_ringbuffer_write_update(&ring_, static_cast<std::int32_t>(index + sizeof(header) + length));
     return true;
 }
@@ -50,9 +48,7 @@ bool PacketQueue::pop(std::uint64_t& time, std::vector<std::uint8_t>& bytes) {
     Header header{};
     read(index, &header, sizeof(header));
     bytes.resize(header.length);
-    if (header.length != 0) {
-        read(index + static_cast<std::uint32_t>(sizeof(header)), bytes.data(), header.length);
-    }
+    read(index + static_cast<std::uint32_t>(sizeof(header)), bytes.data(), header.length);
     spa_ringbuffer_read_update(&ring_,
                                static_cast<std::int32_t>(index + sizeof(header) + header.length));
     time = header.time;
