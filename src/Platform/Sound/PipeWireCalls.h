@@ -37,6 +37,15 @@ inline int askForAnswer(pw_core* core) {
     return pw_core_sync(core, PW_ID_CORE, 0);
 }
 
+// Has the server make an object, which goes with the returned proxy, if its properties say so.
+// Takes over the properties. Null when it could not even be asked; errno then says why.
+inline pw_proxy* createObject(pw_core* core, const char* factory, const char* type,
+                              std::uint32_t version, pw_properties* properties) {
+    void* const object = pw_core_create_object(core, factory, type, version, &properties->dict, 0);
+    pw_properties_free(properties);
+    return static_cast<pw_proxy*>(object);
+}
+
 // The node tells these parameters now and whenever they change.
 inline void subscribe(pw_node* node, std::span<std::uint32_t> params) {
     pw_node_subscribe_params(node, params.data(), static_cast<std::uint32_t>(params.size()));

@@ -1,0 +1,57 @@
+#include "Platform/Midi/PipeWirePackets.h"
+
+#include <spa/control/control.h>
+#include <spa/pod/pod.h>
+#include <spa/utils/type.h>
+
+#include <algorithm>
+#include <cstddef>
+#include <cstring>
+
+namespace tessivo::midi {
+
+namespace {
+
+// Reads a value and moves on behind it; false when the bytes end before.
+template <typename T> bool take(std::span<const std::uint8_t>& bytes, T& value) TESSIVO_REALTIME {
+    if (bytes.size() < sizeof(T)) {
+        return false;
+    }
+    std::memcpy(&value, bytes.data(), sizeof(T));
+    bytes = bytes.subspan(sizeof(T));
+    return true;
+}
+
+} // namespace
+
+void copyPackets(std::span<const std::uint8_t> buffer, const CycleTime& cycle,
+                 PacketQueue& queue) TESSIVO_REALTIME {
+    spa_pod sequence{};
+    spa_pod_sequence_body body{};
+    if (!take(buffer, sequence) || sequence.type != SPA_TYPE_Sequence) {
+        return;
+    }
+    // A sender with more to say than fits claims a length beyond the end; what is there counts.
+    std::span<const std::uint8_t> rest =
+        buffer.first(std::min<std::size_t>(sequence.size, buffer.size()));
+    if (!take(rest, body)) {
+        return;
+    }
+    struct {
+        std::uint32_t offset; // frames after the start of the cycle
+        std::uint32_t type;
+        spa_pod value;
+    } control{};
+    while (take(rest, control) && control.value.size <= rest.size()) {
+        if (control.type == SPA_CONTROL_Midi) {
+            const double delay = control.offset * cycle.frame;
+            queue.push(cycle.start + static_cast<std::uint64_t>(delay),
+                       rest.first(control.value.size));
+        }
+        // Values begin at multiples of eight bytes.
+        const std::size_t padded = (std::size_t{control.value.size} + 7) / 8 * 8;
+        rest = rest.subspan(padded < rest.size() ? padded : rest.size());
+    }
+}
+
+} // namespace tessivo::midi

@@ -1,0 +1,175 @@
+#include "support/MidiSender.h"
+
+#include <pipewire/filter.h>
+#include <pipewire/pipewire.h>
+#include <spa/control/control.h>
+#include <spa/param/param.h>
+#include <spa/pod/builder.h>
+
+#include <algorithm>
+#include <array>
+#include <stdexcept>
+#include <utility>
+
+namespace tessivo::test {
+
+namespace {
+
+pw_properties* propertiesOf(MidiSender::Properties properties,
+                            const MidiSender::Properties& replacements) {
+    for (const auto& [key, value] : replacements) {
+        properties[key] = value;
+    }
+    pw_properties* result = pw_properties_new(nullptr, nullptr);
+    for (const auto& [key, value] : properties) {
+        pw_properties_set(result, key.c_str(), value.c_str());
+    }
+    return result;
+}
+
+} // namespace
+
+MidiSender::MidiSender(Identity identity) {
+    static const pw_filter_events events = [] {
+        pw_filter_events e{};
+        e.version = PW_VERSION_FILTER_EVENTS;
+        e.process = onProcess;
+        return e;
+    }();
+    pw_init(nullptr, nullptr);
+    loop_ = pw_thread_loop_new(identity.name.c_str(), nullptr);
+    pw_thread_loop_lock(loop_);
+    context_ = pw_context_new(pw_thread_loop_get_loop(loop_),
+                              pw_properties_new(PW_KEY_CONFIG_NAME, "client-rt.conf", nullptr), 0);
+    pw_core* const core = context_ != nullptr ? pw_context_connect(context_, nullptr, 0) : nullptr;
+    if (core == nullptr) {
+        pw_thread_loop_unlock(loop_);
+        release();
+        throw std::runtime_error("the sound server cannot be reached by a controller");
+    }
+    filter_ = pw_filter_new(core, identity.name.c_str(),
+                            propertiesOf({{PW_KEY_NODE_NAME, identity.name},
+                                          {PW_KEY_MEDIA_TYPE, "Midi"},
+                                          {PW_KEY_MEDIA_CATEGORY, "Playback"}},
+                                         identity.nodeProperties));
+    pw_filter_add_listener(filter_, &listener_, &events, this);
+    std::array<std::uint8_t, 256> storage{};
+    spa_pod_builder builder{};
+    spa_pod_builder_init(&builder, storage.data(), storage.size());
+    spa_pod_frame frame{};
+    spa_pod_builder_push_object(&builder, &frame, SPA_TYPE_OBJECT_ParamBuffers, SPA_PARAM_Buffers);
+    spa_pod_builder_prop(&builder, SPA_PARAM_BUFFERS_size, 0);
+    spa_pod_builder_int(&builder, static_cast<std::int32_t>(kLargestCycle));
+    const auto* buffers = static_cast<const spa_pod*>(spa_pod_builder_pop(&builder, &frame));
+    port_ = pw_filter_add_port(
+        filter_, PW_DIRECTION_OUTPUT, PW_FILTER_PORT_FLAG_MAP_BUFFERS, 1,
+        propertiesOf({{PW_KEY_FORMAT_DSP, "8 bit raw midi"}, {PW_KEY_PORT_NAME, "out_0"}},
+                     identity.portProperties),
+        &buffers, 1);
+    const bool works = port_ != nullptr &&
+                       pw_filter_connect(filter_, PW_FILTER_FLAG_RT_PROCESS, nullptr, 0) >= 0 &&
+                       pw_thread_loop_start(loop_) >= 0;
+    pw_thread_loop_unlock(loop_);
+    if (!works) {
+        release();
+        throw std::runtime_error("the sound server takes no controller");
+    }
+}
+
+MidiSender::~MidiSender() {
+    release();
+}
+
+void MidiSender::release() {
+    pw_thread_loop_stop(loop_);
+    if (filter_ != nullptr) {
+        pw_filter_destroy(filter_);
+    }
+    if (context_ != nullptr) {
+        pw_context_destroy(context_);
+    }
+    pw_thread_loop_destroy(loop_);
+}
+
+std::size_t MidiSender::send(std::vector<Packet> packets) {
+    std::size_t size = 0;
+    for (const Packet& packet : packets) {
+        size += packet.size() + 32; // the control around it
+    }
+    if (size > kLargestCycle - 64) {
+        throw std::invalid_argument("more than a controller sends at once");
+    }
+    cycles_.push_back({std::move(packets), {}});
+    if (!queue_.tryPush(&cycles_.back())) {
+        throw std::runtime_error("a controller that nobody listens to has too much to send");
+    }
+    return cycles_.size();
+}
+
+std::optional<MidiSender::Clock::time_point> MidiSender::sentAt(std::size_t number) const {
+    return number <= sent_ ? std::optional(cycles_[number - 1].at) : std::nullopt;
+}
+
+void MidiSender::flood(unsigned perSecond, std::vector<std::uint8_t> notes) {
+    floods_.push_back({perSecond, std::move(notes)});
+    flood_ = &floods_.back();
+}
+
+void MidiSender::onProcess(void* data, spa_io_position* position) {
+    if (position != nullptr) { // otherwise between two drivers
+        static_cast<MidiSender*>(data)->process(*position);
+    }
+}
+
+void MidiSender::process(const spa_io_position& position) {
+    pw_buffer* const buffer = pw_filter_dequeue_buffer(port_);
+    if (buffer == nullptr) {
+        return; // nobody listens
+    }
+    const Clock::time_point begun = Clock::now();
+    spa_data& data = buffer->buffer->datas[0];
+    spa_pod_builder builder{};
+    spa_pod_builder_init(&builder, data.data, data.maxsize);
+    spa_pod_frame frame{};
+    spa_pod_builder_push_sequence(&builder, &frame, 0);
+    const auto add = [&builder](std::uint64_t offset, const std::uint8_t* bytes, std::size_t size) {
+        spa_pod_builder_control(&builder, static_cast<std::uint32_t>(offset), SPA_CONTROL_Midi);
+        spa_pod_builder_bytes(&builder, bytes, static_cast<std::uint32_t>(size));
+    };
+    Cycle* cycle = nullptr;
+    if (queue_.tryPop(cycle)) {
+        for (const Packet& packet : cycle->packets) {
+            add(0, packet.data(), packet.size());
+        }
+    }
+    const Flood* const flood = flood_;
+    if (flood != current_) {
+        current_ = flood;
+        floodFrames_ = 0;
+        floodNotes_ = 0;
+    }
+    if (flood != nullptr) {
+        const std::uint64_t rate = position.clock.rate.denom;
+        const std::uint64_t end = floodFrames_ + position.clock.duration;
+        std::uint64_t total = flooded_;
+        for (; floodNotes_ * rate < end * flood->perSecond; ++floodNotes_, ++total) {
+            const std::uint64_t due = floodNotes_ * rate / flood->perSecond;
+            const std::array<std::uint8_t, 3> note{0x90, flood->notes[total % flood->notes.size()],
+                                                   100};
+            add(std::max(due, floodFrames_) - floodFrames_, note.data(), note.size());
+        }
+        flooded_ = total;
+        floodFrames_ = end;
+    }
+    spa_pod_builder_pop(&builder, &frame);
+    data.chunk->offset = 0;
+    data.chunk->size = builder.state.offset;
+    data.chunk->stride = 1;
+    pw_filter_queue_buffer(port_, buffer);
+    if (cycle != nullptr) {
+        cycle->at = begun;
+        ++sent_;
+    }
+}
+
+} // namespace tessivo::test
