@@ -1,3 +1,4 @@
+pragma ComponentBehavior: Bound
 import QtQuick
 import Tessivo
 import QtQuick.Templates as T
@@ -8,11 +9,18 @@ T.ApplicationWindow {
     id: root
 
     readonly property SimpleLooperViewModel viewModel: SimpleLooperViewModel { }
+    readonly property MIDIManager midiManager: SharedMIDI.manager
     readonly property SimpleLoopState loopState: viewModel.loopState
     readonly property bool showingSaveDialog: loopState.showingSaveDialog
+    property bool showingMIDISettings: false
     readonly property bool showingSheet: showingSaveDialog || loopState.showingLoopLibrary
+        || showingMIDISettings
+    // The others are asked for a moment before they show: the sheets come one after the other.
+    readonly property bool presentingMIDISettings: showingMIDISettings && !showingSaveDialog
+        && !loopState.showingLoopLibrary
 
     property SaveLoopView saveSheet: null
+    property MIDISettingsView midiSheet: null
 
     visible: true
     title: Application.displayName
@@ -35,7 +43,10 @@ T.ApplicationWindow {
         loopState: root.loopState
         keysEnabled: !root.showingSheet
         onSave: root.viewModel.showSaveDialog()
+        onShowMIDISettings: root.showingMIDISettings = true
     }
+
+    onVisibleChanged: if (visible) SharedMIDI.setupCallbacks(viewModel)
 
     onShowingSaveDialogChanged: {
         if (saveSheet)
@@ -52,6 +63,23 @@ T.ApplicationWindow {
         id: saveSheetMaker
 
         SaveLoopView { }
+    }
+
+    onPresentingMIDISettingsChanged: {
+        if (midiSheet)
+            midiSheet.destroy();
+        midiSheet = !presentingMIDISettings ? null : midiSheetMaker.createObject(root, {
+            transientParent: root,
+            midiManager: midiManager
+        }) as MIDISettingsView;
+    }
+
+    Component {
+        id: midiSheetMaker
+
+        MIDISettingsView {
+            onDismissed: root.showingMIDISettings = false
+        }
     }
 
     Column {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Audio/MIDIManager.h"
 #include "Models/SimpleLoopState.h"
 #include "ViewModels/SimpleLooperViewModel.h"
 
@@ -20,6 +21,13 @@ struct SimpleLooperViewModelForeign {
     Q_GADGET
     QML_FOREIGN(tessivo::SimpleLooperViewModel)
     QML_NAMED_ELEMENT(SimpleLooperViewModel)
+};
+
+struct MIDIManagerForeign {
+    Q_GADGET
+    QML_FOREIGN(tessivo::MIDIManager)
+    QML_NAMED_ELEMENT(MIDIManager)
+    QML_UNCREATABLE("There is one, which SharedMIDI has")
 };
 
 namespace enumerations {

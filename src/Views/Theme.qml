@@ -11,6 +11,7 @@ QtObject {
     readonly property bool dark: systemPalette.base.hslLightness < systemPalette.text.hslLightness
 
     readonly property color controlBackground: systemPalette.base
+    readonly property color windowBackground: systemPalette.window
     readonly property color primaryText: systemPalette.text
     readonly property color secondaryText: Qt.alpha(primaryText, 0.65)
     readonly property color unavailableText: Qt.alpha(primaryText, 0.35)
@@ -18,6 +19,8 @@ QtObject {
     readonly property color accentText: systemPalette.highlightedText
     readonly property color buttonFace: Qt.alpha(primaryText, 0.12)
     readonly property color outline: Qt.alpha(primaryText, 0.1)
+    readonly property color separator: Qt.alpha(primaryText, 0.2)
+    readonly property color scrollBar: Qt.alpha(primaryText, 0.4)
     readonly property color fieldBorder: Qt.alpha(primaryText, 0.5)
     readonly property color dimming: Qt.alpha("black", 0.3)
     readonly property color focusRing: systemPalette.highlight
@@ -31,11 +34,14 @@ QtObject {
     readonly property color green: dark ? "#2fa84f" : "#178a3f"
     readonly property color yellow: dark ? "#d6a200" : "#d19c00"
     readonly property color orange: dark ? "#e8730c" : "#e06a00"
+    readonly property color blue: dark ? "#5aa2ff" : "#0a60c8"
     readonly property color gray: dark ? "#77777d" : "#87878d"
     readonly property color onColor: "white"
 
     readonly property real tint: 0.2
     readonly property real panelTint: 0.1
+    readonly property real buttonTint: 0.12
+    readonly property real scrollAreaOpacity: 0.5
     readonly property real overlayOpacity: 0.9
     readonly property real activeOpacity: 0.8
     readonly property real pressedOpacity: 0.7
@@ -43,7 +49,12 @@ QtObject {
 
     readonly property font title: scaledSystemFont(1.3, Font.Bold)
     readonly property font headline: scaledSystemFont(1.1, Font.DemiBold)
+    readonly property font subheadline: scaledSystemFont(0.95, Font.Normal)
+    readonly property font body: scaledSystemFont(1, Font.Normal)
+    readonly property font emphasizedBody: scaledSystemFont(1, Font.DemiBold)
     readonly property font caption: scaledSystemFont(0.9, Font.Normal)
+    readonly property font monospacedBody: scaledSystemFont(1, Font.Normal, "monospace")
+    readonly property font monospacedCaption: scaledSystemFont(0.9, Font.Normal, "monospace")
     readonly property font productName: Qt.font({
         family: "CircularStd-Bold",
         pixelSize: 24,
@@ -73,12 +84,33 @@ QtObject {
     readonly property real pushButtonVerticalPadding: 7
     readonly property real pushButtonMinimumWidth: 80
     readonly property real pushButtonSpacing: 16
+    readonly property real smallButtonHorizontalPadding: 8
+    readonly property real smallButtonVerticalPadding: 4
     readonly property real panelPadding: 12
     readonly property real panelRadius: 8
     readonly property real panelSpacing: 8
     readonly property real captionIconSize: 14
+    readonly property real headingIconSize: 18
+    readonly property real headingSpacing: 10
+    readonly property real scrollBarWidth: 6
+    readonly property real scrollBarMargin: 3
+    readonly property real scrollBarMinimumLength: 30
+    readonly property real scrollStep: 40
     readonly property real saveSheetWidth: 400
     readonly property real sheetPadding: 24
+    readonly property real sheetHeaderHorizontalPadding: 20
+    readonly property real sheetHeaderVerticalPadding: 16
+    readonly property real sectionSpacing: 24
+    readonly property real screenMargin: 40
+    readonly property real statusDotSize: 8
+    readonly property real deviceRowPadding: 2
+    readonly property real mappingRowPadding: 4
+    readonly property real mappingRowRadius: 4
+    readonly property real mappingColumnSpacing: 5
+    readonly property real mappingIconSize: 16
+    readonly property real mappingLabelWidth: 60
+    readonly property real noteNameWidth: Math.max(40, widestNoteName.advanceWidth)
+    readonly property real noteNumberWidth: Math.max(35, widestNoteNumber.advanceWidth)
     readonly property real sheetSpacing: 20
     readonly property real sheetRadius: 12
     readonly property real alertWidth: 320
@@ -93,22 +125,31 @@ QtObject {
     readonly property int spinnerTurn: 1000
     readonly property int toolTipDelay: 700
 
+    readonly property TextMetrics widestNoteName: TextMetrics {
+        font: theme.monospacedBody
+        text: "G#-1"
+    }
+    readonly property TextMetrics widestNoteNumber: TextMetrics {
+        font: theme.monospacedCaption
+        text: "(127)"
+    }
+
     function icon(symbol: string): url {
         return Qt.resolvedUrl("icons/" + symbol + ".svg");
     }
 
     // The system font is given in points or in pixels, depending on the desktop; its other size
     // is then -1.
-    function scaledSystemFont(ratio: real, weight: int): font {
+    function scaledSystemFont(ratio: real, weight: int, family = ""): font {
         const system = Application.font;
         if (system.pointSize > 0)
             return Qt.font({
-                family: system.family,
+                family: family || system.family,
                 pointSize: system.pointSize * ratio,
                 weight: weight
             });
         return Qt.font({
-            family: system.family,
+            family: family || system.family,
             pixelSize: Math.round(system.pixelSize * ratio),
             weight: weight
         });

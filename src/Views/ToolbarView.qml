@@ -10,6 +10,7 @@ Item {
     required property bool keysEnabled
 
     signal save()
+    signal showMIDISettings()
 
     implicitWidth: items.implicitWidth + 2 * Theme.toolbarMargin
     implicitHeight: items.implicitHeight + 2 * Theme.toolbarMargin
@@ -30,6 +31,16 @@ Item {
             keys: ["Ctrl+S"]
             keysEnabled: root.keysEnabled
             onTriggered: root.save()
+        }
+
+        ToolbarButton {
+            name: "MIDI Settings"
+            symbol: "gearshape"
+            toolTip: "MIDI Settings"
+            available: true
+            keys: []
+            keysEnabled: root.keysEnabled
+            onTriggered: root.showMIDISettings()
         }
     }
 }

@@ -1,7 +1,10 @@
 #pragma once
 
+#include "Audio/MIDIManager.h"
 #include "Models/LibraryMetadata.h"
+#include "Models/MIDIConfiguration.h"
 #include "Models/SimpleLoopState.h"
+#include "Platform/Midi/VirtualMidi.h"
 #include "Platform/System/BackgroundQueue.h"
 #include "Platform/System/LogLine.h"
 #include "Platform/System/MainQueue.h"
@@ -169,6 +172,61 @@ public:
 
 private:
     std::optional<std::promise<void>> held_;
+};
+
+// The controllers that are plugged in: the application's manager has them from its start.
+class Controllers : public QObject {
+    Q_OBJECT
+    QML_ELEMENT
+    QML_SINGLETON
+
+public:
+    using QObject::QObject;
+
+    // Before anybody asks for the manager.
+    static void install() { midi::MidiSystem::setShared(system()); }
+
+    Q_INVOKABLE void plugIn(const QString& name) { system()->addSource(name.toStdString()); }
+    Q_INVOKABLE void unplugAll() {
+        while (system()->sourceCount() > 0)
+            system()->removeSource(system()->source(0));
+    }
+    Q_INVOKABLE bool play(int note) {
+        return system()->send(system()->connected(), {0x90, static_cast<std::uint8_t>(note), 100});
+    }
+    // How often one was connected, so far.
+    Q_INVOKABLE uint connections() { return system()->connections(); }
+    Q_INVOKABLE int connectedIndex() {
+        for (std::size_t i = 0; i < system()->sourceCount(); ++i) {
+            if (system()->source(i) == system()->connected())
+                return static_cast<int>(i);
+        }
+        return -1;
+    }
+
+    // Record, play, stop, clear: what the next start will find, and what is in effect.
+    Q_INVOKABLE QList<int> storedNotes() { return notes(MIDIConfiguration::load()); }
+    Q_INVOKABLE QList<int> notesInEffect() { return notes(MIDIManager::shared().configuration()); }
+    Q_INVOKABLE void store(const QList<int>& notes) {
+        MIDIConfiguration configuration;
+        for (qsizetype i = 0; i < notes.size(); ++i)
+            configuration.setNoteForAction(allTransportActions.at(static_cast<std::size_t>(i)),
+                                           static_cast<std::uint8_t>(notes[i]));
+        configuration.save();
+        MIDIManager::shared().setConfiguration(configuration);
+    }
+
+private:
+    static std::shared_ptr<midi::VirtualMidi> system() {
+        static const auto system = std::make_shared<midi::VirtualMidi>();
+        return system;
+    }
+    static QList<int> notes(const MIDIConfiguration& configuration) {
+        QList<int> notes;
+        for (const TransportAction action : allTransportActions)
+            notes += configuration.noteForAction(action);
+        return notes;
+    }
 };
 
 } // namespace tessivo

@@ -1,6 +1,13 @@
+#include "TestDoubles.h"
+
+#include <QGuiApplication>
 #include <QtQml/qqmlextensionplugin.h>
 #include <QtQuickTest>
 
 Q_IMPORT_QML_PLUGIN(TessivoPlugin)
 
-QUICK_TEST_MAIN(Views)
+int main(int argc, char* argv[]) {
+    tessivo::Controllers::install();
+    QTEST_SET_MAIN_SOURCE_PATH
+    return quick_test_main(argc, argv, "Views", QUICK_TEST_SOURCE_DIR);
+}

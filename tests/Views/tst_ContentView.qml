@@ -39,6 +39,8 @@ Item {
             verify(product.y >= toggle.mapToItem(null, 0, toggle.height).y + 60);
 
             keyClick(Qt.Key_Tab);
+            verify(find(window.header, "MIDI Settings").activeFocus);
+            keyClick(Qt.Key_Tab);
             verify(item("Record").activeFocus);
             const save = find(window.header, "Save");
             verify(!save.enabled);

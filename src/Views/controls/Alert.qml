@@ -1,25 +1,41 @@
+pragma ComponentBehavior: Bound
+pragma ListPropertyAssignBehavior: Replace
 import QtQuick
 import QtQuick.Templates as T
 import Tessivo
 
-// Tells the user something in front of a sheet, which waits until it is acknowledged.
+// Tells or asks the user something in front of a sheet, which waits for the answer. Whatever the
+// answer is, the alert closes; Escape closes it without one.
 T.Popup {
     id: root
 
     required property string title
     required property string message
+    // Its buttons, from left to right. Where there is a way to leave everything as it is, Return
+    // takes that one, and otherwise the first.
+    property list<AlertAction> actions: [
+        AlertAction {
+            text: "OK"
+        }
+    ]
+
+    function preferredButton(): Item {
+        const all = Array.from(actions);
+        const cancel = all.findIndex(action => action.role === AlertAction.Cancel);
+        return buttons.itemAt(Math.max(cancel, 0));
+    }
 
     anchors.centerIn: parent
     width: Math.min(Theme.alertWidth, parent ? parent.width - 2 * margins : 0)
     height: Math.min(implicitHeight, parent ? parent.height - 2 * margins : 0)
-    implicitHeight: heading.implicitHeight + words.implicitHeight + ok.implicitHeight
+    implicitHeight: heading.implicitHeight + words.implicitHeight + row.implicitHeight
         + 2 * Theme.alertSpacing + topPadding + bottomPadding
     margins: Theme.alertMargin
     padding: Theme.alertPadding
     modal: true
     focus: true
     closePolicy: T.Popup.CloseOnEscape
-    onOpened: ok.forceActiveFocus(Qt.PopupFocusReason)
+    onOpened: preferredButton().forceActiveFocus(Qt.PopupFocusReason)
 
     T.Overlay.modal: Rectangle {
         color: Theme.dimming
@@ -50,7 +66,7 @@ T.Popup {
 
         anchors.top: heading.bottom
         anchors.topMargin: Theme.alertSpacing
-        anchors.bottom: ok.top
+        anchors.bottom: row.top
         anchors.bottomMargin: Theme.alertSpacing
         width: parent.width
         text: root.message
@@ -64,13 +80,29 @@ T.Popup {
         Accessible.name: text
     }
 
-    PushButton {
-        id: ok
+    Row {
+        id: row
 
         anchors.bottom: parent.bottom
         anchors.horizontalCenter: parent.horizontalCenter
-        text: "OK"
-        prominent: true
-        onTriggered: root.close()
+        spacing: Theme.pushButtonSpacing
+
+        Repeater {
+            id: buttons
+
+            model: root.actions
+
+            PushButton {
+                required property AlertAction modelData
+
+                text: modelData.text
+                prominent: root.actions.length === 1
+                tint: modelData.role === AlertAction.Destructive ? Theme.red : Theme.primaryText
+                onTriggered: {
+                    modelData.triggered();
+                    root.close();
+                }
+            }
+        }
     }
 }

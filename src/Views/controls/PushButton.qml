@@ -1,22 +1,36 @@
 import QtQuick
 import Tessivo
 
-// A button with a frame and a text. The prominent one is what the sheet is there for.
+// A button with a frame and a text. The prominent one is what the sheet is there for; one with a
+// tint of its own says by its colour what it does.
 PlainButton {
     id: root
 
     property bool prominent: false
+    property bool small: false
+    property color tint: Theme.primaryText
+    property real minimumWidth: small ? 0 : Theme.pushButtonMinimumWidth
+    property font font: small ? Theme.caption : Theme.body
 
-    readonly property color faceColor: prominent && enabled ? Theme.accent : Theme.buttonFace
+    readonly property bool tinted: !Qt.colorEqual(tint, Theme.primaryText)
+    readonly property color faceColor: {
+        if (!enabled)
+            return Theme.buttonFace;
+        if (prominent)
+            return Theme.accent;
+        return tinted ? Qt.alpha(tint, Theme.buttonTint) : Theme.buttonFace;
+    }
     readonly property color textColor: {
         if (!enabled)
             return Theme.unavailableText;
-        return prominent ? Theme.accentText : Theme.primaryText;
+        return prominent ? Theme.accentText : tint;
     }
+    readonly property real horizontalPadding: small ? Theme.smallButtonHorizontalPadding
+                                                    : Theme.pushButtonHorizontalPadding
 
-    implicitWidth: Math.max(label.implicitWidth + 2 * Theme.pushButtonHorizontalPadding,
-        Theme.pushButtonMinimumWidth)
-    implicitHeight: label.implicitHeight + 2 * Theme.pushButtonVerticalPadding
+    implicitWidth: Math.max(label.implicitWidth + 2 * horizontalPadding, minimumWidth)
+    implicitHeight: label.implicitHeight + 2 * (small ? Theme.smallButtonVerticalPadding
+                                                      : Theme.pushButtonVerticalPadding)
 
     Rectangle {
         anchors.fill: parent
@@ -28,7 +42,11 @@ PlainButton {
         id: label
 
         anchors.centerIn: parent
+        width: Math.min(implicitWidth, root.width - 2 * Theme.smallButtonVerticalPadding)
+        horizontalAlignment: Text.AlignHCenter
+        fontSizeMode: Text.HorizontalFit
         text: root.text
+        font: root.font
         color: root.textColor
     }
 }

@@ -1,0 +1,46 @@
+pragma ComponentBehavior: Bound
+import QtQuick
+import Tessivo
+
+// The devices to pick from. Picking the one that is connected already connects it anew.
+Column {
+    id: root
+
+    required property MIDISettings settings
+
+    spacing: Theme.panelSpacing
+
+    Item {
+        width: parent.width
+        implicitHeight: refresh.implicitHeight
+
+        Text {
+            anchors.left: parent.left
+            anchors.verticalCenter: parent.verticalCenter
+            text: "Available Devices:"
+            font: Theme.caption
+            color: Theme.secondaryText
+
+            Accessible.role: Accessible.StaticText
+            Accessible.name: text
+        }
+
+        PushButton {
+            id: refresh
+
+            anchors.right: parent.right
+            text: "Refresh"
+            small: true
+            onTriggered: root.settings.refresh()
+        }
+    }
+
+    Repeater {
+        model: root.settings.devices
+
+        MIDIDeviceRow {
+            width: root.width
+            onTriggered: root.settings.devices.connectTo(index)
+        }
+    }
+}

@@ -1,0 +1,78 @@
+import QtQuick
+import QtQuick.Templates as T
+import Tessivo
+
+// A column that may be longer than the room there is for it. What the Tab key gives the focus
+// comes into sight, and the keys that its owner does not need move the rest.
+Flickable {
+    id: root
+
+    property real padding: 0
+    property alias spacing: column.spacing
+    default property alias content: column.data
+
+    readonly property Item focused: Window.activeFocusItem
+
+    function scrollTo(y: real) {
+        contentY = Math.max(0, Math.min(y, contentHeight - height));
+    }
+
+    function takes(key: int): bool {
+        const targets = {
+            [Qt.Key_Up]: contentY - Theme.scrollStep,
+            [Qt.Key_Down]: contentY + Theme.scrollStep,
+            [Qt.Key_PageUp]: contentY - height + Theme.scrollStep,
+            [Qt.Key_PageDown]: contentY + height - Theme.scrollStep,
+            [Qt.Key_Home]: 0,
+            [Qt.Key_End]: contentHeight
+        };
+        if (!(key in targets))
+            return false;
+        scrollTo(targets[key]);
+        return true;
+    }
+
+    function holds(item: Item): bool {
+        for (let parent = item; parent; parent = parent.parent) {
+            if (parent === column)
+                return true;
+        }
+        return false;
+    }
+
+    contentHeight: column.implicitHeight + 2 * padding
+    boundsBehavior: Flickable.StopAtBounds
+    clip: true
+
+    onFocusedChanged: {
+        if (!holds(focused))
+            return;
+        const top = focused.mapToItem(contentItem, 0, 0).y - padding;
+        const bottom = top + focused.height + 2 * padding;
+        if (top < contentY || bottom > contentY + height)
+            scrollTo(top < contentY ? top : bottom - height);
+    }
+
+    T.ScrollBar.vertical: T.ScrollBar {
+        id: bar
+
+        implicitWidth: Theme.scrollBarWidth + 2 * Theme.scrollBarMargin
+        padding: Theme.scrollBarMargin
+        minimumSize: Theme.scrollBarMinimumLength / root.height
+        visible: size < 1
+
+        contentItem: Rectangle {
+            radius: width / 2
+            color: Theme.scrollBar
+            opacity: bar.pressed ? Theme.pressedOpacity : 1
+        }
+    }
+
+    Column {
+        id: column
+
+        x: root.padding
+        y: root.padding
+        width: root.width - 2 * root.padding
+    }
+}
