@@ -71,6 +71,26 @@ make_riff() {
     done | sox -t f32 -r 48000 -c 2 - -e float -b 32 "$1"
 }
 
+# make_song FILE MILLISECONDS:NOTE...: a standard MIDI file with a note-on that long after the
+# one before it, each at most 16 seconds, and half a minute of silence at the end.
+make_song() {
+    local file=$1 event track='\x00\xff\x51\x03\x0f\x42\x40' # a beat a second
+    shift
+    for event in "$@"; do
+        track+=$(ticks "${event%:*}")$(printf '\\x90\\x%02x\\x64' "${event#*:}")
+    done
+    # An empty text half-way, then the end of the track.
+    track+="$(ticks 15000)\xff\x01\x00$(ticks 15000)\xff\x2f\x00"
+    # One track, with a thousand ticks in a beat; of four characters each is a byte of it.
+    printf '%b' 'MThd\x00\x00\x00\x06\x00\x00\x00\x01\x03\xe8MTrk\x00\x00' \
+        "$(printf '\\x%02x\\x%02x' $((${#track} / 4 >> 8)) $((${#track} / 4 & 255)))" "$track" >"$file"
+}
+
+# A delay in seven bits a byte, of which all but the last have the eighth.
+ticks() {
+    printf '\\x%02x\\x%02x' $(($1 >> 7 | 128)) $(($1 & 127))
+}
+
 riff_linked() {
     # The first succeeds once both ends are there.
     pw-link riff:output_FL mic:input_FL 2>/dev/null && pw-link riff:output_FR mic:input_FR
@@ -115,21 +135,27 @@ window_shown() {
     [[ -n $window ]]
 }
 
+# sheet_shown TITLE
 sheet_shown() {
-    sheet=$(xdotool search --onlyvisible --name '^Save Loop' 2>/dev/null | head -n 1)
+    sheet=$(xdotool search --onlyvisible --name "^$1" 2>/dev/null | head -n 1)
     [[ -n $sheet ]]
 }
 
 sheet_gone() {
-    ! sheet_shown
+    ! sheet_shown "$1"
+}
+
+controller_shown() {
+    pw-link -o | grep -q '^keys:'
 }
 
 press() {
     xdotool windowfocus --sync "$window" key "$1"
 }
 
+# screenshot NAME [WINDOW]
 screenshot() {
-    import -window "$window" "$demo/$1.png" || fail "no picture could be taken of the window"
+    import -window "${2:-$window}" "$demo/$1.png" || fail "no picture could be taken of the window"
 }
 
 seconds_of() {
@@ -171,6 +197,13 @@ play_demonstration() {
         "$private/heard.wav"
     recorder=$!
 
+    # A controller, which begins to play when Tessivo listens to it: the note that records, and
+    # when the loop has been heard, the one that stops.
+    make_song "$private/song.mid" 3000:80 13500:1
+    start_remembered "$private" "$private/keys.log" \
+        pw-cat -p --midi --target 0 -P '{ node.name = keys }' "$private/song.mid"
+    wait_until 10 controller_shown || fail "the MIDI controller did not appear"
+
     say "Starting Tessivo ..."
     start_remembered "$private" "$demo/tessivo.log" "$application"
     tessivo=$!
@@ -178,9 +211,8 @@ play_demonstration() {
     sleep 1
     screenshot 1-ready
 
-    say "Return: recording about four seconds of the riff ..."
-    press Return
-    await_line "Recording started successfully"
+    say "A note of the MIDI controller: recording about four seconds of the riff ..."
+    await_line "MIDI triggered: Record"
     sleep 2
     screenshot 2-recording
     sleep 1.9
@@ -188,23 +220,32 @@ play_demonstration() {
     say "Return: the take plays as a loop ..."
     press Return
     await_line "Playback started"
-    sleep 9
+    sleep 4
     screenshot 3-looping
 
-    say "Space: stop."
-    press space
-    await_line "Playback stopped"
+    say "Another note: stop."
+    await_line "MIDI triggered: Stop"
     sleep 1
     screenshot 4-stopped
 
+    say "Tab, Tab, Space: the MIDI settings."
+    press Tab
+    press Tab
+    press space
+    wait_until 10 sheet_shown "MIDI Settings" || fail "the MIDI settings did not show"
+    sleep 1
+    screenshot 5-midi-settings "$sheet"
+    xdotool windowfocus --sync "$sheet" key Escape
+    wait_until 10 sheet_gone "MIDI Settings" || fail "the MIDI settings did not close"
+
     say "Ctrl+S, Return: the take goes into the library."
     press ctrl+s
-    wait_until 10 sheet_shown || fail "no sheet asked for the loop's name"
+    wait_until 10 sheet_shown "Save Loop" || fail "no sheet asked for the loop's name"
     sleep 1
-    import -window "$sheet" "$demo/5-saving.png" || fail "no picture could be taken of the sheet"
+    screenshot 6-saving "$sheet"
     xdotool windowfocus --sync "$sheet" key Return
     await_line "Successfully saved loop: "
-    wait_until 10 sheet_gone || fail "the sheet did not close after the save"
+    wait_until 10 sheet_gone "Save Loop" || fail "the sheet did not close after the save"
     xdotool windowfocus --sync "$window" key alt+F4
     wait_until 10 not_running "$tessivo" || fail "Tessivo did not end when its window was closed"
     wait "$tessivo" || fail "Tessivo ended with status $?, see $demo/tessivo.log"
@@ -233,7 +274,8 @@ play_demonstration() {
     say "  take.wav      the take, as Tessivo wrote it"
     say "  speaker.wav   what came out of the speaker"
     say "  SavedLoops/   the library: the take under its name, and the list of loops"
-    say "  1-ready.png 2-recording.png 3-looping.png 4-stopped.png 5-saving.png"
+    say "  1-ready.png 2-recording.png 3-looping.png 4-stopped.png"
+    say "  5-midi-settings.png 6-saving.png"
     say "  tessivo.log   what Tessivo said meanwhile"
 }
 
