@@ -63,15 +63,16 @@ alive() {
 
 # Ends the process named in DIR/NAME.pid with that signal, and insists after two seconds.
 end() {
-    local name=$1 signal=$2 attempt
-    if alive "$name"; then
-        kill -CONT "$(cat "$dir/$name.pid")" 2>/dev/null || true
-        kill -"$signal" "$(cat "$dir/$name.pid")" 2>/dev/null || true
+    local name=$1 signal=$2 attempt id
+    # The follower removes its own file when it is quicker than we are.
+    if alive "$name" && id=$(cat "$dir/$name.pid" 2>/dev/null); then
+        kill -CONT "$id" 2>/dev/null || true
+        kill -"$signal" "$id" 2>/dev/null || true
         for ((attempt = 0; attempt < 100; ++attempt)); do
             alive "$name" || break
             sleep 0.02
         done
-        alive "$name" && kill -KILL "$(cat "$dir/$name.pid")" 2>/dev/null
+        alive "$name" && kill -KILL "$id" 2>/dev/null
     fi
     rm -f "$dir/$name.pid"
 }
