@@ -1,8 +1,8 @@
 // From a controller's note to the looper's command, with the real window open in this process.
 //
-//   midi_benchmark latency [notes]           at a cycle of 64 frames
-//   midi_benchmark flood virtual [seconds]   50,000 notes a second, put in by hand
-//   midi_benchmark flood server [seconds]    5,000 notes a second, over a sound server
+//   midi_benchmark latency [notes]                   at a cycle of 64 frames
+//   midi_benchmark flood virtual [seconds]           50,000 notes a second, put in by hand
+//   midi_benchmark flood server [seconds [quantum]]  5,000 notes a second, over a sound server
 
 #include "Common.h"
 #include "MidiWitness.h"
@@ -65,7 +65,7 @@ public:
         });
     }
     ~NotesRead() {
-        setLogSink({});
+        setLogSink([](std::string_view) {});
         close(nowhere_);
     }
     NotesRead(const NotesRead&) = delete;
@@ -338,7 +338,7 @@ int run(test::PrivatePipeWire& server, int argc, char** argv) {
     if (argument(1) == "flood" && argument(2) == "server") {
         return floodServer(server, std::chrono::seconds(number(3, 10)));
     }
-    std::puts("usage: midi_benchmark latency [notes] | flood virtual|server [seconds]");
+    std::puts("usage: midi_benchmark latency [notes] | flood virtual|server [seconds [quantum]]");
     return 2;
 }
 
@@ -346,7 +346,7 @@ int run(test::PrivatePipeWire& server, int argc, char** argv) {
 
 int main(int argc, char** argv) {
     const benchmark::PrivateHome home;
-    test::PrivatePipeWire server;
+    test::PrivatePipeWire server({"--quantum", argc > 4 ? argv[4] : "64"});
     const test::VirtualDisplay display;
     setenv("QT_QPA_PLATFORM", "xcb", 1);
     setenv("QT_QUICK_BACKEND", "software", 1);
