@@ -125,10 +125,10 @@ while not named('Tessivo'):
 roles = ('push button', 'check box')
 controls = pyatspi.findAllDescendants(named('Tessivo')[0], lambda c: c.getRoleName() in roles)
 print(*(f'{c.getRoleName()} {c.name}' for c in controls), sep=', ')
-controls[1].queryAction().doAction(0)
+controls[2].queryAction().doAction(0)
 )"}),
-              "push button Save, push button Record, push button Play, push button Stop, "
-              "push button Clear, check box Input Monitor\n");
+              "push button Save, push button MIDI Settings, push button Record, push button Play, "
+              "push button Stop, push button Clear, check box Input Monitor\n");
     stage.app->await("isRecording = true");
     EXPECT_EQ(stage.takes(), 1U);
 }
