@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QCoreApplication>
+#include <QEventLoop>
 #include <QTimer>
 
 #include <algorithm>
@@ -41,8 +42,9 @@ private:
 
 // Lets the main thread work for that long.
 inline void runEventsFor(std::chrono::milliseconds time) {
-    QTimer::singleShot(time, QCoreApplication::instance(), &QCoreApplication::quit);
-    QCoreApplication::exec();
+    QEventLoop loop; // the application's own would close the windows when it quits
+    QTimer::singleShot(time, Qt::PreciseTimer, &loop, &QEventLoop::quit);
+    loop.exec();
 }
 
 // Lets the main thread work until a condition holds; false when the time is over first.
@@ -75,5 +77,32 @@ inline double millisecondsBetween(std::chrono::steady_clock::time_point from,
                                   std::chrono::steady_clock::time_point to) {
     return std::chrono::duration<double, std::milli>(to - from).count();
 }
+
+// Measures how long the main thread was away from its event loop at most. The timer itself
+// comes every millisecond.
+class StallMeter {
+public:
+    StallMeter() {
+        timer_.setTimerType(Qt::PreciseTimer);
+        QObject::connect(&timer_, &QTimer::timeout, [this] { note(); });
+        timer_.start(1);
+    }
+
+    double longest() {
+        note();
+        return longest_;
+    }
+
+private:
+    void note() {
+        const auto now = std::chrono::steady_clock::now();
+        longest_ = std::max(longest_, millisecondsBetween(last_, now));
+        last_ = now;
+    }
+
+    QTimer timer_;
+    std::chrono::steady_clock::time_point last_ = std::chrono::steady_clock::now();
+    double longest_ = 0.0;
+};
 
 } // namespace tessivo::benchmark

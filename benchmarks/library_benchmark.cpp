@@ -19,6 +19,7 @@
 
 using namespace tessivo;
 using benchmark::millisecondsBetween;
+using benchmark::StallMeter;
 using Clock = std::chrono::steady_clock;
 
 namespace {
@@ -26,33 +27,6 @@ namespace {
 constexpr double kStallLimit = 50.0; // ms
 constexpr double kListLimit = 1000.0;
 constexpr double kRate = 48000.0;
-
-// Measures how long the main thread was away from its event loop at most. The timer itself
-// comes every millisecond.
-class StallMeter {
-public:
-    StallMeter() {
-        timer_.setTimerType(Qt::PreciseTimer);
-        QObject::connect(&timer_, &QTimer::timeout, [this] { note(); });
-        timer_.start(1);
-    }
-
-    double longest() {
-        note();
-        return longest_;
-    }
-
-private:
-    void note() {
-        const auto now = Clock::now();
-        longest_ = std::max(longest_, millisecondsBetween(last_, now));
-        last_ = now;
-    }
-
-    QTimer timer_;
-    Clock::time_point last_ = Clock::now();
-    double longest_ = 0.0;
-};
 
 std::filesystem::path folder() {
     return LoopFileManager::savedLoopsDirectory().toLocalFile().toStdString();

@@ -42,3 +42,19 @@ function(tessivo_test name)
     endif()
     gtest_discover_tests(${name} DISCOVERY_MODE PRE_TEST NO_PRETTY_VALUES PROPERTIES ${properties})
 endfunction()
+
+# tessivo_describe_types(target): descriptions of a Qt library's types for the QML compiler.
+function(tessivo_describe_types target)
+    qt_extract_metatypes(${target})
+    # In a build folder from before the library was described, its generated code lacks them
+    # and would not be generated again.
+    get_target_property(folder ${target} BINARY_DIR)
+    set(folder ${folder}/${target}_autogen)
+    file(GLOB_RECURSE generated ${folder}/moc_*.cpp)
+    foreach(source ${generated})
+        if(NOT EXISTS ${source}.json)
+            file(REMOVE_RECURSE ${folder})
+            break()
+        endif()
+    endforeach()
+endfunction()

@@ -71,8 +71,8 @@ MIDIManager& MIDIManager::shared() {
 
 std::shared_ptr<MIDIManager> MIDIManager::make(std::shared_ptr<midi::MidiSystem> system,
                                                std::size_t mostNotesWaiting) {
-    const std::shared_ptr<MIDIManager> manager(new MIDIManager(std::move(system), mostNotesWaiting),
-                                               destroyOnMainThread);
+    std::shared_ptr<MIDIManager> manager(new MIDIManager(std::move(system), mostNotesWaiting),
+                                         destroyOnMainThread);
     manager->start();
     return manager;
 }

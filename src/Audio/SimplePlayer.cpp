@@ -3,8 +3,8 @@
 #include "Platform/Sound/AudioEngine.h"
 #include "Platform/System/LogLine.h"
 #include "Platform/System/MainQueue.h"
+#include "Platform/System/Paths.h"
 
-#include <QFileInfo>
 #include <QPointer>
 
 #include <algorithm>
@@ -36,8 +36,7 @@ SimplePlayer::~SimplePlayer() {
 }
 
 void SimplePlayer::loadAudioFile(const QUrl& url) {
-    audioFile_ =
-        std::make_shared<sound::AudioFileReader>(QFileInfo(url.toLocalFile()).filesystemFilePath());
+    audioFile_ = std::make_shared<sound::AudioFileReader>(pathOf(url));
     currentURL_ = url;
     logLine("Audio file loaded: " + url.toString().toStdString());
     if (isPlaying_) {

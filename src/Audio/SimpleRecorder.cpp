@@ -3,9 +3,8 @@
 #include "Audio/SimpleAudioEngine.h"
 #include "Platform/Sound/AudioFile.h"
 #include "Platform/System/LogLine.h"
+#include "Platform/System/Paths.h"
 #include "Utils/AudioUtils.h"
-
-#include <QFileInfo>
 
 #include <cstdint>
 #include <exception>
@@ -18,10 +17,6 @@ namespace {
 
 // A progress line for every so many buffers: at 48 kHz one in about four seconds.
 constexpr std::int64_t kProgressInterval = 100;
-
-std::filesystem::path pathOf(const QUrl& url) {
-    return QFileInfo(url.toLocalFile()).filesystemFilePath();
-}
 
 std::string text(bool value) {
     return value ? "true" : "false";

@@ -1,6 +1,7 @@
 #include "Models/LibraryFile.h"
 
 #include "Models/LibraryMetadata.h"
+#include "Platform/System/Paths.h"
 #include "Platform/System/SerialQueue.h"
 #include "Utils/LoopFileManager.h"
 
@@ -10,10 +11,8 @@
 #include <QSaveFile>
 
 #include <cerrno>
-#include <fcntl.h>
 #include <filesystem>
 #include <system_error>
-#include <unistd.h>
 
 namespace tessivo {
 namespace {
@@ -38,16 +37,6 @@ fs::path unusedDatedName() {
         name = stem + u'-' + QString::number(i) + QStringLiteral(".json");
     }
     return nativePath(name);
-}
-
-// A rename is on the disk only when the folder is.
-void syncFolder() {
-    const auto folder = nativePath(metadataPath()).parent_path();
-    const int descriptor = ::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-    if (descriptor >= 0) {
-        ::fsync(descriptor);
-        ::close(descriptor);
-    }
 }
 
 } // namespace
@@ -95,7 +84,7 @@ void LibraryFile::write(const std::vector<SavedLoop>& loops) {
     if (!file.open(QIODevice::WriteOnly) || file.write(bytes) != bytes.size() || !file.commit()) {
         throw std::runtime_error(file.errorString().toStdString());
     }
-    syncFolder();
+    syncFolder(nativePath(metadataPath()).parent_path());
 }
 
 void LibraryFile::keepBeside() {

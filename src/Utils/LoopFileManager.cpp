@@ -4,8 +4,8 @@
 #include "Platform/Sound/AudioError.h"
 #include "Platform/Sound/AudioFile.h"
 #include "Platform/System/DocumentsDirectory.h"
+#include "Platform/System/Paths.h"
 
-#include <QFileInfo>
 #include <QTextBoundaryFinder>
 
 #include <algorithm>
@@ -28,10 +28,6 @@ constexpr qint64 kFreeSpaceReserve = 10'485'760; // bytes
 constexpr qsizetype kLongestBase = 50;           // characters as a reader counts them
 // A file system's limit for names, less the extension and room for a counter.
 constexpr qsizetype kLongestBaseBytes = 255 - 4 - 11;
-
-fs::path pathOf(const QUrl& url) {
-    return QFileInfo(url.toLocalFile()).filesystemFilePath();
-}
 
 std::system_error systemError(int code, const std::string& what, const fs::path& path) {
     return {code, std::generic_category(), what + " \"" + path.filename().string() + "\""};
@@ -103,16 +99,6 @@ void copyBytes(const fs::path& from, int to) {
     if (::fstat(source.get(), &status) != 0 || ::fchmod(to, status.st_mode & 0777) != 0 ||
         ::fsync(to) != 0) {
         throw systemError(errno, "Could not copy", from);
-    }
-}
-
-// The new name is on the disk as soon as the folder is. Not every file system can be asked
-// for that, and the file itself is there already.
-void syncFolder(const fs::path& folder) {
-    const int descriptor = ::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-    if (descriptor >= 0) {
-        ::fsync(descriptor);
-        ::close(descriptor);
     }
 }
 

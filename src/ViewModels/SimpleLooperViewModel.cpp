@@ -6,9 +6,8 @@
 #include "Platform/Sound/PipeWireDevice.h"
 #include "Platform/System/LogLine.h"
 #include "Platform/System/MainQueue.h"
+#include "Platform/System/Paths.h"
 #include "Utils/LoopFileManager.h"
-
-#include <QFileInfo>
 
 #include <chrono>
 #include <exception>
@@ -25,7 +24,7 @@ constexpr std::chrono::milliseconds kPlaybackDelay{100};
 
 // Asks the disk for the size of a take that is there, and reports when it will not say.
 void checkRecordingFile(const QUrl& url) {
-    const auto path = QFileInfo(url.toLocalFile()).filesystemFilePath();
+    const auto path = pathOf(url);
     constexpr auto kUnknown = static_cast<std::uintmax_t>(-1);
     std::error_code error;
     if (std::filesystem::exists(path, error) &&

@@ -114,10 +114,6 @@ std::vector<float> repeated(const std::vector<float>& pass, std::size_t frames) 
     return result;
 }
 
-std::filesystem::path pathOf(const QUrl& url) {
-    return url.toLocalFile().toStdString();
-}
-
 QUrl urlOf(const std::filesystem::path& path) {
     return QUrl::fromLocalFile(QString::fromStdString(path.string()));
 }

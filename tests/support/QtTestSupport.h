@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Platform/System/Paths.h"
 #include "support/OfflineRig.h"
 
 #include <QUrl>
@@ -70,7 +71,6 @@ Channels hearStart(sound::OfflineDevice& device, std::size_t frames);
 // A loop of that pass, heard for that long.
 std::vector<float> repeated(const std::vector<float>& pass, std::size_t frames);
 
-std::filesystem::path pathOf(const QUrl& url);
 QUrl urlOf(const std::filesystem::path& path);
 
 } // namespace tessivo::test

@@ -22,8 +22,10 @@ bool PacketQueue::push(std::uint64_t time, std::span<const std::uint8_t> bytes) 
     const auto length = static_cast<std::uint32_t>(bytes.size());
     const Header header{time, length, 0};
     const auto write = [this, capacity](std::uint32_t at, const void* data, std::uint32_t size) {
-        spa_ringbuffer_write_data(&ring_, storage_.data(), capacity, at & (capacity - 1), data,
-                                  size);
+        if (size > 0) { // nothing may be at no address
+            spa_ringbuffer_write_data(&ring_, storage_.data(), capacity, at & (capacity - 1), data,
+                                      size);
+        }
     };
     write(index, &header, sizeof(header));
     write(index + static_cast<std::uint32_t>(sizeof(header)), bytes.data(), length);
@@ -38,8 +40,10 @@ bool PacketQueue::pop(std::uint64_t& time, std::vector<std::uint8_t>& bytes) {
         return false;
     }
     const auto read = [this, capacity](std::uint32_t at, void* data, std::uint32_t size) {
-        spa_ringbuffer_read_data(&ring_, storage_.data(), capacity, at & (capacity - 1), data,
-                                 size);
+        if (size > 0) {
+            spa_ringbuffer_read_data(&ring_, storage_.data(), capacity, at & (capacity - 1), data,
+                                     size);
+        }
     };
     Header header{};
     read(index, &header, sizeof(header));

@@ -1,0 +1,128 @@
+#include "Models/MIDIConfiguration.h"
+#include "Platform/Midi/VirtualMidi.h"
+#include "Platform/System/Preferences.h"
+#include "Utils/MIDIUtils.h"
+#include "support/QtTestSupport.h"
+
+#include <gtest/gtest.h>
+
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QSettings>
+
+#include <fstream>
+
+using namespace tessivo;
+using namespace tessivo::test;
+
+namespace {
+
+const QString kKey = "MIDIConfiguration";
+
+std::filesystem::path preferencesFolder() {
+    return TemporaryHome::path() / ".config" / "Tessivo";
+}
+
+} // namespace
+
+TEST(MIDIConfigurationTest, FindsTheFirstCommandOfANote) {
+    using Action = TransportAction;
+    constexpr MIDIConfiguration configuration{10, 10, 11, 12};
+    EXPECT_EQ(configuration.actionForNote(10), Action::record);
+    EXPECT_EQ(configuration.actionForNote(11), Action::stop);
+    EXPECT_EQ(configuration.actionForNote(12), Action::clear);
+    EXPECT_EQ(configuration.actionForNote(13), std::nullopt);
+    EXPECT_EQ((MIDIConfiguration{9, 200, 200, 200}.actionForNote(200)), Action::play);
+}
+
+TEST(MIDIConfigurationTest, StoresTheMappingAsBytesOfJsonForTheNextRun) {
+    const TemporaryHome home;
+    EXPECT_EQ(MIDIConfiguration::load(), (MIDIConfiguration{80, 0, 1, 2}));
+    const MIDIConfiguration chosen{60, 61, 62, 255};
+    chosen.save();
+    EXPECT_EQ(MIDIConfiguration::load(), chosen);
+
+    const auto path = preferencesFolder() / "Tessivo.conf";
+    const QSettings file(QString::fromStdString(path.string()), QSettings::IniFormat);
+    EXPECT_EQ(file.allKeys(), QStringList(kKey));
+    const QVariant stored = file.value(kKey);
+    ASSERT_EQ(stored.typeId(), QMetaType::QByteArray);
+    EXPECT_FALSE(stored.toByteArray().contains(' '));
+    EXPECT_EQ(
+        QJsonDocument::fromJson(stored.toByteArray()).object(),
+        (QJsonObject{{"recordNote", 60}, {"playNote", 61}, {"stopNote", 62}, {"clearNote", 255}}));
+}
+
+TEST(MIDIConfigurationTest, TakesAStoredMappingWholeOrNotAtAllAndSilently) {
+    const TemporaryHome home;
+    CapturedLines lines;
+    const auto loaded = [](const QByteArray& stored) {
+        Preferences::setData(kKey, stored);
+        return MIDIConfiguration::load();
+    };
+    const QByteArray whole = R"({"recordNote":5,"playNote":6,"stopNote":7,"clearNote":8})";
+    EXPECT_EQ(loaded(whole), (MIDIConfiguration{5, 6, 7, 8}));
+    EXPECT_EQ(loaded("\n{ \"clearNote\" : 0,\t\"stopNote\": 255, \"extra\": {},"
+                     "\"recordNote\": 9, \"playNote\": 4 } \n"),
+              (MIDIConfiguration{9, 4, 255, 0}));
+    const MIDIConfiguration defaults;
+    for (const char* note : {"300", "-1", "256", "6.5", "\"6\"", "true", "null", "[6]", "1e300"}) {
+        EXPECT_EQ(loaded(QByteArray(whole).replace("6", note)), defaults) << note;
+    }
+    for (const char* key : {"recordNote", "playNote", "stopNote", "clearNote"}) {
+        EXPECT_EQ(loaded(QByteArray(whole).replace(key, "otherNote")), defaults) << key;
+    }
+    for (int length = 0; length < whole.size(); length += 6) {
+        EXPECT_EQ(loaded(whole.first(length)), defaults) << length;
+    }
+    EXPECT_EQ(loaded("[" + whole + "]"), defaults);
+    EXPECT_EQ(loaded(whole + "x"), defaults);
+    EXPECT_EQ(Preferences::data(kKey), whole + "x"); // a bad mapping stays where it is
+    {
+        QSettings other(QSettings::NativeFormat, QSettings::UserScope, "Tessivo", "Tessivo");
+        other.setValue(kKey, QString::fromUtf8(whole));
+    }
+    EXPECT_EQ(Preferences::data(kKey), std::nullopt);
+    EXPECT_EQ(MIDIConfiguration::load(), defaults);
+    EXPECT_EQ(lines.take(), Lines());
+}
+
+TEST(MIDIConfigurationTest, SaysWhenItCannotBeStoredAndKeepsThePreviousMapping) {
+    const TemporaryHome home;
+    CapturedLines lines;
+    const MIDIConfiguration failing{1, 2, 3, 4};
+    const auto saveFails = [&lines, &failing] {
+        failing.save();
+        const Lines said = lines.take();
+        return said.size() == 1 && said[0].rfind("Failed to save MIDI configuration: ", 0) == 0;
+    };
+    // A file stands where the folder is to be, then a folder where the file is to be.
+    const auto folder = preferencesFolder();
+    std::filesystem::create_directories(folder.parent_path());
+    std::ofstream(folder).put('x');
+    EXPECT_TRUE(saveFails());
+    EXPECT_EQ(MIDIConfiguration::load(), MIDIConfiguration());
+    std::filesystem::remove(folder);
+    MIDIConfiguration{60, 61, 62, 63}.save();
+    EXPECT_TRUE(std::filesystem::remove(folder / "Tessivo.conf"));
+    std::filesystem::create_directories(folder / "Tessivo.conf");
+    EXPECT_TRUE(saveFails());
+    EXPECT_NE(MIDIConfiguration::load(), failing);
+}
+
+TEST(MIDIUtilsTest, NamesNotesAndListsTheSourcesThatHaveAName) {
+    const std::vector<std::pair<std::uint8_t, QString>> names{
+        {0, "C-1"},  {1, "C#-1"}, {11, "B-1"}, {12, "C0"},   {60, "C4"},   {69, "A4"},
+        {70, "A#4"}, {80, "G#5"}, {127, "G9"}, {128, "G#9"}, {255, "D#20"}};
+    for (const auto& [note, name] : names) {
+        EXPECT_EQ(MIDIUtils::midiNoteToName(note), name);
+    }
+    const auto system = std::make_shared<midi::VirtualMidi>();
+    midi::MidiSystem::setShared(system);
+    EXPECT_TRUE(MIDIUtils::getAvailableMIDISources().empty());
+    system->addSource(std::nullopt);
+    const std::vector<MIDISource> expected{{"Klavier ü", system->addSource("Klavier ü")},
+                                           {"Pads", system->addSource("Pads")}};
+    EXPECT_EQ(MIDIUtils::getAvailableMIDISources(), expected);
+    midi::MidiSystem::setShared({});
+}

@@ -1,0 +1,84 @@
+#include "Audio/MIDIManager.h"
+#include "Platform/Midi/PipeWirePackets.h"
+#include "Platform/Midi/VirtualMidi.h"
+#include "Platform/System/LogLine.h"
+
+#include <QCoreApplication>
+
+#include <algorithm>
+#include <cstdint>
+#include <cstdlib>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+using namespace tessivo;
+
+namespace {
+
+// Hands packets to its client's handler without a thread between them.
+class DirectMidi : public midi::VirtualMidi {
+public:
+    midi::Status createInputPort(midi::ClientRef client, const std::string& name,
+                                 midi::PacketHandler handler, midi::PortRef& port) override {
+        handler_ = std::move(handler);
+        return VirtualMidi::createInputPort(client, name, {}, port);
+    }
+
+    void deliver(midi::PacketList packets) const { handler_(packets); }
+
+private:
+    midi::PacketHandler handler_;
+};
+
+struct Listener {
+    Listener() {
+        setLogSink([this](std::string_view line) {
+            notesTold += line.starts_with("🎵 MIDI Note On: ") ? 1U : 0U;
+        });
+        manager = MIDIManager::make(system);
+    }
+
+    int argumentCount = 0;
+    QCoreApplication application{argumentCount, nullptr};
+    std::shared_ptr<DirectMidi> system = std::make_shared<DirectMidi>();
+    std::shared_ptr<MIDIManager> manager;
+    midi::PacketQueue queue;
+    std::size_t notesTold = 0;
+};
+
+} // namespace
+
+// Whatever a server's buffer holds, the packets found in it are pieces of it, one behind the
+// other, and of these exactly those that begin with a note-on are taken for notes.
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+    static auto& listener = *new Listener; // beyond the end of the process's statics
+    midi::PacketQueue& queue = listener.queue;
+    midi::copyPackets({data, size}, {1'000, 20'833.3}, queue);
+
+    std::vector<std::vector<std::uint8_t>> bytes(1);
+    std::vector<std::uint64_t> times(1);
+    while (queue.pop(times.back(), bytes.back())) {
+        bytes.emplace_back();
+        times.emplace_back();
+    }
+    std::vector<midi::Packet> packets;
+    std::size_t notes = 0;
+    const std::uint8_t* rest = data;
+    for (std::size_t i = 0; i + 1 < bytes.size(); ++i) {
+        const auto found = std::search(rest, data + size, bytes[i].begin(), bytes[i].end());
+        if (found == data + size && !bytes[i].empty()) {
+            std::abort();
+        }
+        rest = found + bytes[i].size();
+        notes += bytes[i].size() >= 3 && (bytes[i][0] & 0xF0U) == 0x90 ? 1U : 0U;
+        packets.push_back({times[i], bytes[i]});
+    }
+    listener.notesTold = 0;
+    listener.system->deliver(packets);
+    if (queue.lost() != 0 || listener.notesTold != notes) {
+        std::abort();
+    }
+    QCoreApplication::processEvents();
+    return 0;
+}
