@@ -40,6 +40,7 @@ Rectangle {
         }
 
         Text {
+            anchors.verticalCenter: parent.verticalCenter
             width: Math.max(Theme.mappingLabelWidth, implicitWidth)
             text: root.mapping.label
             font: Theme.body

@@ -103,6 +103,7 @@ T.ApplicationWindow {
             }
 
             PushButton {
+                anchors.horizontalCenter: parent.horizontalCenter
                 text: "Reset to Defaults"
                 tint: Theme.red
                 onTriggered: root.showingResetConfirmation = true

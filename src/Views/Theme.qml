@@ -55,6 +55,8 @@ QtObject {
     readonly property font caption: scaledSystemFont(0.9, Font.Normal)
     readonly property font monospacedBody: scaledSystemFont(1, Font.Normal, "monospace")
     readonly property font monospacedCaption: scaledSystemFont(0.9, Font.Normal, "monospace")
+    readonly property int smallestPixelSize: 8
+    readonly property int smallestPointSize: 6
     readonly property font productName: Qt.font({
         family: "CircularStd-Bold",
         pixelSize: 24,
@@ -106,7 +108,7 @@ QtObject {
     readonly property real deviceRowPadding: 2
     readonly property real mappingRowPadding: 4
     readonly property real mappingRowRadius: 4
-    readonly property real mappingColumnSpacing: 5
+    readonly property real mappingColumnSpacing: 4
     readonly property real mappingIconSize: 16
     readonly property real mappingLabelWidth: 60
     readonly property real noteNameWidth: Math.max(40, widestNoteName.advanceWidth)

@@ -90,23 +90,24 @@ TEST(MIDIConfigurationTest, TakesAStoredMappingWholeOrNotAtAllAndSilently) {
 TEST(MIDIConfigurationTest, SaysWhenItCannotBeStoredAndKeepsThePreviousMapping) {
     const TemporaryHome home;
     CapturedLines lines;
-    const auto saveFails = [&lines] {
-        MIDIConfiguration{1, 2, 3, 4}.save();
+    const MIDIConfiguration failing{1, 2, 3, 4};
+    const auto saveFails = [&lines, &failing] {
+        failing.save();
         const Lines said = lines.take();
         return said.size() == 1 && said[0].rfind("Failed to save MIDI configuration: ", 0) == 0;
     };
-    // A folder stands where the file is to be written.
-    const auto path = preferencesFolder() / "Tessivo.conf";
-    std::filesystem::create_directories(path);
+    // A file stands where the folder is to be, then a folder where the file is to be.
+    const auto folder = preferencesFolder();
+    std::filesystem::create_directories(folder.parent_path());
+    std::ofstream(folder).put('x');
     EXPECT_TRUE(saveFails());
     EXPECT_EQ(MIDIConfiguration::load(), MIDIConfiguration());
-    std::filesystem::remove(path);
-    const MIDIConfiguration chosen{60, 61, 62, 63};
-    chosen.save();
-    std::filesystem::remove(path);
-    std::filesystem::create_directories(path);
+    std::filesystem::remove(folder);
+    MIDIConfiguration{60, 61, 62, 63}.save();
+    EXPECT_TRUE(std::filesystem::remove(folder / "Tessivo.conf"));
+    std::filesystem::create_directories(folder / "Tessivo.conf");
     EXPECT_TRUE(saveFails());
-    EXPECT_NE(MIDIConfiguration::load(), (MIDIConfiguration{1, 2, 3, 4}));
+    EXPECT_NE(MIDIConfiguration::load(), failing);
 }
 
 TEST(MIDIUtilsTest, NamesNotesAndListsTheSourcesThatHaveAName) {

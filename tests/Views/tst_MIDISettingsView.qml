@@ -206,7 +206,9 @@ Item {
             };
             const answered = () => tryVerify(() => !shown("Reset MIDI Configuration"));
             ask();
-            verify(shown("This will reset all MIDI note mappings to their default values."));
+            const words = item("This will reset all MIDI note mappings to their default values.");
+            verify(words.contentWidth <= words.width && words.contentHeight <= words.height,
+                   "all of it can be read");
             const buttons = () => Array.from(item("Reset").parent.children).filter(
                 child => child.Accessible.role === Accessible.Button);
             compare(buttons().map(button => button.text), ["Cancel", "Reset"]);

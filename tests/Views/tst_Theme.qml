@@ -38,6 +38,13 @@ Item {
                 const badge = blend(Theme[name], Theme.controlBackground, Theme.tint);
                 least("badge " + name, Theme[name], badge, 3);
             }
+            least("name of the device", Theme.blue, Theme.controlBackground, 4.5);
+            least("default button", Theme.primaryText,
+                  blend(Theme.primaryText, Theme.controlBackground, Theme.buttonFace.a), 7);
+            for (const name of ["red", "blue"]) {
+                const face = blend(Theme[name], Theme.controlBackground, Theme.buttonTint);
+                least("button " + name, Theme[name], face, 4);
+            }
             for (const name of ["red", "green", "orange", "gray"])
                 least("icon on " + name, Theme.onColor, Theme[name], 3);
             least("icon on yellow", Theme.onColor, Theme.yellow, 2.2);

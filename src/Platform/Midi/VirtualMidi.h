@@ -51,7 +51,7 @@ public:
 
 private:
     struct Source {
-        EndpointRef reference;
+        EndpointRef reference = 0;
         std::optional<std::string> name;
     };
     std::vector<Source>::iterator find(EndpointRef source);

@@ -26,7 +26,9 @@ T.Popup {
     }
 
     anchors.centerIn: parent
-    width: Math.min(Theme.alertWidth, parent ? parent.width - 2 * margins : 0)
+    // Never without any width, not even before there is a window: a message that was once laid
+    // out in one would stay on its one line.
+    width: Math.min(Theme.alertWidth, parent?.width > 0 ? parent.width - 2 * margins : Infinity)
     height: Math.min(implicitHeight, parent ? parent.height - 2 * margins : 0)
     implicitHeight: heading.implicitHeight + words.implicitHeight + row.implicitHeight
         + 2 * Theme.alertSpacing + topPadding + bottomPadding
@@ -68,7 +70,7 @@ T.Popup {
         anchors.topMargin: Theme.alertSpacing
         anchors.bottom: row.top
         anchors.bottomMargin: Theme.alertSpacing
-        width: parent.width
+        width: root.availableWidth
         text: root.message
         textFormat: Text.PlainText
         wrapMode: Text.Wrap

@@ -2,7 +2,7 @@ import QtQuick
 import Tessivo
 
 // A button with a frame and a text. The prominent one is what the sheet is there for; one with a
-// tint of its own says by its colour what it does.
+// tint of its own says by its colour what it does, as legibly on a tinted surface as elsewhere.
 PlainButton {
     id: root
 
@@ -18,7 +18,8 @@ PlainButton {
             return Theme.buttonFace;
         if (prominent)
             return Theme.accent;
-        return tinted ? Qt.alpha(tint, Theme.buttonTint) : Theme.buttonFace;
+        return tinted ? Qt.tint(Theme.controlBackground, Qt.alpha(tint, Theme.buttonTint))
+                      : Theme.buttonFace;
     }
     readonly property color textColor: {
         if (!enabled)
@@ -42,9 +43,12 @@ PlainButton {
         id: label
 
         anchors.centerIn: parent
-        width: Math.min(implicitWidth, root.width - 2 * Theme.smallButtonVerticalPadding)
+        width: Math.min(implicitWidth, root.width - Theme.smallButtonVerticalPadding)
         horizontalAlignment: Text.AlignHCenter
+        verticalAlignment: Text.AlignVCenter
         fontSizeMode: Text.HorizontalFit
+        minimumPixelSize: Theme.smallestPixelSize
+        minimumPointSize: Theme.smallestPointSize
         text: root.text
         font: root.font
         color: root.textColor

@@ -11,14 +11,15 @@
 
 using namespace tessivo::midi;
 using namespace tessivo::test;
+using std::chrono::milliseconds;
 
 namespace {
 
 using Bytes = std::vector<std::uint8_t>;
 
-// A client that writes down what it is told, and can be made to take its time over it.
+// A client that writes down what it is told, and may take its time over packets.
 struct Listener {
-    explicit Listener(VirtualMidi& system) {
+    explicit Listener(VirtualMidi& system, milliseconds pause = {}) {
         system.createClient(
             "client",
             [this](SetupChange change) {
@@ -29,8 +30,9 @@ struct Listener {
             client);
         system.createInputPort(
             client, "port",
-            [this, held = token](PacketList list) {
+            [this, pause, held = token](PacketList list) {
                 running = true;
+                std::this_thread::sleep_for(pause);
                 const std::scoped_lock lock(mutex);
                 threads.insert(std::this_thread::get_id());
                 for (const Packet& packet : list) {
@@ -67,7 +69,6 @@ TEST(VirtualMidiTest, DeliversPacketsAsTheyAreAndNoticesInOrderOnOneThreadOfItsO
     Listener listener(system);
     const EndpointRef keys = system.addSource("Keys");
     const EndpointRef nameless = system.addSource(std::nullopt);
-    EXPECT_NE(keys, nameless);
     EXPECT_FALSE(system.send(keys, {0x90, 60, 1})); // nobody listens yet
     ASSERT_EQ(system.connectSource(listener.port, keys), 0);
     EXPECT_FALSE(system.send(nameless, {0x90, 60, 1}));
@@ -93,34 +94,9 @@ TEST(VirtualMidiTest, DeliversPacketsAsTheyAreAndNoticesInOrderOnOneThreadOfItsO
     EXPECT_EQ(system.lostPackets(), 0U);
 }
 
-TEST(VirtualMidiTest, CountsWhatComesFasterThanItIsTakenAndKeepsTheRestInOrder) {
-    VirtualMidi system;
-    Listener listener(system);
-    const EndpointRef keys = system.addSource("Keys");
-    system.connectSource(listener.port, keys);
-    std::vector<Bytes> accepted;
-    std::uint64_t refused = 0;
-    {
-        const std::scoped_lock stuck(listener.mutex);
-        for (std::uint32_t n = 0; n < 70'000; ++n) {
-            const Bytes packet{0x90, static_cast<std::uint8_t>(n),
-                               static_cast<std::uint8_t>(n >> 8U)};
-            if (system.send(keys, packet)) {
-                accepted.push_back(packet);
-            } else {
-                ++refused;
-            }
-        }
-    }
-    EXPECT_GT(refused, 0U);
-    EXPECT_EQ(system.lostPackets(), refused);
-    EXPECT_TRUE(listener.waitUntil([&] { return listener.packets.size() >= accepted.size(); }));
-    EXPECT_TRUE(listener.packets == accepted);
-}
-
 TEST(VirtualMidiTest, LetsGoOfAHandlerOnceItHasReturnedAndKnowsOnlyWhatIsThere) {
     VirtualMidi system;
-    Listener listener(system);
+    Listener listener(system, milliseconds(100));
     const EndpointRef keys = system.addSource("Keys");
     ClientRef client = 9;
     PortRef port = 9;
@@ -133,21 +109,11 @@ TEST(VirtualMidiTest, LetsGoOfAHandlerOnceItHasReturnedAndKnowsOnlyWhatIsThere) 
     EXPECT_EQ(system.source(1), 0U);
     ASSERT_EQ(system.connectSource(listener.port, keys), 0);
 
-    std::atomic<bool> stuck{false};
-    std::thread holder([&] {
-        const std::scoped_lock lock(listener.mutex);
-        stuck = true;
-        EXPECT_TRUE(eventually([&] { return listener.running.load(); }));
-        std::this_thread::sleep_for(std::chrono::milliseconds(50));
-        EXPECT_TRUE(listener.running);
-    });
-    EXPECT_TRUE(eventually([&] { return stuck.load(); }));
     system.send(keys, {0x90, 60, 1});
     EXPECT_TRUE(eventually([&] { return listener.running.load(); }));
     system.disposeClient(listener.client); // and its port
     EXPECT_FALSE(listener.running);
     EXPECT_EQ(listener.token.use_count(), 1);
-    holder.join();
     EXPECT_EQ(listener.packets.size(), 1U);
     EXPECT_FALSE(system.send(keys, {0x90, 60, 1}));
     EXPECT_FALSE(system.hasPort());
