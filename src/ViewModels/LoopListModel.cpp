@@ -108,6 +108,7 @@ LoopListModel::Steps::Steps(const std::vector<Row>& from, const std::vector<Row>
 LoopListModel::LoopListModel(QObject* parent)
     : QAbstractListModel(parent) {
     datesTimer_.setSingleShot(true);
+    datesTimer_.setTimerType(Qt::PreciseTimer); // never within the second that it ends
     connect(&datesTimer_, &QTimer::timeout, this, &LoopListModel::refreshDates);
 }
 
