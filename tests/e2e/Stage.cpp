@@ -1,6 +1,7 @@
 #include "e2e/Stage.h"
 
 #include <algorithm>
+#include <sstream>
 #include <stdexcept>
 
 namespace tessivo::test {
@@ -31,6 +32,53 @@ testing::AssertionResult isMarked(const Channels& samples) {
     }
     return testing::AssertionFailure() << samples.size() << " channels, " << marked << " of "
                                        << samples.front().size() << " frames are as played";
+}
+
+namespace {
+
+// Of our program's windows, those with that title; of what is in them, all with that name or role.
+constexpr const char* kReader = R"(
+import pyatspi, sys, time
+def found(matches):
+    for application in pyatspi.Registry.getDesktop(0):
+        for window in application or ():
+            if window and window.name == sys.argv[1]:
+                yield from pyatspi.findAllDescendants(window, matches)
+)";
+
+} // namespace
+
+void touch(const std::string& window, const std::string& name) {
+    runProgram({"/usr/bin/python3", "-c", std::string(kReader) + R"(
+def touched():
+    try:
+        for match in found(lambda c: c.name == sys.argv[2]):
+            if match.getRoleName() in ('push button', 'menu item'):
+                match.queryAction().doAction(0)
+            return True
+    except Exception: # it has just gone
+        pass
+while not touched():
+    time.sleep(0.05)
+)",
+                window, name},
+               10s);
+}
+
+std::vector<std::string> listed(const std::string& window) {
+    std::istringstream lines(runProgram({"/usr/bin/python3", "-c", std::string(kReader) + R"(
+def place(item):
+    return item.queryComponent().getExtents(pyatspi.DESKTOP_COORDS).y
+for item in sorted(found(lambda c: c.getRoleName() == 'list item'), key=place):
+    print(item.name)
+)",
+                                         window},
+                                        10s));
+    std::vector<std::string> all;
+    for (std::string line; std::getline(lines, line);) {
+        all.push_back(line);
+    }
+    return all;
 }
 
 Heard::Heard(const Channels& sound, const Channels& loop) {

@@ -1,0 +1,169 @@
+#include "e2e/Stage.h"
+
+#include <gtest/gtest.h>
+
+#include <fstream>
+#include <map>
+
+// The library as its owner has it: filled, looked through, changed, and found again as it was left.
+namespace tessivo::test {
+
+namespace {
+
+using namespace std::chrono_literals;
+using Names = std::vector<std::string>;
+
+constexpr const char* kLibrary = "Loop Library";
+
+std::string bytesOf(const std::filesystem::path& file) {
+    std::ifstream stream(file, std::ios::binary);
+    return {std::istreambuf_iterator<char>(stream), {}};
+}
+
+void type(AppProcess& app, const std::string& word) {
+    for (const char letter : word) {
+        app.press(std::string(1, letter));
+    }
+}
+
+void openLibrary(AppProcess& app) {
+    app.press("ctrl+o");
+    app.awaitWindow(kLibrary);
+}
+
+// Rows fade and move for a moment.
+testing::AssertionResult lists(const Names& expected) {
+    Names last;
+    const bool does = eventually([&] { return (last = listed(kLibrary)) == expected; }, 5s);
+    return (does ? testing::AssertionSuccess() : testing::AssertionFailure())
+           << testing::PrintToString(last);
+}
+
+// What a loop sounds like at a preview's volume.
+Channels quieter(Channels loop) {
+    for (auto& channel : loop) {
+        for (float& sample : channel) {
+            sample *= 0.7F;
+        }
+    }
+    return loop;
+}
+
+TEST(LibraryTest, WholeRoadIsFoundAsItWasLeft) {
+    Stage stage;
+    stage.start(kReadable);
+    stage.feed();
+    AppProcess* app = &*stage.app;
+    std::map<std::string, Channels> takes;
+    for (const auto& [name, seconds] :
+         std::map<std::string, double>{{"beat", 0.9}, {"pad", 0.3}, {"vibe", 0.6}}) {
+        stage.beginTake();
+        stage.play(seconds);
+        stage.endTake();
+        takes[name] = readFile(stage.newestTake());
+        app->press("ctrl+s");
+        app->awaitWindow("Save Loop");
+        type(*app, name);
+        app->press("Return");
+        app->await("Successfully saved loop: " + name);
+        app->awaitWindow("Tessivo");
+        app->press("ctrl+BackSpace");
+        app->await("Loop cleared");
+    }
+
+    openLibrary(*app);
+    EXPECT_TRUE(lists({"vibe", "pad", "beat"}));
+    for (const auto& [order, names] : std::map<std::string, Names>{
+             {"Oldest First", {"beat", "pad", "vibe"}},
+             {"Name A-Z", {"beat", "pad", "vibe"}},
+             {"Name Z-A", {"vibe", "pad", "beat"}},
+             {"Shortest First", {"pad", "vibe", "beat"}},
+             {"Longest First", {"beat", "vibe", "pad"}},
+             {"Newest First", {"vibe", "pad", "beat"}},
+         }) {
+        touch(kLibrary, "Sort");
+        touch(kLibrary, order);
+        EXPECT_TRUE(lists(names)) << order;
+    }
+    type(*app, "be");
+    EXPECT_TRUE(lists({"vibe", "beat"}));
+
+    // Down leaves the search for the first row.
+    app->press("Down");
+    app->press("Down");
+    stage.listen();
+    app->press("space");
+    app->await("🎵 [PREVIEW] Started previewing: beat");
+    app->await("🎵 [PREVIEW] Preview completed", 5s);
+    const Channels beat = quieter(takes["beat"]);
+    const Heard heard(stage.sound(), beat);
+    EXPECT_EQ(heard.phase, 0U);
+    EXPECT_EQ(heard.exact, beat[0].size());
+
+    app->press("F2");
+    touch(kLibrary, "Rename Loop");
+    type(*app, "groove");
+    app->press("Return");
+    touch(kLibrary, "clear search");
+    EXPECT_TRUE(lists({"vibe", "pad", "groove"}));
+
+    app->press("ctrl+f");
+    app->press("Down");
+    app->press("End");
+    app->press("shift+F10");
+    touch(kLibrary, "Export");
+    app->awaitWindow("Export Loop");
+    type(*app, "out");
+    app->press("Return");
+    const auto exported = stage.documents() / "out.wav";
+    EXPECT_TRUE(eventually([&] { return std::filesystem::exists(exported); }));
+    EXPECT_TRUE(readFile(exported) == takes["beat"]);
+    app->awaitWindow(kLibrary);
+
+    app->press("Return");
+    app->awaitWindow("Tessivo");
+    stage.leaveServer();
+    stage.listen();
+    app->press("space");
+    app->await("Playback started");
+    EXPECT_TRUE(stage.hears(takes["beat"], 2));
+    app->press("space");
+    app->await("Playback stopped");
+
+    openLibrary(*app);
+    app->press("Down");
+    app->press("Delete");
+    touch(kLibrary, "Are you sure you want to delete 'vibe'? This action cannot be undone.");
+    touch(kLibrary, "Delete");
+    EXPECT_TRUE(lists({"pad", "groove"}));
+    app->press("Escape");
+    app->awaitWindow("Tessivo");
+    EXPECT_EQ(app->closeWindow(), 0);
+
+    stage.start(kReadable);
+    app = &*stage.app;
+    openLibrary(*app);
+    EXPECT_TRUE(lists({"pad", "groove"}));
+    const auto folder = stage.documents() / "SavedLoops";
+    EXPECT_TRUE(readFile(folder / "beat.wav") == takes["beat"]) << "a rename keeps the file";
+    EXPECT_FALSE(std::filesystem::exists(folder / "vibe.wav"));
+    EXPECT_NE(bytesOf(folder / "library.json").find(R"("name":"groove")"), std::string::npos);
+
+    // What goes wrong is said, and the window goes on.
+    std::ofstream(folder / "pad.wav") << "no sound at all";
+    app->press("Down");
+    app->press("space");
+    touch(kLibrary, "OK");
+    EXPECT_TRUE(lists({"pad", "groove"}));
+    std::ofstream(folder / "library.json") << "no list at all";
+    touch(kLibrary, "Refresh");
+    touch(kLibrary, "OK");
+    EXPECT_TRUE(lists({"beat"})) << "rebuilt from the files that can be played";
+    app->press("Escape");
+    app->awaitWindow("Tessivo");
+    EXPECT_EQ(app->closeWindow(), 0);
+}
+
+} // namespace
+
+} // namespace tessivo::test
