@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QObject>
 #include <QString>
 #include <QUuid>
 
@@ -22,7 +23,14 @@ bool sameText(const QString& a, const QString& b);
 
 // One loop of the library. An immutable value; every newly made one has an id of its own.
 class SavedLoop {
+    Q_GADGET
+    Q_PROPERTY(QString name READ name CONSTANT)
+    Q_PROPERTY(double duration READ duration CONSTANT)
+    Q_PROPERTY(qint64 fileSize READ fileSize CONSTANT)
+
 public:
+    // No loop at all, with a null id: what a view holds before it is given one.
+    SavedLoop() = default;
     // The file name is that of the audio file inside the saved-loops folder, without a
     // directory part; duration is in seconds, fileSize in bytes.
     SavedLoop(QString name, QString filename, SecondsSince2001 createdDate, double duration,
@@ -45,9 +53,9 @@ private:
     QUuid id_;
     QString name_;
     QString filename_;
-    SecondsSince2001 createdDate_;
-    double duration_;
-    qint64 fileSize_;
+    SecondsSince2001 createdDate_{0.0};
+    double duration_ = 0.0;
+    qint64 fileSize_ = 0;
 };
 
 std::size_t qHash(const SavedLoop& loop, std::size_t seed = 0) noexcept;

@@ -1,0 +1,57 @@
+#pragma once
+
+#include "Models/SavedLoop.h"
+
+#include <QAbstractListModel>
+#include <QTimer>
+
+#include <cstdint>
+#include <optional>
+#include <vector>
+
+namespace tessivo {
+
+// The rows of the library window. What changes is told row by row, so that a list keeps its
+// place, its hovered row and its preview marker; where that would be too many steps for a
+// list to follow quickly, the rows stay and show other loops. Main thread only.
+class LoopListModel : public QAbstractListModel {
+    Q_OBJECT
+
+public:
+    enum Role {
+        LoopRole = Qt::UserRole, // "loop": the SavedLoop itself
+        DurationTextRole,        // "durationText": minutes and seconds
+        FileSizeTextRole,        // "fileSizeText"
+        CreatedTextRole,         // "createdText": relative to now, kept up to date
+        IsPreviewingRole         // "isPreviewing"
+    };
+
+    // What a person takes for one and the same loop has one number, also across a rename,
+    // which makes another record of it.
+    using Identity = std::uint32_t;
+    struct Row {
+        Identity identity;
+        SavedLoop loop;
+    };
+
+    explicit LoopListModel(QObject* parent = nullptr);
+
+    // No two of them have the same identity.
+    void setRows(std::vector<Row> rows);
+    // The loop that is being previewed, if any.
+    void setPreviewed(std::optional<Identity> loop);
+
+    int rowCount(const QModelIndex& parent = {}) const override;
+    QVariant data(const QModelIndex& index, int role) const override;
+    QHash<int, QByteArray> roleNames() const override;
+
+private:
+    void replaceRow(int row, Row with);
+    void refreshDates();
+
+    std::vector<Row> rows_;
+    std::optional<Identity> previewed_;
+    QTimer dates_;
+};
+
+} // namespace tessivo
