@@ -1,6 +1,7 @@
 #pragma once
 
 #include "Models/SavedLoop.h"
+#include "Platform/System/RelativeDateFormatter.h"
 
 #include <QAbstractListModel>
 #include <QTimer>
@@ -27,10 +28,10 @@ public:
     };
 
     // What a person takes for one and the same loop has one number, also across a rename,
-    // which makes another record of it.
+    // which makes another record of it. The numbers are small: they count loops.
     using Identity = std::uint32_t;
     struct Row {
-        Identity identity;
+        Identity identity = 0;
         SavedLoop loop;
     };
 
@@ -46,12 +47,19 @@ public:
     QHash<int, QByteArray> roleNames() const override;
 
 private:
-    void replaceRow(int row, Row with);
+    class Steps;
+
+    void follow(const Steps& steps, std::vector<Row>& rows);
+    void showOthers(std::vector<Row>& rows);
+    void removeFrom(int row, int count);
+    void insertAt(int row, std::vector<Row>& rows, int count);
     void refreshDates();
+    void awaitNextDates();
 
     std::vector<Row> rows_;
     std::optional<Identity> previewed_;
-    QTimer dates_;
+    RelativeDateFormatter dateFormatter_;
+    QTimer datesTimer_;
 };
 
 } // namespace tessivo

@@ -3,6 +3,7 @@
 #include "Platform/Sound/AudioEngineImpl.h"
 #include "Platform/Sound/AudioError.h"
 
+#include <algorithm>
 #include <utility>
 
 namespace tessivo::sound {
@@ -105,6 +106,15 @@ void PlayerNode::setVolume(float gain) {
 
 std::int64_t PlayerNode::queuedFrames() const {
     return stream_ ? stream_->queuedFrames() : 0;
+}
+
+std::int64_t PlayerNode::playedFrames() const {
+    return stream_ ? stream_->playedFrames() : 0;
+}
+
+bool PlayerNode::isFading() const {
+    return std::any_of(fading_.begin(), fading_.end(),
+                       [](const auto& stream) { return !stream->isFinished(); });
 }
 
 } // namespace tessivo::sound

@@ -136,6 +136,13 @@ public:
     // Decoded frames that wait to be heard, at the render rate.
     std::int64_t queuedFrames() const;
 
+    // Frames that the device has taken since the play() after the last stop, at the render
+    // rate; 0 when stopped.
+    std::int64_t playedFrames() const;
+
+    // The ramp of a stop is still to be heard. Stays so while no device takes frames.
+    bool isFading() const;
+
 private:
     friend class AudioEngine;
     PlayerStream& stream();

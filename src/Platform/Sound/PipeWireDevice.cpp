@@ -68,7 +68,7 @@ struct BrokenDevice {
 // Everything that is not said to be otherwise is touched with the loop locked only.
 class PipeWireDevice::Impl {
 public:
-    explicit Impl(std::string applicationName);
+    Impl(std::string applicationName, Connect when);
     ~Impl();
     Impl(const Impl&) = delete;
     Impl& operator=(const Impl&) = delete;
@@ -129,7 +129,7 @@ private:
     BrokenDevice brokenSink_;
 };
 
-PipeWireDevice::Impl::Impl(std::string applicationName)
+PipeWireDevice::Impl::Impl(std::string applicationName, Connect when)
     : applicationName_(std::move(applicationName))
     , group_(uniqueGroup(applicationName_)) {
     static const bool initialised = (pw_init(nullptr, nullptr), true);
@@ -145,6 +145,9 @@ PipeWireDevice::Impl::Impl(std::string applicationName)
     timer_ = LoopSource(loop, addTimer(loop, onTimer, this));
     if (context_ == nullptr || !event_ || !timer_ || pw_thread_loop_start(loop_.get()) < 0) {
         context_.reset();
+        return;
+    }
+    if (when == Connect::atStart) {
         return;
     }
     withLoop(loop_.get(), [this] {
@@ -400,8 +403,8 @@ std::unique_ptr<PipeWireStream> PipeWireDevice::Impl::openStream(PipeWireStream:
         channels, target, cycles_, [this] { attend(); });
 }
 
-PipeWireDevice::PipeWireDevice(std::string applicationName)
-    : impl_(std::make_unique<Impl>(std::move(applicationName))) {}
+PipeWireDevice::PipeWireDevice(std::string applicationName, Connect when)
+    : impl_(std::make_unique<Impl>(std::move(applicationName), when)) {}
 
 PipeWireDevice::~PipeWireDevice() = default;
 

@@ -12,8 +12,11 @@ namespace tessivo::sound {
 // start(); one that goes away after a successful start is reconnected by itself.
 class PipeWireDevice final : public AudioDevice {
 public:
-    // Connects, and waits for the server's first answers for at most a second.
-    explicit PipeWireDevice(std::string applicationName);
+    enum class Connect {
+        now,    // and wait for the server's first answers, for at most a second
+        atStart // the first one; until then there are no formats and no change notices
+    };
+    explicit PipeWireDevice(std::string applicationName, Connect when = Connect::now);
     ~PipeWireDevice() override;
     PipeWireDevice(const PipeWireDevice&) = delete;
     PipeWireDevice& operator=(const PipeWireDevice&) = delete;

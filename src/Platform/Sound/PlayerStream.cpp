@@ -320,15 +320,18 @@ std::optional<milliseconds> PlayerStream::notifyHeard() {
 
 bool PlayerStream::render(float* left, float* right, std::uint32_t frames, std::uint32_t rampFrames,
                           bool first) TESSIVO_REALTIME {
-    if (finished_.load(std::memory_order_relaxed) || !primed_.load(std::memory_order_acquire)) {
+    if (finished_.load(std::memory_order_relaxed)) {
         return false;
     }
     const bool stopping = stopping_.load(std::memory_order_acquire);
+    if (stopping && !started_) {
+        finished_.store(true, std::memory_order_release);
+        return false;
+    }
+    if (!primed_.load(std::memory_order_acquire)) {
+        return false;
+    }
     if (stopping) {
-        if (!started_) {
-            finished_.store(true, std::memory_order_release);
-            return false;
-        }
         fade_.aim(0.0F, rampFrames);
     }
     started_ = true;

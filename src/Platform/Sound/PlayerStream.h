@@ -41,6 +41,8 @@ public:
 
     // Any thread. Frames decoded and not yet heard.
     std::int64_t queuedFrames() const;
+    // Any thread. Frames that the callback has taken out.
+    std::int64_t playedFrames() const { return played_.load(std::memory_order_acquire); }
     // Any thread. After stop(): the ramp has been heard.
     bool isFinished() const { return finished_.load(std::memory_order_acquire); }
 

@@ -1,0 +1,195 @@
+#include "Audio/LoopPreviewEngine.h"
+
+#include "Platform/Sound/AudioError.h"
+#include "Platform/Sound/PipeWireDevice.h"
+#include "Platform/System/LogLine.h"
+#include "Platform/System/MainQueue.h"
+#include "Utils/LoopFileManager.h"
+
+#include <QCoreApplication>
+#include <QFileInfo>
+#include <QPointer>
+
+#include <algorithm>
+#include <chrono>
+#include <cmath>
+#include <filesystem>
+#include <string>
+#include <thread>
+#include <utility>
+
+namespace tessivo {
+namespace {
+
+using namespace std::chrono_literals;
+
+// A preview of which nothing is heard for this long is over: longer than a restarted server
+// or a sleeping speaker takes.
+constexpr auto kLongestSilence = 5s;
+
+// How often the end of a fade-out is looked for, and how long it is waited for where no
+// device takes the frames.
+constexpr auto kFadeLook = 20ms;
+constexpr auto kLongestFade = 250ms;
+
+// A record may name anything; nothing outside the library's folder is played, links included.
+std::filesystem::path pathOf(const SavedLoop& loop) {
+    if (const auto location = LoopFileManager::locationOf(loop)) {
+        auto path = QFileInfo(location->toLocalFile()).filesystemFilePath();
+        std::error_code ignored;
+        if (!std::filesystem::is_symlink(std::filesystem::symlink_status(path, ignored))) {
+            return path;
+        }
+    }
+    throw sound::AudioError("The audio file is not in the library's folder: \"" +
+                            loop.filename().toStdString() + "\"");
+}
+
+// An engine whose last sound is fading. It goes when that has been heard, or with the
+// application object, which waits for it.
+class FadeOut final : public QObject {
+public:
+    FadeOut(std::unique_ptr<sound::AudioEngine> engine, std::shared_ptr<sound::PlayerNode> player)
+        : engine_(std::move(engine))
+        , player_(std::move(player)) {
+        startTimer(kFadeLook);
+    }
+    ~FadeOut() override {
+        while (!isOver()) {
+            std::this_thread::sleep_for(1ms);
+        }
+    }
+    Q_DISABLE_COPY_MOVE(FadeOut)
+
+protected:
+    void timerEvent(QTimerEvent* /*event*/) override {
+        if (isOver()) {
+            deleteLater();
+        }
+    }
+
+private:
+    bool isOver() const {
+        return !player_->isFading() || std::chrono::steady_clock::now() >= deadline_;
+    }
+
+    std::chrono::steady_clock::time_point deadline_ =
+        std::chrono::steady_clock::now() + kLongestFade;
+    std::unique_ptr<sound::AudioEngine> engine_;
+    std::shared_ptr<sound::PlayerNode> player_;
+};
+
+} // namespace
+
+LoopPreviewEngine::LoopPreviewEngine()
+    : LoopPreviewEngine(std::make_unique<sound::PipeWireDevice>(
+          "Tessivo Preview", sound::PipeWireDevice::Connect::atStart)) {}
+
+LoopPreviewEngine::LoopPreviewEngine(std::unique_ptr<sound::AudioDevice> device)
+    : audioEngine_(std::make_unique<sound::AudioEngine>(
+          std::move(device), [](auto task) { MainQueue::post(std::move(task)); },
+          [](const std::string& line) { logLine(line); }))
+    , playerNode_(std::make_shared<sound::PlayerNode>()) {
+    audioEngine_->attach(playerNode_);
+    audioEngine_->connect(*playerNode_, *audioEngine_->mainMixerNode());
+    playerNode_->setVolume(previewVolume_);
+    silenceTimer_.setInterval(kLongestSilence);
+    connect(&silenceTimer_, &QTimer::timeout, this, &LoopPreviewEngine::stopIfSilent);
+}
+
+LoopPreviewEngine::~LoopPreviewEngine() {
+    stopPreview();
+    if (std::exchange(engineStarted_, false) && playerNode_->isFading()) {
+        auto fadeOut = std::make_unique<FadeOut>(std::move(audioEngine_), std::move(playerNode_));
+        if (auto* application = QCoreApplication::instance()) {
+            fadeOut.release()->setParent(application);
+        }
+    }
+    audioEngine_.reset();
+    logLine("🎵 [PREVIEW] Preview engine cleaned up");
+}
+
+void LoopPreviewEngine::startEngineIfNeeded() {
+    if (!engineStarted_) {
+        audioEngine_->start();
+        engineStarted_ = true;
+        logLine("🎵 [PREVIEW] Preview engine started");
+    }
+}
+
+void LoopPreviewEngine::previewLoop(SavedLoop loop) {
+    stopPreview();
+    startEngineIfNeeded();
+    try {
+        currentFile_ = std::make_shared<sound::AudioFileReader>(pathOf(loop));
+    } catch (const sound::AudioError&) {
+        currentFile_.reset();
+        publish(currentPreviewLoop_, std::nullopt, &LoopPreviewEngine::currentPreviewLoopChanged);
+        throw;
+    }
+    const std::string name = loop.name().toStdString();
+    publish(currentPreviewLoop_, std::move(loop), &LoopPreviewEngine::currentPreviewLoopChanged);
+    // What a stop ends needs no word any more, and what a done notice finds here on the main
+    // thread may be another preview than its own.
+    currentPass_ = playerNode_->scheduleFile(
+        currentFile_, sound::NoticeWhen::heard,
+        [self = QPointer(this)](const sound::PlaybackNotice& notice) {
+            if (notice.reason == sound::PlaybackNotice::Reason::stopped) {
+                return;
+            }
+            MainQueue::post([self, pass = notice.passId] {
+                if (self && self->isPlaying_ && self->currentPass_ == pass) {
+                    self->handlePlaybackCompletion();
+                }
+            });
+        });
+    playerNode_->play();
+    framesPlayed_ = 0;
+    silenceTimer_.start();
+    publish(isPlaying_, true, &LoopPreviewEngine::isPlayingChanged);
+    logLine("🎵 [PREVIEW] Started previewing: " + name);
+}
+
+void LoopPreviewEngine::stopPreview() {
+    if (!isPlaying_) {
+        return;
+    }
+    playerNode_->stop();
+    clearPreview();
+    logLine("🎵 [PREVIEW] Stopped preview");
+}
+
+void LoopPreviewEngine::handlePlaybackCompletion() {
+    playerNode_->stop(); // the next preview begins afresh, not as more of this one
+    clearPreview();
+    logLine("🎵 [PREVIEW] Preview completed");
+}
+
+void LoopPreviewEngine::clearPreview() {
+    silenceTimer_.stop();
+    publish(isPlaying_, false, &LoopPreviewEngine::isPlayingChanged);
+    currentFile_.reset();
+    publish(currentPreviewLoop_, std::nullopt, &LoopPreviewEngine::currentPreviewLoopChanged);
+}
+
+void LoopPreviewEngine::stopIfSilent() {
+    const std::int64_t played = playerNode_->playedFrames();
+    if (std::exchange(framesPlayed_, played) == played) {
+        stopPreview();
+    }
+}
+
+bool LoopPreviewEngine::isPreviewingLoop(const SavedLoop& loop) const {
+    return isPlaying_ && currentPreviewLoop_ && currentPreviewLoop_->id() == loop.id();
+}
+
+void LoopPreviewEngine::setPreviewVolume(float volume) {
+    if (std::isnan(volume)) {
+        return;
+    }
+    previewVolume_ = std::clamp(volume, 0.0F, 1.0F);
+    playerNode_->setVolume(previewVolume_);
+    emit previewVolumeChanged();
+}
+
+} // namespace tessivo

@@ -1,0 +1,301 @@
+#include "ViewModels/LoopListModel.h"
+
+#include "Platform/System/Formatters.h"
+#include "Utils/AudioUtils.h"
+
+#include <QDateTime>
+
+#include <algorithm>
+#include <cmath>
+#include <cstddef>
+#include <utility>
+
+namespace tessivo {
+namespace {
+
+using Row = LoopListModel::Row;
+
+// More steps than this a list view no longer follows within a frame; docs/BENCHMARKS.md has
+// the figures.
+constexpr int kMostSteps = 64;
+
+QDateTime toDateTime(SecondsSince2001 date) {
+    // The file may say anything; three thousand years tell as much as three million.
+    constexpr double kFarthest = 1e11;
+    const double seconds = std::clamp(date.count(), -kFarthest, kFarthest) +
+                           static_cast<double>(kUnixTimeOf2001.count());
+    return QDateTime::fromMSecsSinceEpoch(static_cast<qint64>(std::floor(seconds * 1000.0)));
+}
+
+// The members of a longest rising subsequence: those need not move when the others do.
+std::vector<bool> longestRising(const std::vector<int>& values) {
+    std::vector<std::size_t> tails; // by length: where the run with the lowest end ends
+    std::vector<std::size_t> previous(values.size());
+    for (std::size_t i = 0; i < values.size(); ++i) {
+        const auto tail =
+            std::lower_bound(tails.begin(), tails.end(), values[i],
+                             [&](std::size_t index, int value) { return values[index] < value; });
+        previous[i] = tail != tails.begin() ? *(tail - 1) : i;
+        if (tail != tails.end()) {
+            *tail = i;
+        } else {
+            tails.push_back(i);
+        }
+    }
+    std::vector<bool> rising(values.size(), false);
+    if (!tails.empty()) {
+        std::size_t i = tails.back();
+        rising[i] = true;
+        while (previous[i] != i) {
+            i = previous[i];
+            rising[i] = true;
+        }
+    }
+    return rising;
+}
+
+int size(const std::vector<Row>& rows) {
+    return static_cast<int>(rows.size());
+}
+
+} // namespace
+
+// How one list becomes another: which rows go, which move and which come.
+class LoopListModel::Steps {
+public:
+    Steps(const std::vector<Row>& from, const std::vector<Row>& to);
+
+    int count() const { return count_; }
+    // Where in the other list a row of the one is; -1 when it is gone.
+    int placeOf(const Row& row) const { return places_[row.identity]; }
+    // Whether a row of the other list has come anew.
+    bool isNew(int place) const { return isNew_[static_cast<std::size_t>(place)]; }
+    // Places of the rows that move, and all others stay; ascending.
+    const std::vector<int>& moved() const { return moved_; }
+
+private:
+    std::vector<int> places_; // by identity
+    std::vector<bool> isNew_; // by place
+    std::vector<int> moved_;
+    int count_ = 0;
+};
+
+LoopListModel::Steps::Steps(const std::vector<Row>& from, const std::vector<Row>& to)
+    : isNew_(to.size(), true) {
+    Identity largest = 0;
+    for (const auto* rows : {&from, &to}) {
+        for (const Row& row : *rows) {
+            largest = std::max(largest, row.identity);
+        }
+    }
+    places_.assign(std::size_t{largest} + 1, -1);
+    for (int place = 0; place < size(to); ++place) {
+        places_[to[static_cast<std::size_t>(place)].identity] = place;
+    }
+    std::vector<int> kept;
+    bool previousIsKept = true;
+    for (const Row& row : from) {
+        const int place = placeOf(row);
+        const bool isKept = place >= 0;
+        if (isKept) {
+            isNew_[static_cast<std::size_t>(place)] = false;
+            kept.push_back(place);
+        }
+        count_ += previousIsKept && !isKept ? 1 : 0;
+        previousIsKept = isKept;
+    }
+    for (std::size_t place = 0; place < isNew_.size(); ++place) {
+        count_ += isNew_[place] && (place == 0 || !isNew_[place - 1]) ? 1 : 0;
+    }
+    if (!std::is_sorted(kept.begin(), kept.end())) {
+        const std::vector<bool> stays = longestRising(kept);
+        for (std::size_t i = 0; i < kept.size(); ++i) {
+            if (!stays[i]) {
+                moved_.push_back(kept[i]);
+            }
+        }
+        std::sort(moved_.begin(), moved_.end());
+        count_ += static_cast<int>(moved_.size());
+    }
+}
+
+LoopListModel::LoopListModel(QObject* parent)
+    : QAbstractListModel(parent) {
+    datesTimer_.setSingleShot(true);
+    connect(&datesTimer_, &QTimer::timeout, this, &LoopListModel::refreshDates);
+}
+
+void LoopListModel::setRows(std::vector<Row> rows) {
+    const Steps steps(rows_, rows);
+    if (steps.count() <= kMostSteps) {
+        follow(steps, rows);
+    } else {
+        showOthers(rows);
+    }
+    awaitNextDates();
+}
+
+void LoopListModel::follow(const Steps& steps, std::vector<Row>& rows) {
+    for (int end = size(rows_); end > 0;) {
+        const auto isGone = [&](int row) {
+            return steps.placeOf(rows_[static_cast<std::size_t>(row)]) < 0;
+        };
+        int begin = end - 1;
+        if (isGone(begin)) {
+            while (begin > 0 && isGone(begin - 1)) {
+                --begin;
+            }
+            removeFrom(begin, end - begin);
+        }
+        end = begin;
+    }
+
+    std::vector<int> unsettled = steps.moved();
+    for (const int place : steps.moved()) {
+        unsettled.erase(unsettled.begin());
+        int from = 0;
+        int to = 0; // behind the last of the settled rows that belong before it
+        for (int row = 0; row < size(rows_); ++row) {
+            const int other = steps.placeOf(rows_[static_cast<std::size_t>(row)]);
+            if (other == place) {
+                from = row;
+            } else if (other < place &&
+                       !std::binary_search(unsettled.begin(), unsettled.end(), other)) {
+                to = row + 1;
+            }
+        }
+        // Refused when the row is there already.
+        if (beginMoveRows({}, from, from, {}, to)) {
+            const auto begin = rows_.begin();
+            if (from < to) {
+                std::rotate(begin + from, begin + from + 1, begin + to);
+            } else {
+                std::rotate(begin + to, begin + from, begin + from + 1);
+            }
+            endMoveRows();
+        }
+    }
+
+    for (int begin = 0; begin < size(rows);) {
+        int end = begin + 1;
+        if (steps.isNew(begin)) {
+            while (end < size(rows) && steps.isNew(end)) {
+                ++end;
+            }
+            insertAt(begin, rows, end - begin);
+        }
+        begin = end;
+    }
+
+    int first = -1;
+    int last = -1;
+    for (int row = 0; row < size(rows); ++row) {
+        Row& shown = rows_[static_cast<std::size_t>(row)];
+        Row& wanted = rows[static_cast<std::size_t>(row)];
+        if (!steps.isNew(row) && !(shown.loop == wanted.loop)) {
+            shown.loop = std::move(wanted.loop);
+            first = first < 0 ? row : first;
+            last = row;
+        }
+    }
+    if (first >= 0) {
+        emit dataChanged(index(first), index(last));
+    }
+}
+
+void LoopListModel::showOthers(std::vector<Row>& rows) {
+    const int common = std::min(size(rows_), size(rows));
+    if (size(rows_) > common) {
+        removeFrom(common, size(rows_) - common);
+    }
+    if (common > 0) {
+        std::move(rows.begin(), rows.begin() + common, rows_.begin());
+        emit dataChanged(index(0), index(common - 1));
+    }
+    if (size(rows) > common) {
+        insertAt(common, rows, size(rows) - common);
+    }
+}
+
+void LoopListModel::removeFrom(int row, int count) {
+    beginRemoveRows({}, row, row + count - 1);
+    rows_.erase(rows_.begin() + row, rows_.begin() + row + count);
+    endRemoveRows();
+}
+
+// Takes them from the same rows of the other list.
+void LoopListModel::insertAt(int row, std::vector<Row>& rows, int count) {
+    beginInsertRows({}, row, row + count - 1);
+    rows_.insert(rows_.begin() + row, std::make_move_iterator(rows.begin() + row),
+                 std::make_move_iterator(rows.begin() + row + count));
+    endInsertRows();
+}
+
+void LoopListModel::setPreviewed(std::optional<Identity> loop) {
+    if (previewed_ == loop) {
+        return;
+    }
+    const auto before = std::exchange(previewed_, loop);
+    for (int row = 0; row < size(rows_); ++row) {
+        const Identity identity = rows_[static_cast<std::size_t>(row)].identity;
+        if (before == identity || previewed_ == identity) {
+            emit dataChanged(index(row), index(row), {IsPreviewingRole});
+        }
+    }
+}
+
+void LoopListModel::refreshDates() {
+    if (!rows_.empty()) {
+        emit dataChanged(index(0), index(size(rows_) - 1), {CreatedTextRole});
+    }
+    awaitNextDates();
+}
+
+// Seconds are counted only while a loop is that young.
+void LoopListModel::awaitNextDates() {
+    if (rows_.empty()) {
+        datesTimer_.stop();
+        return;
+    }
+    const auto now = secondsSince2001Now();
+    const bool countsSeconds = std::any_of(rows_.begin(), rows_.end(), [&](const Row& row) {
+        return std::abs((row.loop.createdDate() - now).count()) < 60.0;
+    });
+    datesTimer_.start(countsSeconds ? std::chrono::seconds(1) : std::chrono::seconds(60));
+}
+
+int LoopListModel::rowCount(const QModelIndex& parent) const {
+    return parent.isValid() ? 0 : size(rows_);
+}
+
+QVariant LoopListModel::data(const QModelIndex& index, int role) const {
+    if (!checkIndex(index, CheckIndexOption::IndexIsValid)) {
+        return {};
+    }
+    const Row& row = rows_[static_cast<std::size_t>(index.row())];
+    switch (role) {
+    case LoopRole:
+        return QVariant::fromValue(row.loop);
+    case DurationTextRole:
+        return AudioUtils::formatDuration(row.loop.duration());
+    case FileSizeTextRole:
+        return formatFileSize(row.loop.fileSize());
+    case CreatedTextRole:
+        return dateFormatter_.format(toDateTime(row.loop.createdDate()),
+                                     QDateTime::currentDateTime());
+    case IsPreviewingRole:
+        return previewed_ == row.identity;
+    default:
+        return {};
+    }
+}
+
+QHash<int, QByteArray> LoopListModel::roleNames() const {
+    return {{LoopRole, "loop"},
+            {DurationTextRole, "durationText"},
+            {FileSizeTextRole, "fileSizeText"},
+            {CreatedTextRole, "createdText"},
+            {IsPreviewingRole, "isPreviewing"}};
+}
+
+} // namespace tessivo
