@@ -9,7 +9,9 @@ import Tessivo
 T.ApplicationWindow {
     id: root
 
-    readonly property LoopLibraryViewModel viewModel: LoopLibraryViewModel { }
+    property LoopLibraryViewModel viewModel: LoopLibraryViewModel { }
+    // Where an export goes, while that is being asked.
+    readonly property QtObject savePanel: exporting.savePanel
     readonly property bool isAnswering: rename.visible || deletion.visible || failure.visible
 
     signal loadLoop(loop: savedLoop)
