@@ -14,12 +14,13 @@ source "$(dirname "${BASH_SOURCE[0]}")/lib.sh"
 
 declare -A groups=(
     [build]="g++ cmake ninja-build pkg-config libpipewire-0.3-dev libsndfile1-dev
-        libsamplerate0-dev libicu-dev qt6-base-dev qt6-declarative-dev qt6-svg-dev
-        libqt6opengl6-dev"
+        libsamplerate0-dev libicu-dev qt6-base-dev qt6-base-private-dev
+        qt6-declarative-dev qt6-svg-dev libqt6opengl6-dev"
     [run]="procps x11-utils pipewire-bin fonts-dejavu-core libgl1-mesa-dri qt6-wayland
         qml6-module-qtqml qml6-module-qtqml-workerscript qml6-module-qtquick
         qml6-module-qtquick-controls qml6-module-qtquick-layouts qml6-module-qtquick-shapes
-        qml6-module-qtquick-templates qml6-module-qtquick-window"
+        qml6-module-qtquick-templates qml6-module-qtquick-window
+        qml6-module-qtquick-dialogs qml6-module-qt-labs-folderlistmodel"
     [sound]="procps pipewire pipewire-bin wireplumber dbus-daemon sox"
     [display]="procps xvfb openbox xdotool x11-utils imagemagick"
     [test]="clang libclang-rt-dev clang-format clang-tidy shellcheck git libgtest-dev

@@ -19,8 +19,9 @@ T.ApplicationWindow {
     readonly property bool presentingMIDISettings: showingMIDISettings && !showingSaveDialog
         && !loopState.showingLoopLibrary
 
-    property SaveLoopView saveSheet: null
-    property MIDISettingsView midiSheet: null
+    readonly property SaveLoopView saveSheet: savePresenter.sheet as SaveLoopView
+    readonly property LoopLibraryView librarySheet: libraryPresenter.sheet as LoopLibraryView
+    readonly property MIDISettingsView midiSheet: midiPresenter.sheet as MIDISettingsView
 
     visible: true
     title: Application.displayName
@@ -43,41 +44,46 @@ T.ApplicationWindow {
         loopState: root.loopState
         keysEnabled: !root.showingSheet
         onSave: root.viewModel.showSaveDialog()
+        onShowLibrary: root.viewModel.showLoopLibrary()
         onShowMIDISettings: root.showingMIDISettings = true
     }
 
     onVisibleChanged: if (visible) SharedMIDI.setupCallbacks(viewModel)
 
-    onShowingSaveDialogChanged: {
-        if (saveSheet)
-            saveSheet.destroy();
+    SheetPresenter {
+        id: savePresenter
+
+        window: root
+        presents: root.showingSaveDialog
+
         // The loop may become another one while the sheet is open.
-        saveSheet = !showingSaveDialog ? null : saveSheetMaker.createObject(root, {
-            transientParent: root,
-            viewModel: viewModel,
-            currentFileURL: loopState.fileURL
-        }) as SaveLoopView;
+        given: ({ currentFileURL: root.loopState.fileURL })
+
+        SaveLoopView {
+            viewModel: root.viewModel
+        }
     }
 
-    Component {
-        id: saveSheetMaker
+    SheetPresenter {
+        id: libraryPresenter
 
-        SaveLoopView { }
+        window: root
+        presents: root.loopState.showingLoopLibrary
+
+        LoopLibraryView {
+            onLoadLoop: loop => LoopLoader.load(root.viewModel, loop)
+            onDismissed: root.loopState.showingLoopLibrary = false
+        }
     }
 
-    onPresentingMIDISettingsChanged: {
-        if (midiSheet)
-            midiSheet.destroy();
-        midiSheet = !presentingMIDISettings ? null : midiSheetMaker.createObject(root, {
-            transientParent: root,
-            midiManager: midiManager
-        }) as MIDISettingsView;
-    }
+    SheetPresenter {
+        id: midiPresenter
 
-    Component {
-        id: midiSheetMaker
+        window: root
+        presents: root.presentingMIDISettings
 
         MIDISettingsView {
+            midiManager: root.midiManager
             onDismissed: root.showingMIDISettings = false
         }
     }

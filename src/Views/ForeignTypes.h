@@ -1,9 +1,13 @@
 #pragma once
 
+#include "Audio/LoopPreviewEngine.h"
 #include "Audio/MIDIManager.h"
+#include "Models/SavedLoop.h"
 #include "Models/SimpleLoopState.h"
+#include "ViewModels/LoopLibraryViewModel.h"
 #include "ViewModels/SimpleLooperViewModel.h"
 
+#include <QAbstractItemModel>
 #include <QObject>
 #include <QtQml/qqml.h>
 
@@ -21,6 +25,31 @@ struct SimpleLooperViewModelForeign {
     Q_GADGET
     QML_FOREIGN(tessivo::SimpleLooperViewModel)
     QML_NAMED_ELEMENT(SimpleLooperViewModel)
+};
+
+struct LoopLibraryViewModelForeign {
+    Q_GADGET
+    QML_FOREIGN(tessivo::LoopLibraryViewModel)
+    QML_NAMED_ELEMENT(LoopLibraryViewModel)
+};
+
+struct LoopPreviewEngineForeign {
+    Q_GADGET
+    QML_FOREIGN(tessivo::LoopPreviewEngine)
+    QML_NAMED_ELEMENT(LoopPreviewEngine)
+    QML_UNCREATABLE("Each library window's model has one")
+};
+
+struct RowsForeign {
+    Q_GADGET
+    QML_FOREIGN(QAbstractItemModel)
+    QML_ANONYMOUS
+};
+
+struct SavedLoopForeign {
+    Q_GADGET
+    QML_FOREIGN(tessivo::SavedLoop)
+    QML_VALUE_TYPE(savedLoop)
 };
 
 struct MIDIManagerForeign {

@@ -22,6 +22,9 @@ QtObject {
     readonly property color separator: Qt.alpha(primaryText, 0.2)
     readonly property color scrollBar: Qt.alpha(primaryText, 0.4)
     readonly property color fieldBorder: Qt.alpha(primaryText, 0.5)
+    readonly property color menuBorder: Qt.alpha(primaryText, 0.3)
+    readonly property color knob: dark ? "#d0d0d4" : "#ffffff"
+    readonly property color knobBorder: Qt.alpha("black", 0.35)
     readonly property color dimming: Qt.alpha("black", 0.3)
     readonly property color focusRing: systemPalette.highlight
     readonly property color toolTipBackground: systemPalette.window
@@ -48,11 +51,13 @@ QtObject {
     readonly property real unlitOpacity: 0.3
 
     readonly property font title: scaledSystemFont(1.3, Font.Bold)
+    readonly property font mediumTitle: scaledSystemFont(1.3, Font.Medium)
     readonly property font headline: scaledSystemFont(1.1, Font.DemiBold)
     readonly property font subheadline: scaledSystemFont(0.95, Font.Normal)
     readonly property font body: scaledSystemFont(1, Font.Normal)
     readonly property font emphasizedBody: scaledSystemFont(1, Font.DemiBold)
     readonly property font caption: scaledSystemFont(0.9, Font.Normal)
+    readonly property font emphasizedCaption: scaledSystemFont(0.9, Font.Medium)
     readonly property font monospacedBody: scaledSystemFont(1, Font.Normal, "monospace")
     readonly property font monospacedCaption: scaledSystemFont(0.9, Font.Normal, "monospace")
     readonly property int smallestPixelSize: 8
@@ -114,18 +119,54 @@ QtObject {
     readonly property real noteNameWidth: Math.max(40, widestNoteName.advanceWidth)
     readonly property real noteNumberWidth: Math.max(35, widestNoteNumber.advanceWidth)
     readonly property real sheetSpacing: 20
+    readonly property real librarySheetWidth: 500
+    readonly property real librarySheetHeight: 600
+    readonly property real libraryHeaderPadding: 20
+    readonly property real libraryHeaderSpacing: 16
+    readonly property real searchSpacing: 12
+    readonly property real searchHorizontalPadding: 12
+    readonly property real searchVerticalPadding: 8
+    readonly property real sortMenuWidth: 140
+    readonly property real popUpPadding: 8
+    readonly property real popUpChevronSize: 12
+    readonly property real volumeSliderWidth: 60
+    readonly property real sliderGroove: 4
+    readonly property real sliderKnob: 14
+    readonly property real emptyIconSize: 48
+    readonly property real rowSpacing: 12
+    readonly property real rowHorizontalPadding: 16
+    readonly property real rowVerticalPadding: 12
+    readonly property real rowRadius: 8
+    readonly property real rowTextSpacing: 4
+    readonly property real rowDetailSpacing: 8
+    readonly property real rowIconFrame: 24
+    readonly property real rowIconSize: 18
+    readonly property real rowButtonIconSize: 14
+    readonly property real rowButtonSize: 22
+    readonly property real rowButtonSpacing: 4
+    readonly property real loadButtonHorizontalPadding: 12
+    readonly property real loadButtonVerticalPadding: 6
+    readonly property real menuPadding: 4
+    readonly property real menuItemHorizontalPadding: 12
+    readonly property real menuItemVerticalPadding: 5
+    readonly property real menuMinimumWidth: 140
+    readonly property real renameSheetWidth: 300
+    readonly property real savePanelWidth: 560
+    readonly property real savePanelHeight: 460
     readonly property real sheetRadius: 12
     readonly property real alertWidth: 320
     readonly property real alertMargin: 12
     readonly property real alertPadding: 20
     readonly property real alertSpacing: 14
     readonly property real spinnerSize: 28
+    readonly property real loadingScale: 1.2
     readonly property real focusRingWidth: 2
     readonly property real focusRingGap: 3
 
     readonly property int stateAnimation: 200
     readonly property int spinnerTurn: 1000
     readonly property int toolTipDelay: 700
+    readonly property int progressDelay: 400
 
     readonly property TextMetrics widestNoteName: TextMetrics {
         font: theme.monospacedBody

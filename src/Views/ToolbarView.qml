@@ -10,6 +10,7 @@ Item {
     required property bool keysEnabled
 
     signal save()
+    signal showLibrary()
     signal showMIDISettings()
 
     implicitWidth: items.implicitWidth + 2 * Theme.toolbarMargin
@@ -23,14 +24,26 @@ Item {
         anchors.verticalCenter: parent.verticalCenter
         spacing: Theme.toolbarSpacing
 
-        ToolbarButton {
-            name: "Save"
-            symbol: "square.and.arrow.down"
-            toolTip: "Save [Ctrl+S]"
-            available: root.loopState.canSave
-            keys: ["Ctrl+S"]
-            keysEnabled: root.keysEnabled
-            onTriggered: root.save()
+        Row {
+            ToolbarButton {
+                name: "Save"
+                symbol: "square.and.arrow.down"
+                toolTip: "Save [Ctrl+S]"
+                available: root.loopState.canSave
+                keys: ["Ctrl+S"]
+                keysEnabled: root.keysEnabled
+                onTriggered: root.save()
+            }
+
+            ToolbarButton {
+                name: "Library"
+                symbol: "folder.fill"
+                toolTip: "Library [Ctrl+O]"
+                available: root.loopState.transportState === TransportStates.stopped
+                keys: ["Ctrl+O"]
+                keysEnabled: root.keysEnabled
+                onTriggered: root.showLibrary()
+            }
         }
 
         ToolbarButton {

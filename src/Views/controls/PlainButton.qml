@@ -13,6 +13,7 @@ Item {
 
     required property string text
     property real focusRingRadius: 6
+    property real focusRingGap: Theme.focusRingGap
 
     signal triggered()
 
@@ -50,7 +51,7 @@ Item {
 
     Rectangle {
         anchors.fill: parent
-        anchors.margins: -Theme.focusRingGap - Theme.focusRingWidth
+        anchors.margins: -root.focusRingGap - Theme.focusRingWidth
         radius: root.focusRingRadius
         visible: root.activeFocus
         color: "transparent"

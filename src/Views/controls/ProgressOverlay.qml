@@ -1,5 +1,4 @@
 import QtQuick
-import QtQuick.Controls.impl
 import Tessivo
 
 // Lies over what is being worked on and says what goes on. Pointers reach what is below.
@@ -22,20 +21,8 @@ Rectangle {
         anchors.centerIn: parent
         spacing: Theme.panelSpacing
 
-        IconImage {
+        Spinner {
             anchors.horizontalCenter: parent.horizontalCenter
-            source: Theme.icon("rays")
-            color: Theme.primaryText
-            sourceSize.width: Theme.spinnerSize
-            sourceSize.height: Theme.spinnerSize
-
-            RotationAnimation on rotation {
-                running: root.visible
-                from: 0
-                to: 360
-                duration: Theme.spinnerTurn
-                loops: Animation.Infinite
-            }
         }
 
         Text {

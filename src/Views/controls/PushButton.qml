@@ -10,6 +10,10 @@ PlainButton {
     property bool small: false
     property color tint: Theme.primaryText
     property real minimumWidth: small ? 0 : Theme.pushButtonMinimumWidth
+    property real horizontalPadding: small ? Theme.smallButtonHorizontalPadding
+                                           : Theme.pushButtonHorizontalPadding
+    property real verticalPadding: small ? Theme.smallButtonVerticalPadding
+                                         : Theme.pushButtonVerticalPadding
     property font font: small ? Theme.caption : Theme.body
 
     readonly property bool tinted: !Qt.colorEqual(tint, Theme.primaryText)
@@ -26,12 +30,9 @@ PlainButton {
             return Theme.unavailableText;
         return prominent ? Theme.accentText : tint;
     }
-    readonly property real horizontalPadding: small ? Theme.smallButtonHorizontalPadding
-                                                    : Theme.pushButtonHorizontalPadding
 
     implicitWidth: Math.max(label.implicitWidth + 2 * horizontalPadding, minimumWidth)
-    implicitHeight: label.implicitHeight + 2 * (small ? Theme.smallButtonVerticalPadding
-                                                      : Theme.pushButtonVerticalPadding)
+    implicitHeight: label.implicitHeight + 2 * verticalPadding
 
     Rectangle {
         anchors.fill: parent

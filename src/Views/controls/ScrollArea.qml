@@ -53,20 +53,7 @@ Flickable {
             scrollTo(top < contentY ? top : bottom - height);
     }
 
-    T.ScrollBar.vertical: T.ScrollBar {
-        id: bar
-
-        implicitWidth: Theme.scrollBarWidth + 2 * Theme.scrollBarMargin
-        padding: Theme.scrollBarMargin
-        minimumSize: Theme.scrollBarMinimumLength / root.height
-        visible: size < 1
-
-        contentItem: Rectangle {
-            radius: width / 2
-            color: Theme.scrollBar
-            opacity: bar.pressed ? Theme.pressedOpacity : 1
-        }
-    }
+    T.ScrollBar.vertical: VerticalScrollBar { }
 
     Column {
         id: column
