@@ -36,14 +36,15 @@ testing::AssertionResult isMarked(const Channels& samples) {
 
 namespace {
 
-// Of our program's windows, those with that title; of what is in them, all with that name or role.
+// Finds what is shown in the windows of that title.
 constexpr const char* kReader = R"(
 import pyatspi, sys, time
 def found(matches):
     for application in pyatspi.Registry.getDesktop(0):
         for window in application or ():
             if window and window.name == sys.argv[1]:
-                yield from pyatspi.findAllDescendants(window, matches)
+                yield from pyatspi.findAllDescendants(
+                    window, lambda c: c.getState().contains(pyatspi.STATE_SHOWING) and matches(c))
 )";
 
 } // namespace
@@ -53,8 +54,10 @@ void touch(const std::string& window, const std::string& name) {
 def touched():
     try:
         for match in found(lambda c: c.name == sys.argv[2]):
-            if match.getRoleName() in ('push button', 'menu item'):
-                match.queryAction().doAction(0)
+            if match.getRoleName() in ('push button', 'menu item', 'check menu item'):
+                action = match.queryAction()
+                names = [action.getName(i) for i in range(action.nActions)]
+                action.doAction(names.index('Press'))
             return True
     except Exception: # it has just gone
         pass
