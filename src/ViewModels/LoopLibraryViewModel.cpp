@@ -77,7 +77,10 @@ LoopLibraryViewModel::LoopLibraryViewModel(std::unique_ptr<LoopPreviewEngine> pr
     observePreview();
 }
 
-LoopLibraryViewModel::~LoopLibraryViewModel() = default;
+LoopLibraryViewModel::~LoopLibraryViewModel() {
+    // Its end stops the preview, when the rows are gone already.
+    previewEngine_->disconnect(this);
+}
 
 void LoopLibraryViewModel::observeStore() {
     connect(&loopLibrary_, &LoopLibrary::savedLoopsChanged, this, &LoopLibraryViewModel::takeLoops);
