@@ -111,16 +111,12 @@ void LoopLibraryViewModel::showRows() {
     rows_->setRows(catalogue_->rows(searchText_, sortOrder_));
 }
 
-// The engine knows the record that it was given; a rename gives the row another one.
+// Looked up when a preview starts, not later: the engine knows the record that it was given
+// then, and a rename gives the row another one.
 void LoopLibraryViewModel::markPreview() {
     const auto& playing = previewEngine_->currentPreviewLoop();
-    if (!playing || !previewEngine_->isPreviewingLoop(*playing)) {
-        previewedRecord_ = QUuid();
-        rows_->setPreviewed(std::nullopt);
-    } else if (previewedRecord_ != playing->id()) {
-        previewedRecord_ = playing->id();
-        rows_->setPreviewed(catalogue_->identityOf(playing->id()));
-    }
+    const bool isPreviewing = playing && previewEngine_->isPreviewingLoop(*playing);
+    rows_->setPreviewed(isPreviewing ? catalogue_->identityOf(playing->id()) : std::nullopt);
 }
 
 QAbstractItemModel* LoopLibraryViewModel::loops() const {

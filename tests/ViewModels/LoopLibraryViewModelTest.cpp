@@ -329,6 +329,12 @@ TEST(LoopLibraryViewModelTest, WhatIsTypedBeforeTheKeysAreReadyFindsTheSame) {
     EXPECT_EQ(early.back().name(), QString("Loop 29"));
     settle();
     EXPECT_EQ(model->filteredAndSortedLoops(), early);
+    // All last equally long.
+    model->clearSearch();
+    for (const auto order : {Order::durationAscending, Order::durationDescending}) {
+        model->setSortOrder(order);
+        EXPECT_EQ(model->filteredAndSortedLoops(), model->loopLibrary().savedLoops());
+    }
     // The keys of these names come to nobody.
     model->refreshLibrary();
     runPosted();
