@@ -212,14 +212,14 @@ void LoopListModel::setPreviewed(std::optional<Identity> loop) {
     for (int row = 0; row < size(rows_); ++row) {
         const Identity identity = rows_[static_cast<std::size_t>(row)].identity;
         if (before == identity || previewed_ == identity) {
-            emit dataChanged(index(row), index(row), {IsPreviewingRole});
+            emit dataChanged(index(row), index(row), {isPreviewingRole});
         }
     }
 }
 
 void LoopListModel::refreshDates() {
     if (!rows_.empty()) {
-        emit dataChanged(index(0), index(size(rows_) - 1), {CreatedTextRole});
+        emit dataChanged(index(0), index(size(rows_) - 1), {createdTextRole});
     }
     awaitNextDates();
 }
@@ -247,16 +247,16 @@ QVariant LoopListModel::data(const QModelIndex& index, int role) const {
     }
     const Row& row = rows_[static_cast<std::size_t>(index.row())];
     switch (role) {
-    case LoopRole:
+    case loopRole:
         return QVariant::fromValue(row.loop);
-    case DurationTextRole:
+    case durationTextRole:
         return AudioUtils::formatDuration(row.loop.duration());
-    case FileSizeTextRole:
+    case fileSizeTextRole:
         return formatFileSize(row.loop.fileSize());
-    case CreatedTextRole:
+    case createdTextRole:
         return dateFormatter_.format(toDateTime(row.loop.createdDate()),
                                      QDateTime::currentDateTime());
-    case IsPreviewingRole:
+    case isPreviewingRole:
         return previewed_ == row.identity;
     default:
         return {};
@@ -264,11 +264,11 @@ QVariant LoopListModel::data(const QModelIndex& index, int role) const {
 }
 
 QHash<int, QByteArray> LoopListModel::roleNames() const {
-    return {{LoopRole, "loop"},
-            {DurationTextRole, "durationText"},
-            {FileSizeTextRole, "fileSizeText"},
-            {CreatedTextRole, "createdText"},
-            {IsPreviewingRole, "isPreviewing"}};
+    return {{loopRole, "loop"},
+            {durationTextRole, "durationText"},
+            {fileSizeTextRole, "fileSizeText"},
+            {createdTextRole, "createdText"},
+            {isPreviewingRole, "isPreviewing"}};
 }
 
 } // namespace tessivo

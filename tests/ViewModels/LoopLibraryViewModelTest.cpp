@@ -55,10 +55,10 @@ struct BrowserRig : LibraryRig {
         return names();
     }
     SavedLoop at(int row) const {
-        return model->loops()->index(row, 0).data(LoopListModel::LoopRole).value<SavedLoop>();
+        return model->loops()->index(row, 0).data(LoopListModel::loopRole).value<SavedLoop>();
     }
     bool isMarked(int row) const {
-        return model->loops()->index(row, 0).data(LoopListModel::IsPreviewingRole).toBool();
+        return model->loops()->index(row, 0).data(LoopListModel::isPreviewingRole).toBool();
     }
 
     // The message of the alert, which is then dismissed; empty when there was none.
@@ -243,6 +243,12 @@ TEST(LoopLibraryViewModelTest, TheMarkerStaysWithTheLoopThatPlays) {
     rig.model->previewLoop(rig.at(2));
     EXPECT_TRUE(rig.takeAlert().startsWith("Failed to preview loop: "));
     EXPECT_FALSE(rig.isMarked(2));
+
+    // The end of a model that previews stops it, and no row is there to be unmarked.
+    rig.model->previewLoop(rig.at(1));
+    EXPECT_TRUE(rig.isMarked(1));
+    rig.tester.reset();
+    rig.model.reset();
 }
 
 TEST(LoopLibraryViewModelTest, ACorruptedLibraryIsToldInATurnOfItsOwn) {
@@ -323,6 +329,12 @@ TEST(LoopLibraryViewModelTest, WhatIsTypedBeforeTheKeysAreReadyFindsTheSame) {
     EXPECT_EQ(early.back().name(), QString("Loop 29"));
     settle();
     EXPECT_EQ(model->filteredAndSortedLoops(), early);
+    // All last equally long.
+    model->clearSearch();
+    for (const auto order : {Order::durationAscending, Order::durationDescending}) {
+        model->setSortOrder(order);
+        EXPECT_EQ(model->filteredAndSortedLoops(), model->loopLibrary().savedLoops());
+    }
     // The keys of these names come to nobody.
     model->refreshLibrary();
     runPosted();

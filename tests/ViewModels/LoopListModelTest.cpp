@@ -55,7 +55,7 @@ private:
     void read(int first, int last) {
         for (int row = first; row <= last; ++row) {
             names_[static_cast<std::size_t>(row)] =
-                model_.index(row).data(LoopListModel::LoopRole).value<SavedLoop>().name();
+                model_.index(row).data(LoopListModel::loopRole).value<SavedLoop>().name();
         }
     }
 
@@ -152,34 +152,34 @@ TEST(LoopListModelTest, RowsShowTheirLoopAndItsMarker) {
     const auto shows = [&](int row, int role) {
         return rig.model.index(row).data(role);
     };
-    EXPECT_EQ(shows(0, LoopListModel::LoopRole).value<SavedLoop>(), rows[0].loop);
-    EXPECT_EQ(shows(0, LoopListModel::DurationTextRole).toString().toStdString(), "01:05");
-    EXPECT_EQ(shows(0, LoopListModel::FileSizeTextRole).toString().toStdString(), "1.2 MB");
-    EXPECT_EQ(shows(0, LoopListModel::CreatedTextRole).toString().toStdString(), "2 days ago");
+    EXPECT_EQ(shows(0, LoopListModel::loopRole).value<SavedLoop>(), rows[0].loop);
+    EXPECT_EQ(shows(0, LoopListModel::durationTextRole).toString().toStdString(), "01:05");
+    EXPECT_EQ(shows(0, LoopListModel::fileSizeTextRole).toString().toStdString(), "1.2 MB");
+    EXPECT_EQ(shows(0, LoopListModel::createdTextRole).toString().toStdString(), "2 days ago");
     // Dates that only a person can have written into the file.
     for (const double date : {-1e300, 1e300}) {
         rows[1].loop = SavedLoop("x", "x.wav", SecondsSince2001(date), 1.0, 1);
         rig.model.setRows(rows);
-        EXPECT_FALSE(shows(1, LoopListModel::CreatedTextRole).toString().isEmpty());
+        EXPECT_FALSE(shows(1, LoopListModel::createdTextRole).toString().isEmpty());
     }
 
     rig.model.setPreviewed(1);
-    EXPECT_TRUE(shows(1, LoopListModel::IsPreviewingRole).toBool());
-    EXPECT_FALSE(shows(0, LoopListModel::IsPreviewingRole).toBool());
+    EXPECT_TRUE(shows(1, LoopListModel::isPreviewingRole).toBool());
+    EXPECT_FALSE(shows(0, LoopListModel::isPreviewingRole).toBool());
     rig.follower.takeSteps();
     rig.model.setPreviewed(2);
     EXPECT_EQ(rig.follower.takeSteps(), 2); // one row goes dark, one lights up
     rows[2].loop = named("renamed");
     rig.model.setRows({rows[2], rows[0]});
-    EXPECT_TRUE(shows(0, LoopListModel::IsPreviewingRole).toBool());
-    EXPECT_FALSE(shows(1, LoopListModel::IsPreviewingRole).toBool());
+    EXPECT_TRUE(shows(0, LoopListModel::isPreviewingRole).toBool());
+    EXPECT_FALSE(shows(1, LoopListModel::isPreviewingRole).toBool());
 }
 
 TEST(LoopListModelTest, DatesGrowOlderWhileTheyAreShown) {
     ListRig rig;
     rig.model.setRows({{0, SavedLoop("new", "new.wav", secondsSince2001Now(), 1.0, 1)}});
     const auto text = [&] {
-        return rig.model.index(0).data(LoopListModel::CreatedTextRole).toString();
+        return rig.model.index(0).data(LoopListModel::createdTextRole).toString();
     };
     std::vector<int> roles;
     QObject::connect(&rig.model, &LoopListModel::dataChanged, &rig.model,
@@ -188,7 +188,7 @@ TEST(LoopListModelTest, DatesGrowOlderWhileTheyAreShown) {
                      });
     EXPECT_EQ(text().toStdString(), "now");
     ASSERT_TRUE(runUntil([&] { return !roles.empty(); }, std::chrono::seconds(3)));
-    EXPECT_EQ(roles, std::vector<int>{LoopListModel::CreatedTextRole});
+    EXPECT_EQ(roles, std::vector<int>{LoopListModel::createdTextRole});
     EXPECT_NE(text().toStdString(), "now");
 }
 
