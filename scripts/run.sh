@@ -182,7 +182,7 @@ check_library() {
 }
 
 play_demonstration() {
-    local take recorder seconds heard
+    local take recorder
     mkdir -p "$private/home/Documents" "$private/home/.config"
     printf 'XDG_DOCUMENTS_DIR="%s"\n' "$private/home/Documents" >"$private/home/.config/user-dirs.dirs"
 
@@ -239,27 +239,153 @@ play_demonstration() {
     wait_until 10 sheet_gone "MIDI Settings" || fail "the MIDI settings did not close"
 
     say "Ctrl+S, Return: the take goes into the library."
-    press ctrl+s
-    wait_until 10 sheet_shown "Save Loop" || fail "no sheet asked for the loop's name"
-    sleep 1
+    save_loop riff
     screenshot 6-saving "$sheet"
-    xdotool windowfocus --sync "$sheet" key Return
-    await_line "Successfully saved loop: "
-    wait_until 10 sheet_gone "Save Loop" || fail "the sheet did not close after the save"
-    xdotool windowfocus --sync "$window" key alt+F4
-    wait_until 10 not_running "$tessivo" || fail "Tessivo did not end when its window was closed"
-    wait "$tessivo" || fail "Tessivo ended with status $?, see $demo/tessivo.log"
+    finish_saving
     end_process "$recorder"
-
     take=$(find "$HOME/Documents/LooperFiles" -name 'loop_*.wav' -print -quit 2>/dev/null || true)
     [[ -n $take ]] || fail "Tessivo left no take"
     cp "$take" "$demo/take.wav"
+
+    keep_a_second_loop
+    walk_through_the_library
+    come_back
+    check_demonstration
+}
+
+# save_loop NAME: as far as the sheet with that name in it.
+save_loop() {
+    press ctrl+s
+    wait_until 10 sheet_shown "Save Loop" || fail "no sheet asked for the loop's name"
+    xdotool windowfocus --sync "$sheet" type "$1"
+    sleep 1
+}
+
+finish_saving() {
+    xdotool windowfocus --sync "$sheet" key Return
+    await_line "Successfully saved loop: "
+    wait_until 10 sheet_gone "Save Loop" || fail "the sheet did not close after the save"
+}
+
+# close_window: and end Tessivo thereby.
+close_window() {
+    xdotool windowfocus --sync "$window" key alt+F4
+    wait_until 10 not_running "$tessivo" || fail "Tessivo did not end when its window was closed"
+    wait "$tessivo" || fail "Tessivo ended with status $?, see $demo/tessivo.log"
+}
+
+# await_new_line TEXT: once more than it was said before.
+await_new_line() {
+    said=$(grep -c "$1" "$demo/tessivo.log" || true)
+    "${@:2}"
+    wait_until 10 said_again "$1" || fail "Tessivo did not say '$1', see $demo/tessivo.log"
+}
+
+said_again() {
+    (($(grep -c "$1" "$demo/tessivo.log") > said))
+}
+
+in_library() {
+    xdotool windowfocus --sync "$library" "$@"
+    sleep 0.4
+}
+
+open_library() {
+    press ctrl+o
+    wait_until 10 sheet_shown "Loop Library" || fail "the library did not show"
+    library=$sheet
+    sleep 1
+}
+
+keep_a_second_loop() {
+    say "A second take of two seconds, and into the library with it."
+    await_new_line "Loop cleared" press ctrl+BackSpace
+    await_new_line "Recording started successfully" press Return
+    sleep 2
+    await_new_line "Final recording URL" press space
+    save_loop bass
+    finish_saving
+}
+
+walk_through_the_library() {
+    local order
+    say "Ctrl+O: the library, searched and in each of its six orders."
+    open_library
+    screenshot 7-library "$library"
+    in_library type "ri"
+    screenshot 8-search "$library"
+    in_library key ctrl+a BackSpace
+    for order in 1 2 3 4 5 0; do
+        in_library key ctrl+f Tab space
+        ((order != 1)) || screenshot 9-orders "$library"
+        in_library key Home
+        ((order == 0)) || in_library key --repeat "$order" Down
+        in_library key Return
+    done
+
+    say "The older loop: Space to hear it, F2 for another name, the menu to export it."
+    in_library key ctrl+f Down End
+    await_new_line "Started previewing: riff" in_library key space
+    screenshot 10-preview "$library"
+    await_new_line "Preview completed" sleep 3
+    in_library key F2
+    in_library type "chorus"
+    screenshot 11-rename "$library"
+    in_library key Return
+    sleep 1
+    in_library key shift+F10
+    screenshot 12-menu "$library"
+    in_library key Down Down Down Return
+    wait_until 10 sheet_shown "Export Loop" || fail "nobody asked where to export to"
+    sleep 1
+    screenshot 13-export "$sheet"
+    xdotool windowfocus --sync "$sheet" type "exported"
+    xdotool windowfocus --sync "$sheet" key Return
+    wait_until 10 sheet_gone "Export Loop" || fail "the export did not end"
+    wait_until 10 test -f "$HOME/Documents/exported.wav" || fail "nothing was exported"
+    cp "$HOME/Documents/exported.wav" "$demo/"
+
+    say "Return: it is loaded, and Space plays it."
+    in_library key Return
+    wait_until 10 sheet_gone "Loop Library" || fail "the library did not close after the load"
+    await_new_line "Playback started" press space
+    sleep 2
+    await_new_line "Playback stopped" press space
+
+    say "Delete: the other loop goes."
+    open_library
+    in_library key Down Delete
+    screenshot 14-delete "$library"
+    in_library key Tab Return
+    sleep 1
+    in_library key Escape
+    wait_until 10 sheet_gone "Loop Library" || fail "the library did not close"
+    close_window
+}
+
+come_back() {
+    say "Started again: everything is as it was left."
+    start_remembered "$private" "$demo/tessivo-again.log" "$application"
+    tessivo=$!
+    wait_until 20 window_shown || fail "no window appeared, see $demo/tessivo-again.log"
+    sleep 1
+    open_library
+    screenshot 15-found-again "$library"
+    in_library key Escape
+    wait_until 10 sheet_gone "Loop Library" || fail "the library did not close"
+    close_window
+}
+
+check_demonstration() {
+    local seconds heard
     seconds=$(seconds_of "$demo/take.wav")
     within "$seconds" 3.5 5 || fail "the take is $seconds s long, not about 4 s"
     within "$(loudness_of "$demo/take.wav")" 0.01 1 || fail "the take is silent"
 
     cp -r "$HOME/Documents/SavedLoops" "$demo/" || fail "there is no folder of saved loops"
     check_library "$demo/SavedLoops" "$demo/take.wav"
+    grep -q '"name":"chorus"' "$demo/SavedLoops/library.json" || fail "the loop was not renamed"
+    cmp "$demo/exported.wav" "$demo/take.wav" || fail "the exported loop is not the take"
 
     # What was heard, without the silence before and after it.
     sox -V1 "$private/heard.wav" "$demo/speaker.wav" \
@@ -273,10 +399,10 @@ play_demonstration() {
     say "Tessivo recorded $seconds s and looped them for $heard s. In $demo:"
     say "  take.wav      the take, as Tessivo wrote it"
     say "  speaker.wav   what came out of the speaker"
-    say "  SavedLoops/   the library: the take under its name, and the list of loops"
-    say "  1-ready.png 2-recording.png 3-looping.png 4-stopped.png"
-    say "  5-midi-settings.png 6-saving.png"
-    say "  tessivo.log   what Tessivo said meanwhile"
+    say "  SavedLoops/   the library: the take under its new name, and the list of loops"
+    say "  exported.wav  the same, exported"
+    say "  *.png         every window on the way"
+    say "  *.log         what Tessivo said meanwhile"
 }
 
 scripts/packages.sh build run
