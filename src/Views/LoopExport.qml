@@ -10,6 +10,7 @@ Item {
 
     property savedLoop loop
     property url destination
+    readonly property QtObject savePanel: panel.item
 
     signal failed(message: string)
 

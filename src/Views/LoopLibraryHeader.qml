@@ -68,7 +68,7 @@ Rectangle {
                 anchors.verticalCenter: parent.verticalCenter
                 placeholderText: "Search loops..."
                 text: root.viewModel.searchText
-                onTextChanged: root.viewModel.searchText = text
+                onTextChanged: if (text !== root.viewModel.searchText) root.viewModel.searchText = text
                 onLeftDownwards: root.leftDownwards()
             }
 

@@ -94,7 +94,7 @@ T.Popup {
                 width: parent.width
                 placeholderText: "Enter new name"
                 text: root.viewModel.newLoopName
-                onTextChanged: root.viewModel.newLoopName = text
+                onTextChanged: if (text !== root.viewModel.newLoopName) root.viewModel.newLoopName = text
                 onAccepted: root.confirm()
 
                 Accessible.role: Accessible.EditableText

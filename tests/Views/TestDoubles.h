@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Audio/LoopPreviewEngine.h"
 #include "Audio/MIDIManager.h"
 #include "Models/LibraryMetadata.h"
 #include "Models/MIDIConfiguration.h"
@@ -9,6 +10,7 @@
 #include "Platform/System/LogLine.h"
 #include "Platform/System/MainQueue.h"
 #include "Utils/LoopFileManager.h"
+#include "ViewModels/LoopLibraryViewModel.h"
 #include "ViewModels/SimpleLooperViewModel.h"
 #include "support/OfflineRig.h"
 
@@ -133,12 +135,85 @@ public:
         return names;
     }
 
+    // A library of those loops, each a day older than the one before, with audio of one second.
+    Q_INVOKABLE void fill(const QStringList& names) {
+        clear();
+        std::vector<SavedLoop> loops;
+        for (const QString& name : names) {
+            const QString file = fileOf(loops.size());
+            const auto age = std::chrono::hours(24) * loops.size();
+            loops.emplace_back(name, file, secondsSince2001Now() - age, 5.0, 16'044);
+            writeOneSecond(file);
+        }
+        writeLibrary(loops);
+    }
+    // A library of that many loops, all of one file.
+    Q_INVOKABLE void fillWith(int count) {
+        fill({});
+        writeOneSecond(fileOf(0));
+        std::vector<SavedLoop> loops;
+        for (int i = 0; i < count; ++i)
+            loops.emplace_back(QStringLiteral("Loop %1").arg(i), fileOf(0),
+                               SecondsSince2001(count - i), 1.0, 16'044);
+        writeLibrary(loops);
+    }
+    Q_INVOKABLE void removeFileOf(int loop) {
+        QVERIFY(QFile::remove(pathOf(fileOf(static_cast<std::size_t>(loop)))));
+    }
+    // Another name of the loop's own file.
+    Q_INVOKABLE QUrl linkTo(int loop, const QUrl& folder) {
+        const QString link = folder.toLocalFile() + QStringLiteral("/link.wav");
+        QFile::link(pathOf(fileOf(static_cast<std::size_t>(loop))), link);
+        return QUrl::fromLocalFile(link);
+    }
+    // A folder beside the library, empty.
+    Q_INVOKABLE QUrl emptyFolder() {
+        QDir folder(pathOf(QStringLiteral("../Exports")));
+        folder.removeRecursively();
+        folder.mkpath(QStringLiteral("."));
+        return QUrl::fromLocalFile(folder.canonicalPath());
+    }
+    Q_INVOKABLE QStringList listing(const QUrl& folder) {
+        return QDir(folder.toLocalFile()).entryList(QDir::AllEntries | QDir::NoDotAndDotDot);
+    }
+    // That file is the one of the loop, to the byte.
+    Q_INVOKABLE bool isCopyOf(const QUrl& file, int loop) {
+        QFile copy(file.toLocalFile());
+        QFile original(pathOf(fileOf(static_cast<std::size_t>(loop))));
+        return copy.open(QIODevice::ReadOnly) && original.open(QIODevice::ReadOnly) &&
+               copy.size() > 16'000 && copy.readAll() == original.readAll();
+    }
+
 private:
     static inline const QString kName = QStringLiteral("take.wav");
 
-    static QString location() {
-        return LoopFileManager::savedLoopsDirectory().toLocalFile() + u'/' + kName;
+    static QString pathOf(const QString& file) {
+        return LoopFileManager::savedLoopsDirectory().toLocalFile() + u'/' + file;
     }
+    static QString fileOf(std::size_t loop) { return QStringLiteral("loop%1.wav").arg(loop); }
+    static void writeOneSecond(const QString& file) {
+        test::writeFile(pathOf(file).toStdString(), 4000,
+                        {test::noise(4000, static_cast<unsigned>(qHash(file)))});
+    }
+    static void writeLibrary(const std::vector<SavedLoop>& loops) {
+        QFile file(LoopFileManager::libraryMetadataURL().toLocalFile());
+        QVERIFY(file.open(QIODevice::WriteOnly));
+        file.write(LibraryMetadata::encode(loops));
+    }
+
+    static QString location() { return pathOf(kName); }
+};
+
+// The browser's model on a machine with a speaker, at which time stands still.
+class LibraryWithSound : public LoopLibraryViewModel {
+    Q_OBJECT
+    QML_ELEMENT
+
+public:
+    explicit LibraryWithSound(QObject* parent = nullptr)
+        : LoopLibraryViewModel(std::make_unique<LoopPreviewEngine>(
+                                   std::make_unique<sound::OfflineDevice>(test::formats(0))),
+                               parent) {}
 };
 
 // A save that a test can hold up.
