@@ -5,11 +5,16 @@
 //   latency_benchmark takes [times]     length of a take against the time from press to press,
 //                                       cycle 64
 //   latency_benchmark restart [times]   from the return of a killed server to sound, cycle 1024
+//   latency_benchmark preview [times]   from the click on a saved loop to its first sample at the
+//                                       speaker, and how long the main thread is held up, cycle 64
 
 #include "Common.h"
 
+#include "Audio/LoopPreviewEngine.h"
+#include "Platform/Sound/AudioError.h"
 #include "Platform/Sound/AudioFile.h"
 #include "Platform/System/LogLine.h"
+#include "Utils/LoopFileManager.h"
 #include "ViewModels/SimpleLooperViewModel.h"
 #include "support/GraphProbe.h"
 #include "support/PrivatePipeWire.h"
@@ -299,6 +304,106 @@ int restart(int times) {
     return faults + invalid == 0 ? 0 : 1;
 }
 
+// A second of sound in the library.
+SavedLoop saveLoop() {
+    SavedLoop loop("loop", "loop.wav", secondsSince2001Now(), 1.0, 0);
+    sound::AudioPCMBuffer buffer({kRate, 2}, 48000);
+    buffer.setFrameLength(48000);
+    for (const std::uint32_t channel : {0U, 1U}) {
+        std::fill(buffer.channel(channel).begin(), buffer.channel(channel).end(), 0.5F);
+    }
+    const std::string path = LoopFileManager::locationOf(loop)->toLocalFile().toStdString();
+    sound::AudioFileWriter(path, {kRate, 2}).write(buffer);
+    return loop;
+}
+
+// Runs the call and returns how long it held up the main thread, ms.
+template <typename Call> double held(Call&& call) {
+    const auto begin = Clock::now();
+    call();
+    return benchmark::millisecondsBetween(begin, Clock::now());
+}
+
+struct PreviewTimes {
+    std::vector<double> toSound; // ms from the click
+    std::vector<double> held;
+};
+
+// One preview, stopped and faded before this returns; a time of -1 is one never heard.
+void clickAndListen(LoopPreviewEngine& engine, const SavedLoop& loop, const GraphProbe& listener,
+                    PreviewTimes& times) {
+    const std::int64_t clicked = listener.frames();
+    times.held.push_back(held([&] { engine.previewLoop(loop); }));
+    benchmark::runEventsFor(300ms);
+    const auto heard = listener.recording(0);
+    const auto first = std::find_if(heard.begin() + clicked, heard.end(),
+                                    [](float sample) { return sample != 0.0F; });
+    times.toSound.push_back(first == heard.end()
+                                ? -1.0
+                                : 1000.0 * static_cast<double>(first - heard.begin() - clicked) /
+                                      kRate);
+    engine.stopPreview();
+    benchmark::runEventsFor(100ms);
+}
+
+int report(const char* what, const PreviewTimes& times) {
+    const auto sound = benchmark::spreadOf(times.toSound);
+    const auto main = benchmark::spreadOf(times.held);
+    const auto silent = std::count(times.toSound.begin(), times.toSound.end(), -1.0);
+    std::printf("%s, %zu times: first sample median %.1f ms, worst %.1f ms after the click; main "
+                "thread held up median %.2f ms, worst %.2f ms; never heard %lld times\n",
+                what, times.held.size(), sound.median, sound.worst, main.median, main.worst,
+                static_cast<long long>(silent));
+    return silent == 0 && main.worst < 50.0 ? 0 : 1;
+}
+
+int preview(int times) {
+    PrivatePipeWire server;
+    const SavedLoop loop = saveLoop();
+    const GraphProbe listener("listener", 0, 1, static_cast<std::size_t>(times) * 2 * 48000);
+    server.link("speaker:monitor_FL", "listener:in_0");
+    PreviewTimes first;
+    PreviewTimes later;
+    std::vector<double> made;
+    std::vector<double> gone;
+    for (int i = 0; i < times; ++i) {
+        std::unique_ptr<LoopPreviewEngine> engine;
+        made.push_back(held([&] { engine = std::make_unique<LoopPreviewEngine>(); }));
+        clickAndListen(*engine, loop, listener, first);
+        clickAndListen(*engine, loop, listener, later);
+        gone.push_back(held([&] { engine.reset(); }));
+        benchmark::runEventsFor(100ms);
+    }
+    int faults = report("first preview, which starts the engine", first);
+    faults += report("later preview", later);
+    const auto make = benchmark::spreadOf(made);
+    const auto go = benchmark::spreadOf(gone);
+    std::printf("engine made in median %.2f ms, worst %.2f ms; gone in %.2f ms, worst %.2f ms\n",
+                make.median, make.worst, go.median, go.worst);
+
+    const auto fail = [&](const char* what) {
+        std::unique_ptr<LoopPreviewEngine> engine;
+        const double making = held([&] { engine = std::make_unique<LoopPreviewEngine>(); });
+        std::string reason;
+        const double failing = held([&] {
+            try {
+                engine->previewLoop(loop);
+            } catch (const sound::AudioError& error) {
+                reason = error.what();
+            }
+        });
+        std::printf("%s: engine made in %.2f ms; preview fails in %.2f ms: %s\n", what, making,
+                    failing, reason.c_str());
+        return reason.empty() || making >= 50.0 ? 1 : 0;
+    };
+    server.freeze();
+    faults += fail("server frozen");
+    server.thaw();
+    server.kill();
+    faults += fail("server gone");
+    return faults + (make.worst < 50.0 && go.worst < 50.0 ? 0 : 1);
+}
+
 } // namespace
 
 int main(int argc, char** argv) {
@@ -316,6 +421,10 @@ int main(int argc, char** argv) {
     if (command == "restart") {
         return restart(times > 0 ? times : 10);
     }
-    std::puts("usage: latency_benchmark monitoring | takes [times] | restart [times]");
+    if (command == "preview") {
+        return preview(times > 0 ? times : 20);
+    }
+    std::puts("usage: latency_benchmark monitoring | takes [times] | restart [times] | "
+              "preview [times]");
     return 2;
 }

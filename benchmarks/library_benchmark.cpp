@@ -1,20 +1,26 @@
 // How the library behaves when it is large, and when what it holds is long.
 //
 //   library_benchmark list [loops]   loading after start-up, and a save of the metadata
+//   library_benchmark browse [loops] the library window's model: from its construction to the
+//                                    list, each key stroke of a search, each order
 //   library_benchmark take [hours]   saving a long take while the main thread stays alive
 
 #include "Common.h"
 
+#include "Audio/LoopPreviewEngine.h"
 #include "Models/LibraryFile.h"
 #include "Platform/Sound/AudioFile.h"
 #include "Platform/Sound/OfflineDevice.h"
 #include "Platform/System/BackgroundQueue.h"
 #include "Platform/System/LogLine.h"
 #include "Utils/LoopFileManager.h"
+#include "ViewModels/LoopLibraryViewModel.h"
 #include "ViewModels/SimpleLooperViewModel.h"
 
 #include <cstdio>
+#include <ctime>
 #include <fstream>
+#include <functional>
 #include <string>
 
 using namespace tessivo;
@@ -26,6 +32,7 @@ namespace {
 
 constexpr double kStallLimit = 50.0; // ms
 constexpr double kListLimit = 1000.0;
+constexpr double kKeystrokeLimit = 8.0;
 constexpr double kRate = 48000.0;
 
 std::filesystem::path folder() {
@@ -125,6 +132,147 @@ int list(int count) {
     return good ? 0 : 1;
 }
 
+// Names as people give them, in four scripts, some with accents.
+std::vector<SavedLoop> loopsWithNames(int count) {
+    const std::vector<QString> words{"Beat",
+                                     "Drum",
+                                     "Vibe",
+                                     "Pad",
+                                     "B\u00e4ssline",
+                                     "Caf\u00e9",
+                                     "\u0413\u0438\u0442\u0430\u0440\u0430",
+                                     "Night",
+                                     "Loop",
+                                     "Strings",
+                                     "Gro\u00dfe Halle",
+                                     "\u03a6\u03c9\u03c2",
+                                     "\u6728\u7434",
+                                     "Take"};
+    std::vector<SavedLoop> loops;
+    for (int i = 0; i < count; ++i) {
+        const auto word = [&](int n) {
+            return words[static_cast<std::size_t>(n) % words.size()];
+        };
+        const QString name = QStringLiteral("%1 %2 %3")
+                                 .arg(word(i), word(i / 14), QString::number(i * 7919 % count));
+        const QString file = QStringLiteral("%1.wav").arg(i);
+        writeAudio(folder() / file.toStdString(), 480);
+        loops.emplace_back(name, file, SecondsSince2001(7e8 + i * 61.25), i * 37 % 600, 4000);
+    }
+    return loops;
+}
+
+// What the main thread needs for a change of the list, a view's own work left out: by the
+// clock, and without what other programs of a busy machine take from it.
+struct Times {
+    void add(const std::function<void()>& change) {
+        const auto begin = Clock::now();
+        const double cpuBegin = cpuTime();
+        change();
+        cpu.push_back(cpuTime() - cpuBegin);
+        clock.push_back(millisecondsBetween(begin, Clock::now()));
+    }
+
+    static double cpuTime() {
+        timespec time{};
+        clock_gettime(CLOCK_THREAD_CPUTIME_ID, &time);
+        return static_cast<double>(time.tv_sec) * 1e3 + static_cast<double>(time.tv_nsec) / 1e6;
+    }
+
+    // True when the thread itself was never longer at it.
+    bool report(const char* what, double limit) const {
+        const auto byClock = benchmark::spreadOf(clock);
+        const auto byCpu = benchmark::spreadOf(cpu);
+        std::printf("%s: median %.2f ms, worst of %zu %.2f ms; processor time median %.2f ms, "
+                    "worst %.2f ms\n",
+                    what, byClock.median, clock.size(), byClock.worst, byCpu.median, byCpu.worst);
+        return byCpu.worst <= limit;
+    }
+
+    std::vector<double> clock;
+    std::vector<double> cpu;
+};
+
+struct Browsing {
+    double list = 0.0;
+    double stall = 0.0;
+};
+
+Browsing browse(Times& keystrokes, Times& orders, Times& early) {
+    using SortOrder = LoopLibraryViewModel::SortOrder;
+    Browsing result;
+    StallMeter meter;
+    benchmark::runEventsFor(std::chrono::milliseconds(20));
+    const auto begin = Clock::now();
+    LoopLibraryViewModel model(std::make_unique<LoopPreviewEngine>(
+        std::make_unique<sound::OfflineDevice>(sound::AudioDevice::Formats{
+            sound::AudioFormat(kRate, 2), sound::AudioFormat(kRate, 2), kRate})));
+    const auto* const rows = model.loops();
+    benchmark::runEventsUntil([&] { return rows->rowCount() > 0; }, std::chrono::seconds(60));
+    result.list = millisecondsBetween(begin, Clock::now());
+    benchmark::runEventsFor(std::chrono::milliseconds(200)); // the keys come meanwhile
+    result.stall = meter.longest();
+
+    const auto change = [&](Times& times, const std::function<void()>& by) {
+        times.add(by);
+        benchmark::runEventsFor(std::chrono::milliseconds(5)); // as between two strokes
+    };
+    for (const auto order : {SortOrder::dateDescending, SortOrder::nameAscending}) {
+        model.setSortOrder(order);
+        for (const QString& search :
+             {QStringLiteral("beat dr"), QStringLiteral("GROSSE"), QStringLiteral("1234"),
+              QStringLiteral("e 9"), QStringLiteral("\u03a6\u03a9\u03a3"), QStringLiteral("zzz")}) {
+            for (qsizetype length = 1; length <= search.size(); ++length) {
+                change(keystrokes, [&] { model.setSearchText(search.left(length)); });
+            }
+            for (qsizetype length = search.size() - 1; length > 0; --length) {
+                change(keystrokes, [&] { model.setSearchText(search.left(length)); });
+            }
+            change(keystrokes, [&] { model.clearSearch(); });
+        }
+    }
+    for (int round = 0; round < 2; ++round) {
+        for (const auto order : {SortOrder::dateAscending, SortOrder::nameAscending,
+                                 SortOrder::nameDescending, SortOrder::durationAscending,
+                                 SortOrder::durationDescending, SortOrder::dateDescending}) {
+            change(orders, [&] { model.setSortOrder(order); });
+        }
+    }
+
+    // A search before any key has been made ahead.
+    LoopLibraryViewModel other;
+    QObject::connect(&other, &LoopLibraryViewModel::libraryStatsChanged, &other, [&] {
+        early.add([&] { other.setSearchText(QStringLiteral("b")); });
+        QCoreApplication::quit();
+    });
+    QCoreApplication::exec();
+    return result;
+}
+
+int browse(int count) {
+    LibraryFile::write(loopsWithNames(count));
+    std::vector<double> lists;
+    std::vector<double> stalls;
+    Times keystrokes;
+    Times orders;
+    Times early;
+    for (int run = 0; run < 5; ++run) {
+        const Browsing result = browse(keystrokes, orders, early);
+        lists.push_back(result.list);
+        stalls.push_back(result.stall);
+    }
+    const auto list = benchmark::spreadOf(lists);
+    const auto stall = benchmark::spreadOf(stalls);
+    std::printf("%d loops: rows after %.0f ms (worst of 5: %.0f ms), longest stall of the main "
+                "thread from the start until the keys are made %.1f ms (worst %.1f ms)\n",
+                count, list.median, list.worst, stall.median, stall.worst);
+    bool good = list.worst <= kListLimit && stall.worst <= kStallLimit;
+    good = keystrokes.report("key stroke to new list", kKeystrokeLimit) && good;
+    good = orders.report("another order", kKeystrokeLimit) && good;
+    good = early.report("search within the turn in which the list comes", kStallLimit) && good;
+    return good ? 0 : 1;
+}
+
 int take(int hours) {
     SimpleLooperViewModel controller(
         std::make_unique<sound::OfflineDevice>(sound::AudioDevice::Formats{
@@ -171,9 +319,12 @@ int main(int argc, char** argv) {
     if (command == "list") {
         return list(number > 0 ? number : 10'000);
     }
+    if (command == "browse") {
+        return browse(number > 0 ? number : 10'000);
+    }
     if (command == "take") {
         return take(number > 0 ? number : 1);
     }
-    std::puts("usage: library_benchmark list [loops] | take [hours]");
+    std::puts("usage: library_benchmark list [loops] | browse [loops] | take [hours]");
     return 2;
 }

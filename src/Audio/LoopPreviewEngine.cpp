@@ -9,6 +9,7 @@
 #include <QCoreApplication>
 #include <QFileInfo>
 #include <QPointer>
+#include <QTimerEvent>
 
 #include <algorithm>
 #include <chrono>
@@ -62,8 +63,10 @@ public:
     Q_DISABLE_COPY_MOVE(FadeOut)
 
 protected:
-    void timerEvent(QTimerEvent* /*event*/) override {
+    void timerEvent(QTimerEvent* event) override {
         if (isOver()) {
+            killTimer(event->timerId());
+            engine_.reset();
             deleteLater();
         }
     }

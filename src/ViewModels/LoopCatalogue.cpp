@@ -136,8 +136,13 @@ std::vector<LoopCatalogue::Row> LoopCatalogue::rows(const QString& searchText, S
     }
     needKeys();
     const TextSearch::Pattern pattern(maker_->search.folded(searchText));
+    // In the order in which the keys lie in memory, which is several times as fast.
+    std::vector<char> isFound(entries_.size());
+    std::transform(entries_.begin(), entries_.end(), isFound.begin(), [&](const Entry& entry) {
+        return static_cast<char>(pattern.isIn(entry.keys->folded));
+    });
     for (const auto index : sorted_) {
-        if (pattern.isIn(entries_[index].keys->folded)) {
+        if (isFound[index] != 0) {
             rows.push_back(entries_[index].row);
         }
     }

@@ -77,7 +77,10 @@ LoopLibraryViewModel::LoopLibraryViewModel(std::unique_ptr<LoopPreviewEngine> pr
     observePreview();
 }
 
-LoopLibraryViewModel::~LoopLibraryViewModel() = default;
+LoopLibraryViewModel::~LoopLibraryViewModel() {
+    // Its end stops the preview, when the rows are gone already.
+    previewEngine_->disconnect(this);
+}
 
 void LoopLibraryViewModel::observeStore() {
     connect(&loopLibrary_, &LoopLibrary::savedLoopsChanged, this, &LoopLibraryViewModel::takeLoops);
@@ -108,16 +111,12 @@ void LoopLibraryViewModel::showRows() {
     rows_->setRows(catalogue_->rows(searchText_, sortOrder_));
 }
 
-// The engine knows the record that it was given; a rename gives the row another one.
+// Looked up when a preview starts, not later: the engine knows the record that it was given
+// then, and a rename gives the row another one.
 void LoopLibraryViewModel::markPreview() {
     const auto& playing = previewEngine_->currentPreviewLoop();
-    if (!playing || !previewEngine_->isPreviewingLoop(*playing)) {
-        previewedRecord_ = QUuid();
-        rows_->setPreviewed(std::nullopt);
-    } else if (previewedRecord_ != playing->id()) {
-        previewedRecord_ = playing->id();
-        rows_->setPreviewed(catalogue_->identityOf(playing->id()));
-    }
+    const bool isPreviewing = playing && previewEngine_->isPreviewingLoop(*playing);
+    rows_->setPreviewed(isPreviewing ? catalogue_->identityOf(playing->id()) : std::nullopt);
 }
 
 QAbstractItemModel* LoopLibraryViewModel::loops() const {

@@ -164,7 +164,6 @@ private:
     std::unique_ptr<LoopPreviewEngine> previewEngine_;
     std::unique_ptr<LoopCatalogue> catalogue_;
     std::unique_ptr<LoopListModel> rows_;
-    QUuid previewedRecord_; // the one that the marked row had when its preview began
 };
 
 } // namespace tessivo

@@ -8,6 +8,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstddef>
+#include <functional>
 #include <utility>
 
 namespace tessivo {
@@ -15,8 +16,8 @@ namespace {
 
 using Row = LoopListModel::Row;
 
-// More steps than this a list view no longer follows within a frame; docs/BENCHMARKS.md has
-// the figures.
+// A list view takes some 10 to 20 us for each step, and more of them than this would be felt
+// while typing.
 constexpr int kMostSteps = 64;
 
 QDateTime toDateTime(SecondsSince2001 date) {
@@ -27,31 +28,19 @@ QDateTime toDateTime(SecondsSince2001 date) {
     return QDateTime::fromMSecsSinceEpoch(static_cast<qint64>(std::floor(seconds * 1000.0)));
 }
 
-// The members of a longest rising subsequence: those need not move when the others do.
-std::vector<bool> longestRising(const std::vector<int>& values) {
-    std::vector<std::size_t> tails; // by length: where the run with the lowest end ends
-    std::vector<std::size_t> previous(values.size());
-    for (std::size_t i = 0; i < values.size(); ++i) {
-        const auto tail =
-            std::lower_bound(tails.begin(), tails.end(), values[i],
-                             [&](std::size_t index, int value) { return values[index] < value; });
-        previous[i] = tail != tails.begin() ? *(tail - 1) : i;
-        if (tail != tails.end()) {
-            *tail = i;
-        } else {
-            tails.push_back(i);
+// The row without which the others are in ascending order, if there is one.
+std::optional<int> onlyOneOutOfPlace(const std::vector<int>& places) {
+    const auto begin = places.begin();
+    const auto end = places.end();
+    const auto descent = std::adjacent_find(begin, end, std::greater<>());
+    for (const auto candidate : {descent, descent + 1}) {
+        std::vector<int> others(begin, candidate);
+        others.insert(others.end(), candidate + 1, end);
+        if (std::is_sorted(others.begin(), others.end())) {
+            return static_cast<int>(candidate - begin);
         }
     }
-    std::vector<bool> rising(values.size(), false);
-    if (!tails.empty()) {
-        std::size_t i = tails.back();
-        rising[i] = true;
-        while (previous[i] != i) {
-            i = previous[i];
-            rising[i] = true;
-        }
-    }
-    return rising;
+    return std::nullopt;
 }
 
 int size(const std::vector<Row>& rows) {
@@ -60,24 +49,27 @@ int size(const std::vector<Row>& rows) {
 
 } // namespace
 
-// How one list becomes another: which rows go, which move and which come.
+// How one list becomes another: which rows go and which come, or which one moves.
 class LoopListModel::Steps {
 public:
     Steps(const std::vector<Row>& from, const std::vector<Row>& to);
 
-    int count() const { return count_; }
+    // A list view can follow without being late or losing its place, which it may do when
+    // several rows move, or one together with other steps.
+    bool areFew() const { return count_ <= kMostSteps && (inOrder_ || moved_); }
     // Where in the other list a row of the one is; -1 when it is gone.
     int placeOf(const Row& row) const { return places_[row.identity]; }
     // Whether a row of the other list has come anew.
     bool isNew(int place) const { return isNew_[static_cast<std::size_t>(place)]; }
-    // Places of the rows that move, and all others stay; ascending.
-    const std::vector<int>& moved() const { return moved_; }
+    // The row that moves when nothing else does.
+    std::optional<int> moved() const { return moved_; }
 
 private:
     std::vector<int> places_; // by identity
     std::vector<bool> isNew_; // by place
-    std::vector<int> moved_;
-    int count_ = 0;
+    int count_ = 0;           // runs of rows that go or come
+    bool inOrder_ = true;     // those that stay
+    std::optional<int> moved_;
 };
 
 LoopListModel::Steps::Steps(const std::vector<Row>& from, const std::vector<Row>& to)
@@ -107,27 +99,22 @@ LoopListModel::Steps::Steps(const std::vector<Row>& from, const std::vector<Row>
     for (std::size_t place = 0; place < isNew_.size(); ++place) {
         count_ += isNew_[place] && (place == 0 || !isNew_[place - 1]) ? 1 : 0;
     }
-    if (!std::is_sorted(kept.begin(), kept.end())) {
-        const std::vector<bool> stays = longestRising(kept);
-        for (std::size_t i = 0; i < kept.size(); ++i) {
-            if (!stays[i]) {
-                moved_.push_back(kept[i]);
-            }
-        }
-        std::sort(moved_.begin(), moved_.end());
-        count_ += static_cast<int>(moved_.size());
+    inOrder_ = std::is_sorted(kept.begin(), kept.end());
+    if (!inOrder_ && count_ == 0) {
+        moved_ = onlyOneOutOfPlace(kept);
     }
 }
 
 LoopListModel::LoopListModel(QObject* parent)
     : QAbstractListModel(parent) {
     datesTimer_.setSingleShot(true);
+    datesTimer_.setTimerType(Qt::PreciseTimer); // never within the second that it ends
     connect(&datesTimer_, &QTimer::timeout, this, &LoopListModel::refreshDates);
 }
 
 void LoopListModel::setRows(std::vector<Row> rows) {
     const Steps steps(rows_, rows);
-    if (steps.count() <= kMostSteps) {
+    if (steps.areFew()) {
         follow(steps, rows);
     } else {
         showOthers(rows);
@@ -150,30 +137,16 @@ void LoopListModel::follow(const Steps& steps, std::vector<Row>& rows) {
         end = begin;
     }
 
-    std::vector<int> unsettled = steps.moved();
-    for (const int place : steps.moved()) {
-        unsettled.erase(unsettled.begin());
-        int from = 0;
-        int to = 0; // behind the last of the settled rows that belong before it
-        for (int row = 0; row < size(rows_); ++row) {
-            const int other = steps.placeOf(rows_[static_cast<std::size_t>(row)]);
-            if (other == place) {
-                from = row;
-            } else if (other < place &&
-                       !std::binary_search(unsettled.begin(), unsettled.end(), other)) {
-                to = row + 1;
-            }
+    if (const auto from = steps.moved()) {
+        const auto begin = rows_.begin();
+        const int to = steps.placeOf(begin[*from]);
+        beginMoveRows({}, *from, *from, {}, to > *from ? to + 1 : to);
+        if (to > *from) {
+            std::rotate(begin + *from, begin + *from + 1, begin + to + 1);
+        } else {
+            std::rotate(begin + to, begin + *from, begin + *from + 1);
         }
-        // Refused when the row is there already.
-        if (beginMoveRows({}, from, from, {}, to)) {
-            const auto begin = rows_.begin();
-            if (from < to) {
-                std::rotate(begin + from, begin + from + 1, begin + to);
-            } else {
-                std::rotate(begin + to, begin + from, begin + from + 1);
-            }
-            endMoveRows();
-        }
+        endMoveRows();
     }
 
     for (int begin = 0; begin < size(rows);) {
@@ -239,14 +212,14 @@ void LoopListModel::setPreviewed(std::optional<Identity> loop) {
     for (int row = 0; row < size(rows_); ++row) {
         const Identity identity = rows_[static_cast<std::size_t>(row)].identity;
         if (before == identity || previewed_ == identity) {
-            emit dataChanged(index(row), index(row), {IsPreviewingRole});
+            emit dataChanged(index(row), index(row), {isPreviewingRole});
         }
     }
 }
 
 void LoopListModel::refreshDates() {
     if (!rows_.empty()) {
-        emit dataChanged(index(0), index(size(rows_) - 1), {CreatedTextRole});
+        emit dataChanged(index(0), index(size(rows_) - 1), {createdTextRole});
     }
     awaitNextDates();
 }
@@ -274,16 +247,16 @@ QVariant LoopListModel::data(const QModelIndex& index, int role) const {
     }
     const Row& row = rows_[static_cast<std::size_t>(index.row())];
     switch (role) {
-    case LoopRole:
+    case loopRole:
         return QVariant::fromValue(row.loop);
-    case DurationTextRole:
+    case durationTextRole:
         return AudioUtils::formatDuration(row.loop.duration());
-    case FileSizeTextRole:
+    case fileSizeTextRole:
         return formatFileSize(row.loop.fileSize());
-    case CreatedTextRole:
+    case createdTextRole:
         return dateFormatter_.format(toDateTime(row.loop.createdDate()),
                                      QDateTime::currentDateTime());
-    case IsPreviewingRole:
+    case isPreviewingRole:
         return previewed_ == row.identity;
     default:
         return {};
@@ -291,11 +264,11 @@ QVariant LoopListModel::data(const QModelIndex& index, int role) const {
 }
 
 QHash<int, QByteArray> LoopListModel::roleNames() const {
-    return {{LoopRole, "loop"},
-            {DurationTextRole, "durationText"},
-            {FileSizeTextRole, "fileSizeText"},
-            {CreatedTextRole, "createdText"},
-            {IsPreviewingRole, "isPreviewing"}};
+    return {{loopRole, "loop"},
+            {durationTextRole, "durationText"},
+            {fileSizeTextRole, "fileSizeText"},
+            {createdTextRole, "createdText"},
+            {isPreviewingRole, "isPreviewing"}};
 }
 
 } // namespace tessivo

@@ -20,11 +20,11 @@ class LoopListModel : public QAbstractListModel {
 
 public:
     enum Role {
-        LoopRole = Qt::UserRole, // "loop": the SavedLoop itself
-        DurationTextRole,        // "durationText": minutes and seconds
-        FileSizeTextRole,        // "fileSizeText"
-        CreatedTextRole,         // "createdText": relative to now, kept up to date
-        IsPreviewingRole         // "isPreviewing"
+        loopRole = Qt::UserRole, // "loop": the SavedLoop itself
+        durationTextRole,        // "durationText": minutes and seconds
+        fileSizeTextRole,        // "fileSizeText"
+        createdTextRole,         // "createdText": relative to now, kept up to date
+        isPreviewingRole         // "isPreviewing"
     };
 
     // What a person takes for one and the same loop has one number, also across a rename,

@@ -1,0 +1,346 @@
+#include "ViewModels/LoopLibraryViewModel.h"
+
+#include "Audio/LoopPreviewEngine.h"
+#include "Models/LibraryRig.h"
+#include "ViewModels/LoopListModel.h"
+
+#include <QAbstractItemModelTester>
+
+namespace tessivo::test {
+namespace {
+
+using Order = LoopLibraryViewModel::SortOrder;
+using Names = std::vector<QString>;
+
+// A loop of the folder with a length that only its record has.
+SavedLoop lasting(const SavedLoop& loop, double duration) {
+    return {loop.name(), loop.filename(), loop.createdDate(), duration, loop.fileSize()};
+}
+
+// The model over a library of a test's own, with a preview engine that is turned by hand.
+struct BrowserRig : LibraryRig {
+    void open(const std::vector<SavedLoop>& loops) {
+        write(loops);
+        open();
+    }
+    void open() {
+        auto owned = std::make_unique<sound::OfflineDevice>(formats(2));
+        device = owned.get();
+        model = std::make_unique<LoopLibraryViewModel>(
+            std::make_unique<LoopPreviewEngine>(std::move(owned)));
+        tester = std::make_unique<QAbstractItemModelTester>(
+            model->loops(), QAbstractItemModelTester::FailureReportingMode::Fatal);
+        settle();
+    }
+
+    // What the rows show; it must be what the model says it has found.
+    Names names() const {
+        Names names;
+        for (const SavedLoop& loop : model->filteredAndSortedLoops()) {
+            names.push_back(loop.name());
+        }
+        Names shown;
+        for (int row = 0; row < model->loops()->rowCount(); ++row) {
+            shown.push_back(at(row).name());
+        }
+        EXPECT_EQ(shown, names);
+        return names;
+    }
+    Names found(const QString& text) const {
+        model->setSearchText(text);
+        return names();
+    }
+    Names inOrder(Order order) const {
+        model->setSortOrder(order);
+        return names();
+    }
+    SavedLoop at(int row) const {
+        return model->loops()->index(row, 0).data(LoopListModel::loopRole).value<SavedLoop>();
+    }
+    bool isMarked(int row) const {
+        return model->loops()->index(row, 0).data(LoopListModel::isPreviewingRole).toBool();
+    }
+
+    // The message of the alert, which is then dismissed; empty when there was none.
+    QString takeAlert() const {
+        const QString message = model->showingError() ? model->errorMessage() : QString();
+        model->clearError();
+        EXPECT_FALSE(model->showingError());
+        EXPECT_TRUE(model->errorMessage().isEmpty());
+        return message;
+    }
+
+    sound::OfflineDevice* device = nullptr;
+    std::unique_ptr<LoopLibraryViewModel> model;
+    std::unique_ptr<QAbstractItemModelTester> tester;
+};
+
+TEST(LoopLibraryViewModelTest, SearchLooksIntoNamesOnlyAndTakesTheTextAsTyped) {
+    BrowserRig rig;
+    const QString longName(10'000, u'\u05d0'); // right to left
+    const QString markup = "<b>Kick & Snare</b>";
+    rig.open({rig.loop("Beat", 5), rig.loop("Vibe", 4), rig.loop("Pad", 3),
+              rig.loop(longName, 2, "be long.wav"), rig.loop(markup, 1, "markup.wav")});
+    EXPECT_EQ(rig.found("BE"), (Names{"Beat", "Vibe"}));
+    EXPECT_EQ(rig.model->libraryStats().left(9).toStdString(), "5 loops \u2022");
+    EXPECT_EQ(rig.found(" "), Names{markup});
+    EXPECT_EQ(rig.found("be "), Names());
+    EXPECT_FALSE(rig.model->isEmpty());
+    EXPECT_EQ(rig.found(longName), Names{longName});
+    EXPECT_EQ(rig.found("</B>"), Names{markup});
+    rig.model->clearSearch();
+    EXPECT_EQ(rig.names().size(), 5U);
+}
+
+TEST(LoopLibraryViewModelTest, SixOrdersKeepEqualRecordsNewestFirst) {
+    BrowserRig rig;
+    const SavedLoop newest = lasting(rig.loop("same", 4, "1.wav"), 2.0);
+    const SavedLoop newer = lasting(rig.loop("Beat", 3, "2.wav"), 1.0);
+    const SavedLoop older = lasting(rig.loop("same", 2, "3.wav"), 2.0);
+    const SavedLoop oldest = lasting(rig.loop("\u00c4hre", 1, "4.wav"), 2.0);
+    const SavedLoop alike = lasting(rig.loop("ahorn", 1, "5.wav"), 3.0);
+    rig.open({oldest, newest, alike, older, newer});
+    using Loops = std::vector<SavedLoop>;
+    const std::vector<std::pair<Order, Loops>> cases{
+        {Order::dateDescending, {newest, newer, older, oldest, alike}},
+        {Order::dateAscending, {oldest, alike, older, newer, newest}},
+        {Order::nameAscending, {alike, oldest, newer, newest, older}},
+        {Order::nameDescending, {newest, older, newer, oldest, alike}},
+        {Order::durationAscending, {newer, newest, older, oldest, alike}},
+        {Order::durationDescending, {alike, newest, older, oldest, newer}},
+    };
+    const QVariantList choices = LoopLibraryViewModel::sortOrders();
+    ASSERT_EQ(choices.size(), 6);
+    EXPECT_EQ(rig.model->sortOrder(), Order::dateDescending);
+    for (std::size_t i = 0; i < cases.size(); ++i) {
+        const auto& [order, loops] = cases[i];
+        const QVariantMap choice = choices[static_cast<qsizetype>(i)].toMap();
+        EXPECT_EQ(choice["order"].toInt(), static_cast<int>(order));
+        EXPECT_EQ(LoopLibraryViewModel::sortOrder(choice["label"].toString()), order);
+        rig.inOrder(order);
+        EXPECT_EQ(rig.model->filteredAndSortedLoops(), loops) << i;
+    }
+    EXPECT_EQ(choices[3].toMap()["label"].toString().toStdString(), "Name Z-A");
+    EXPECT_EQ(LoopLibraryViewModel::sortOrder("name a-z"), std::nullopt);
+    rig.found("s");
+    EXPECT_EQ(rig.inOrder(Order::dateAscending), (Names{"same", "same"}));
+}
+
+TEST(LoopLibraryViewModelTest, SummaryCountsTheWholeLibrary) {
+    BrowserRig rig;
+    rig.open();
+    EXPECT_TRUE(rig.model->isEmpty());
+    EXPECT_EQ(rig.model->libraryStats().toStdString(), "0 loops \u2022 Zero KB");
+    const SavedLoop one = rig.loop("One", 1);
+    rig.model->loopLibrary().saveLoop(one);
+    EXPECT_FALSE(rig.model->isEmpty());
+    EXPECT_EQ(rig.model->libraryStats().toStdString(), "1 loop \u2022 4 KB");
+    EXPECT_EQ(rig.found("two"), Names());
+}
+
+TEST(LoopLibraryViewModelTest, RenameAppliesOnceAndTellsWhyNot) {
+    BrowserRig rig;
+    rig.open({rig.loop("Beat", 2), rig.loop("Pad", 1)});
+    rig.model->confirmRename(); // nothing is selected
+    rig.model->renameLoop(rig.at(0));
+    EXPECT_TRUE(rig.model->showingRenameDialog());
+    EXPECT_EQ(rig.model->newLoopName(), QString("Beat"));
+    EXPECT_EQ(rig.model->selectedLoopName(), QString("Beat"));
+
+    const auto expectRefused = [&](const QString& name, const QString& message) {
+        rig.model->setNewLoopName(name);
+        rig.model->confirmRename();
+        EXPECT_EQ(rig.takeAlert(), message);
+        EXPECT_TRUE(rig.model->showingRenameDialog());
+        EXPECT_EQ(rig.model->newLoopName(), name);
+        EXPECT_EQ(rig.model->selectedLoopName(), QString("Beat"));
+        EXPECT_EQ(rig.names(), (Names{"Beat", "Pad"}));
+    };
+    expectRefused("  \n ", "Loop name cannot be empty");
+    expectRefused(" Pad", "Failed to rename loop: A loop with this name already exists");
+
+    rig.model->setNewLoopName("  Drums\n");
+    rig.model->confirmRename();
+    rig.model->confirmRename(); // pressed twice
+    EXPECT_EQ(rig.takeAlert(), QString());
+    EXPECT_FALSE(rig.model->showingRenameDialog());
+    EXPECT_FALSE(rig.model->selectedLoop());
+    EXPECT_EQ(rig.model->newLoopName(), QString());
+    EXPECT_EQ(rig.names(), (Names{"Drums", "Pad"}));
+    settle();
+    EXPECT_EQ(rig.read().front().name(), QString("Drums"));
+
+    const SavedLoop stranger("Gone", "gone.wav", SecondsSince2001(1), 1.0, 1);
+    rig.model->renameLoop(stranger);
+    rig.model->confirmRename();
+    EXPECT_EQ(rig.takeAlert(), QString("Failed to rename loop: Loop file not found"));
+}
+
+TEST(LoopLibraryViewModelTest, DeleteAppliesOnceAndKeepsARecordWhoseFileIsMissing) {
+    BrowserRig rig;
+    rig.open({rig.loop("Beat", 2), rig.loop("Pad", 1)});
+    rig.model->confirmDelete();
+    rig.model->deleteLoop(rig.at(1));
+    EXPECT_TRUE(rig.model->showingDeleteConfirmation());
+    EXPECT_EQ(rig.model->selectedLoopName(), QString("Pad"));
+    rig.model->confirmDelete();
+    rig.model->confirmDelete(); // pressed twice
+    EXPECT_EQ(rig.takeAlert(), QString());
+    EXPECT_FALSE(rig.model->showingDeleteConfirmation());
+    EXPECT_EQ(rig.names(), Names{"Beat"});
+    EXPECT_FALSE(std::filesystem::exists(rig.folder / "Pad.wav"));
+
+    std::filesystem::remove(rig.folder / "Beat.wav");
+    rig.model->deleteLoop(rig.at(0));
+    rig.model->confirmDelete();
+    EXPECT_EQ(rig.takeAlert(), QString("Failed to delete loop: Loop file not found"));
+    EXPECT_TRUE(rig.model->showingDeleteConfirmation());
+    EXPECT_EQ(rig.model->selectedLoopName(), QString("Beat"));
+    EXPECT_EQ(rig.names(), Names{"Beat"});
+}
+
+TEST(LoopLibraryViewModelTest, TheMarkerStaysWithTheLoopThatPlays) {
+    BrowserRig rig;
+    rig.open({rig.loop("Beat", 3), rig.loop("Pad", 2), rig.loop("Vibe", 1)});
+    const SavedLoop pad = rig.at(1);
+    rig.model->previewLoop(pad);
+    EXPECT_TRUE(rig.model->isPreviewingLoop(pad));
+    EXPECT_TRUE(rig.isMarked(1));
+    EXPECT_FALSE(rig.isMarked(0));
+
+    // Renamed while it plays: another record, the same row.
+    const QPersistentModelIndex row = rig.model->loops()->index(1, 0);
+    rig.model->setSortOrder(Order::nameAscending);
+    rig.model->setSortOrder(Order::dateDescending);
+    rig.model->renameLoop(pad);
+    rig.model->setNewLoopName("A drum");
+    rig.model->confirmRename();
+    EXPECT_EQ(rig.at(1).name(), QString("A drum"));
+    EXPECT_FALSE(rig.model->isPreviewingLoop(rig.at(1)));
+    EXPECT_EQ(row.row(), 1);
+    EXPECT_TRUE(rig.isMarked(1));
+    // Found again after it was not to be seen, and after the file is read again.
+    EXPECT_EQ(rig.found("vibe"), Names{"Vibe"});
+    EXPECT_FALSE(rig.isMarked(0));
+    rig.found("");
+    settle();
+    rig.model->refreshLibrary();
+    settle();
+    EXPECT_TRUE(rig.isMarked(1));
+
+    rig.model->previewLoop(rig.at(0));
+    EXPECT_TRUE(rig.isMarked(0));
+    EXPECT_FALSE(rig.isMarked(1));
+    rig.model->stopPreview();
+    EXPECT_FALSE(rig.isMarked(0));
+    rig.model->previewLoop(rig.at(1));
+    EXPECT_TRUE(rig.isMarked(1));
+
+    rig.model->setPreviewVolume(7.0F);
+    EXPECT_EQ(rig.model->previewEngine()->previewVolume(), 1.0F);
+    EXPECT_EQ(rig.takeAlert(), QString());
+    writeBytes(rig.folder / "Vibe.wav", "no sound");
+    rig.model->previewLoop(rig.at(2));
+    EXPECT_TRUE(rig.takeAlert().startsWith("Failed to preview loop: "));
+    EXPECT_FALSE(rig.isMarked(2));
+
+    // The end of a model that previews stops it, and no row is there to be unmarked.
+    rig.model->previewLoop(rig.at(1));
+    EXPECT_TRUE(rig.isMarked(1));
+    rig.tester.reset();
+    rig.model.reset();
+}
+
+TEST(LoopLibraryViewModelTest, ACorruptedLibraryIsToldInATurnOfItsOwn) {
+    BrowserRig rig;
+    rig.loop("Beat", 1);
+    writeBytes(rig.metadata, "{");
+    rig.open();
+    EXPECT_EQ(rig.names(), Names{"Beat"}); // rebuilt, and yet told
+    EXPECT_EQ(rig.takeAlert(), QString("Loop library is corrupted and needs to be rebuilt"));
+
+    writeBytes(rig.metadata, "{");
+    bool failed = false;
+    LoopLibrary* const store = &rig.model->loopLibrary();
+    QObject::connect(store, &LoopLibrary::lastErrorChanged, store, [&] {
+        if (store->lastError()) {
+            failed = true;
+            EXPECT_FALSE(rig.model->showingError());
+        }
+    });
+    rig.model->refreshLibrary();
+    settle();
+    EXPECT_TRUE(failed);
+    EXPECT_TRUE(rig.model->showingError());
+
+    // A model that is gone by the time of the turn is not called.
+    writeBytes(rig.metadata, "{");
+    failed = false;
+    rig.model->clearError();
+    rig.model->refreshLibrary();
+    ASSERT_TRUE(runUntil([&] { return failed; }));
+    rig.tester.reset();
+    rig.model.reset();
+    settle();
+}
+
+TEST(LoopLibraryViewModelTest, WhatAPersonChangedInTheFileIsShownAfterRefresh) {
+    BrowserRig rig;
+    const SavedLoop beat = rig.loop("Beat", 3);
+    const SavedLoop pad = rig.loop("Pad", 2);
+    rig.open({beat, pad});
+    EXPECT_EQ(rig.inOrder(Order::nameAscending), (Names{"Beat", "Pad"}));
+    const QPersistentModelIndex row = rig.model->loops()->index(1, 0);
+    // The same file under another name and id, the same id twice, and a loop without audio.
+    const SavedLoop gone("Gone", "gone.wav", SecondsSince2001(9), 1.0, 1);
+    rig.write({SavedLoop("Zither", pad.filename(), pad.createdDate(), 1.0, 7), beat, beat, gone,
+               rig.loop("New", 1)});
+    bool isLoadingWasTold = false;
+    QObject::connect(rig.model.get(), &LoopLibraryViewModel::isLoadingChanged, rig.model.get(),
+                     [&] { isLoadingWasTold = true; });
+    rig.model->refreshLibrary();
+    EXPECT_TRUE(isLoadingWasTold);
+    EXPECT_TRUE(rig.model->isLoading());
+    settle();
+    EXPECT_FALSE(rig.model->isLoading());
+    EXPECT_EQ(rig.names(), (Names{"Beat", "Beat", "New", "Zither"}));
+    EXPECT_EQ(row.row(), 3);
+    EXPECT_EQ(rig.found("zi"), Names{"Zither"});
+}
+
+TEST(LoopLibraryViewModelTest, WhatIsTypedBeforeTheKeysAreReadyFindsTheSame) {
+    BrowserRig rig;
+    std::vector<SavedLoop> loops;
+    for (int i = 0; i < 300; ++i) {
+        loops.push_back(rig.loop("Loop " + QString::number(i), 300 - i));
+    }
+    rig.write(loops);
+    auto model = std::make_unique<LoopLibraryViewModel>(
+        std::make_unique<LoopPreviewEngine>(std::make_unique<sound::OfflineDevice>(formats(2))));
+    std::vector<SavedLoop> early;
+    QObject::connect(model.get(), &LoopLibraryViewModel::libraryStatsChanged, model.get(), [&] {
+        model->setSearchText("loop 29");
+        model->setSortOrder(Order::nameDescending);
+        early = model->filteredAndSortedLoops();
+    });
+    ASSERT_TRUE(runUntil([&] { return !early.empty(); }));
+    ASSERT_EQ(early.size(), 11U);
+    EXPECT_EQ(early.front().name(), QString("Loop 299"));
+    EXPECT_EQ(early.back().name(), QString("Loop 29"));
+    settle();
+    EXPECT_EQ(model->filteredAndSortedLoops(), early);
+    // All last equally long.
+    model->clearSearch();
+    for (const auto order : {Order::durationAscending, Order::durationDescending}) {
+        model->setSortOrder(order);
+        EXPECT_EQ(model->filteredAndSortedLoops(), model->loopLibrary().savedLoops());
+    }
+    // The keys of these names come to nobody.
+    model->refreshLibrary();
+    runPosted();
+    model.reset();
+    settle();
+}
+
+} // namespace
+} // namespace tessivo::test
