@@ -89,8 +89,12 @@ Item {
             }
 
             delegate: FolderRow {
+                required property int index
+
                 width: ListView.view.width
-                activeFocusOnTab: ListView.isCurrentItem
+                activeFocusOnTab: index === list.currentIndex
+                ListView.onPooled: visible = false
+                ListView.onReused: visible = true
                 onTriggered: {
                     if (fileIsDir)
                         root.show(fileUrl);

@@ -14,6 +14,8 @@ T.ApplicationWindow {
     readonly property QtObject savePanel: exporting.savePanel
     readonly property bool isAnswering: rename.visible || deletion.visible || failure.visible
 
+    onIsAnsweringChanged: if (!isAnswering) settling.restart()
+
     signal loadLoop(loop: savedLoop)
     signal dismissed()
 
@@ -47,6 +49,13 @@ T.ApplicationWindow {
             deletion.close();
         else
             rename.cancel();
+    }
+
+    // Return pressed twice in a question is not meant for the row that gets the keyboard back.
+    Timer {
+        id: settling
+
+        interval: Application.styleHints.mouseDoubleClickInterval
     }
 
     Shortcut {
@@ -88,6 +97,7 @@ T.ApplicationWindow {
         anchors.right: parent.right
         visible: !root.viewModel.isLoading && !root.viewModel.isEmpty
         viewModel: root.viewModel
+        returnLoads: !settling.running
         onLoad: loop => root.load(loop)
         onExportLoop: loop => exporting.begin(loop)
         onTyped: text => header.search.append(text)
@@ -131,7 +141,10 @@ T.ApplicationWindow {
             }
         ]
         visible: root.viewModel.showingDeleteConfirmation
-        onClosed: root.viewModel.showingDeleteConfirmation = false
+        onClosed: {
+            if (root.viewModel.showingDeleteConfirmation)
+                root.viewModel.showingDeleteConfirmation = false;
+        }
     }
 
     Alert {
@@ -140,6 +153,6 @@ T.ApplicationWindow {
         title: "Error"
         message: root.viewModel.errorMessage
         visible: root.viewModel.showingError
-        onClosed: root.viewModel.clearError()
+        onClosed: if (root.viewModel.showingError) root.viewModel.clearError()
     }
 }

@@ -8,6 +8,7 @@ RowList {
     id: root
 
     required property LoopLibraryViewModel viewModel
+    required property bool returnLoads
 
     readonly property string searchText: viewModel.searchText
     readonly property int sortOrder: viewModel.sortOrder
@@ -51,9 +52,13 @@ RowList {
         required property bool isPreviewing
 
         width: ListView.view.width
-        activeFocusOnTab: ListView.isCurrentItem
+        // Not the attached property, which changes before the focus has gone on.
+        activeFocusOnTab: index === root.currentIndex
         isCurrentlyPreviewing: isPreviewing
-        isChosen: ListView.isCurrentItem && root.showsCurrent
+        ListView.onPooled: visible = false
+        ListView.onReused: visible = true
+        isChosen: activeFocusOnTab && root.showsCurrent
+        returnLoads: root.returnLoads
         onLoad: root.load(loop)
         onPreview: isPreviewing => root.preview(loop, isPreviewing)
         onRename: root.viewModel.renameLoop(loop)

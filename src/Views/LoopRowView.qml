@@ -14,6 +14,8 @@ Rectangle {
     required property bool isCurrentlyPreviewing
     // The keyboard is in this row.
     required property bool isChosen
+    // Return is meant for this row, and not for what was in front of it a moment ago.
+    required property bool returnLoads
 
     property bool isHovered: pointer.hovered
 
@@ -33,7 +35,7 @@ Rectangle {
         else if (!plain)
             return false;
         else if (event.key === Qt.Key_Return || event.key === Qt.Key_Enter)
-            load();
+            loadByKey();
         else if (event.key === Qt.Key_Space)
             preview(isCurrentlyPreviewing);
         else if (event.key === Qt.Key_F2)
@@ -43,6 +45,11 @@ Rectangle {
         else
             return false;
         return true;
+    }
+
+    function loadByKey() {
+        if (returnLoads)
+            load();
     }
 
     implicitHeight: Math.max(texts.implicitHeight, actions.implicitHeight, Theme.rowIconFrame)

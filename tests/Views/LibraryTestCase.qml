@@ -25,6 +25,15 @@ ViewTestCase {
     function names(): var {
         return rows().map(row => row.Accessible.name);
     }
+    function lists(...expected) {
+        return names().join("\u0000") === expected.join("\u0000");
+    }
+    // Where what has just come into sight will be.
+    function click(target: Item) {
+        for (let part = target; part; part = part.parent)
+            tryVerify(() => !isPolishScheduled(part));
+        mouseClick(target);
+    }
     function row(name: string): Item {
         return rows().find(row => row.Accessible.name === name) ?? null;
     }

@@ -142,7 +142,7 @@ public:
         for (const QString& name : names) {
             const QString file = fileOf(loops.size());
             const auto age = std::chrono::hours(24) * loops.size();
-            loops.emplace_back(name, file, secondsSince2001Now() - age, 1.0 + names.size(), 16'044);
+            loops.emplace_back(name, file, secondsSince2001Now() - age, 5.0, 16'044);
             writeOneSecond(file);
         }
         writeLibrary(loops);

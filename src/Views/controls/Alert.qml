@@ -49,6 +49,13 @@ T.Popup {
         border.color: Theme.outline
     }
 
+    Shortcut {
+        sequences: ["Ctrl+Escape"]
+        enabled: root.visible
+        autoRepeat: false
+        onActivated: root.close()
+    }
+
     Text {
         id: heading
 

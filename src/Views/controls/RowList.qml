@@ -56,11 +56,18 @@ ListView {
         root.pointerInUse = false;
         event.accepted = root.moves(event.key);
     }
-    onActiveFocusChanged: {
+    // Whoever comes by the Tab key lets it go here.
+    Keys.onReleased: event => {
+        if (event.key === Qt.Key_Tab || event.key === Qt.Key_Backtab)
+            root.pointerInUse = false;
+    }
+    onShowsCurrentChanged: {
         if (showsCurrent && count > 0)
             positionViewAtIndex(currentIndex, ListView.Contain);
-        else if (!activeFocus)
-            pointerInUse = false;
+    }
+
+    HoverHandler {
+        onPointChanged: root.pointerInUse = true
     }
 
     T.ScrollBar.vertical: VerticalScrollBar { }
