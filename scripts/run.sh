@@ -153,6 +153,13 @@ press() {
     xdotool windowfocus --sync "$window" key "$1"
 }
 
+# The last item of the toolbar, at its right end.
+click_gear() {
+    local WIDTH
+    eval "$(xdotool getwindowgeometry --shell "$window" | grep '^WIDTH=')"
+    xdotool mousemove --window "$window" $((WIDTH - 24)) 24 click 1
+}
+
 # screenshot NAME [WINDOW]
 screenshot() {
     import -window "${2:-$window}" "$demo/$1.png" || fail "no picture could be taken of the window"
@@ -228,10 +235,8 @@ play_demonstration() {
     sleep 1
     screenshot 4-stopped
 
-    say "Tab, Tab, Space: the MIDI settings."
-    press Tab
-    press Tab
-    press space
+    say "A click on the gear: the MIDI settings."
+    click_gear
     wait_until 10 sheet_shown "MIDI Settings" || fail "the MIDI settings did not show"
     sleep 1
     screenshot 5-midi-settings "$sheet"
@@ -318,7 +323,7 @@ walk_through_the_library() {
     for order in 1 2 3 4 5 0; do
         in_library key ctrl+f Tab space
         ((order != 1)) || screenshot 9-orders "$library"
-        in_library key Home
+        in_library key --repeat 5 Up
         ((order == 0)) || in_library key --repeat "$order" Down
         in_library key Return
     done
