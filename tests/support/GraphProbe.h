@@ -1,18 +1,12 @@
 #pragma once
 
-#include <spa/utils/hook.h>
+#include "support/GraphNode.h"
 
 #include <atomic>
 #include <cstddef>
 #include <cstdint>
-#include <memory>
 #include <string>
 #include <vector>
-
-struct pw_context;
-struct pw_filter;
-struct pw_thread_loop;
-struct spa_io_position;
 
 namespace tessivo::test {
 
@@ -29,13 +23,11 @@ struct Mark {
 // A node of the graph with ports "out_0" ..., which emit the marks of their channels, and
 // ports "in_0" ..., which are recorded from the first cycle on. It works inside the graph's
 // cycle and therefore exactly, and it is linked by hand.
-class GraphProbe {
+class GraphProbe final : public GraphNode {
 public:
     GraphProbe(const std::string& name, std::size_t outputs, std::size_t inputs,
                std::size_t recordedFrames = std::size_t{60} * 48000);
-    ~GraphProbe();
-    GraphProbe(const GraphProbe&) = delete;
-    GraphProbe& operator=(const GraphProbe&) = delete;
+    ~GraphProbe() override;
 
     std::int64_t frames() const { return frames_; } // recorded so far, and emitted
     // What one input has heard.
@@ -43,13 +35,8 @@ public:
 
 private:
     struct Port;
-    static void onProcess(void* data, spa_io_position* position);
-    void release();
+    void process(const spa_io_position& position) override;
 
-    pw_thread_loop* loop_ = nullptr;
-    pw_context* context_ = nullptr;
-    pw_filter* filter_ = nullptr;
-    spa_hook listener_{};
     std::vector<Port*> outputs_;
     std::vector<Port*> inputs_;
     std::vector<std::vector<float>> recordings_;

@@ -13,46 +13,9 @@
 
 namespace tessivo::test {
 
-namespace {
-
-pw_properties* propertiesOf(MidiSender::Properties properties,
-                            const MidiSender::Properties& replacements) {
-    for (const auto& [key, value] : replacements) {
-        properties[key] = value;
-    }
-    pw_properties* result = pw_properties_new(nullptr, nullptr);
-    for (const auto& [key, value] : properties) {
-        pw_properties_set(result, key.c_str(), value.c_str());
-    }
-    return result;
-}
-
-} // namespace
-
-MidiSender::MidiSender(Identity identity) {
-    static const pw_filter_events events = [] {
-        pw_filter_events e{};
-        e.version = PW_VERSION_FILTER_EVENTS;
-        e.process = onProcess;
-        return e;
-    }();
-    pw_init(nullptr, nullptr);
-    loop_ = pw_thread_loop_new(identity.name.c_str(), nullptr);
-    pw_thread_loop_lock(loop_);
-    context_ = pw_context_new(pw_thread_loop_get_loop(loop_),
-                              pw_properties_new(PW_KEY_CONFIG_NAME, "client-rt.conf", nullptr), 0);
-    pw_core* const core = context_ != nullptr ? pw_context_connect(context_, nullptr, 0) : nullptr;
-    if (core == nullptr) {
-        pw_thread_loop_unlock(loop_);
-        release();
-        throw std::runtime_error("the sound server cannot be reached by a controller");
-    }
-    filter_ = pw_filter_new(core, identity.name.c_str(),
-                            propertiesOf({{PW_KEY_NODE_NAME, identity.name},
-                                          {PW_KEY_MEDIA_TYPE, "Midi"},
-                                          {PW_KEY_MEDIA_CATEGORY, "Playback"}},
-                                         identity.nodeProperties));
-    pw_filter_add_listener(filter_, &listener_, &events, this);
+MidiSender::MidiSender(Identity identity)
+    : GraphNode(identity.name, {{PW_KEY_MEDIA_TYPE, "Midi"}, {PW_KEY_MEDIA_CATEGORY, "Playback"}},
+                identity.nodeProperties) {
     std::array<std::uint8_t, 256> storage{};
     spa_pod_builder builder{};
     spa_pod_builder_init(&builder, storage.data(), storage.size());
@@ -61,34 +24,13 @@ MidiSender::MidiSender(Identity identity) {
     spa_pod_builder_prop(&builder, SPA_PARAM_BUFFERS_size, 0);
     spa_pod_builder_int(&builder, static_cast<std::int32_t>(kLargestCycle));
     const auto* buffers = static_cast<const spa_pod*>(spa_pod_builder_pop(&builder, &frame));
-    port_ = pw_filter_add_port(
-        filter_, PW_DIRECTION_OUTPUT, PW_FILTER_PORT_FLAG_MAP_BUFFERS, 1,
-        propertiesOf({{PW_KEY_FORMAT_DSP, "8 bit raw midi"}, {PW_KEY_PORT_NAME, "out_0"}},
-                     identity.portProperties),
-        &buffers, 1);
-    const bool works = port_ != nullptr &&
-                       pw_filter_connect(filter_, PW_FILTER_FLAG_RT_PROCESS, nullptr, 0) >= 0 &&
-                       pw_thread_loop_start(loop_) >= 0;
-    pw_thread_loop_unlock(loop_);
-    if (!works) {
-        release();
-        throw std::runtime_error("the sound server takes no controller");
-    }
+    port_ = addPort(true, 1, {{PW_KEY_FORMAT_DSP, "8 bit raw midi"}, {PW_KEY_PORT_NAME, "out_0"}},
+                    identity.portProperties, buffers);
+    start();
 }
 
 MidiSender::~MidiSender() {
-    release();
-}
-
-void MidiSender::release() {
-    pw_thread_loop_stop(loop_);
-    if (filter_ != nullptr) {
-        pw_filter_destroy(filter_);
-    }
-    if (context_ != nullptr) {
-        pw_context_destroy(context_);
-    }
-    pw_thread_loop_destroy(loop_);
+    stop();
 }
 
 std::size_t MidiSender::send(std::vector<Packet> packets) {
@@ -113,12 +55,6 @@ std::optional<MidiSender::Clock::time_point> MidiSender::sentAt(std::size_t numb
 void MidiSender::flood(unsigned perSecond, std::vector<std::uint8_t> notes) {
     floods_.push_back({perSecond, std::move(notes)});
     flood_ = &floods_.back();
-}
-
-void MidiSender::onProcess(void* data, spa_io_position* position) {
-    if (position != nullptr) { // otherwise between two drivers
-        static_cast<MidiSender*>(data)->process(*position);
-    }
 }
 
 void MidiSender::process(const spa_io_position& position) {

@@ -1,33 +1,25 @@
 #pragma once
 
 #include "Platform/Sound/SpscQueue.h"
-
-#include <spa/utils/hook.h>
+#include "support/GraphNode.h"
 
 #include <atomic>
 #include <chrono>
 #include <cstddef>
 #include <cstdint>
 #include <deque>
-#include <map>
 #include <optional>
 #include <string>
 #include <vector>
-
-struct pw_context;
-struct pw_filter;
-struct pw_thread_loop;
-struct spa_io_position;
 
 namespace tessivo::test {
 
 // A controller: a node of the graph with one output port for MIDI, "out_0" unless its
 // properties say otherwise. What it is to send waits until somebody is linked to it. Called by
 // one thread, and destroyed at any time; a server that went away takes it along.
-class MidiSender {
+class MidiSender final : public GraphNode {
 public:
     using Packet = std::vector<std::uint8_t>;
-    using Properties = std::map<std::string, std::string>;
     using Clock = std::chrono::steady_clock;
 
     struct Identity {
@@ -42,9 +34,7 @@ public:
     explicit MidiSender(Identity identity);
     explicit MidiSender(const std::string& name = "keys")
         : MidiSender(Identity{name}) {}
-    ~MidiSender();
-    MidiSender(const MidiSender&) = delete;
-    MidiSender& operator=(const MidiSender&) = delete;
+    ~MidiSender() override;
 
     // These leave together, in the next cycle that has none from an earlier call. Returns how
     // many cycles were asked for so far, this one included.
@@ -71,14 +61,8 @@ private:
         unsigned perSecond;
         std::vector<std::uint8_t> notes;
     };
-    static void onProcess(void* data, spa_io_position* position);
-    void process(const spa_io_position& position);
-    void release();
+    void process(const spa_io_position& position) override;
 
-    pw_thread_loop* loop_ = nullptr;
-    pw_context* context_ = nullptr;
-    pw_filter* filter_ = nullptr;
-    spa_hook listener_{};
     void* port_ = nullptr;
 
     std::deque<Cycle> cycles_; // all of them: the callback frees nothing

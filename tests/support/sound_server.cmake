@@ -1,6 +1,7 @@
 # A private sound server, and a probe and a controller in its graph, for tests of every layer.
 tessivo_library(tessivo_test_sound_server
     SOURCES
+        ${CMAKE_CURRENT_LIST_DIR}/GraphNode.cpp
         ${CMAKE_CURRENT_LIST_DIR}/GraphProbe.cpp
         ${CMAKE_CURRENT_LIST_DIR}/MidiSender.cpp
         ${CMAKE_CURRENT_LIST_DIR}/PrivatePipeWire.cpp

@@ -1,0 +1,51 @@
+#pragma once
+
+#include <spa/utils/hook.h>
+
+#include <cstddef>
+#include <map>
+#include <string>
+
+struct pw_context;
+struct pw_filter;
+struct pw_thread_loop;
+struct spa_io_position;
+struct spa_pod;
+
+namespace tessivo::test {
+
+// A node of a test's own in the server's graph, which works inside the graph's cycle with the
+// priority of an audio thread: otherwise a busy machine would make it miss what is there. Its
+// constructor throws std::runtime_error when there is no server that takes it.
+class GraphNode {
+public:
+    using Properties = std::map<std::string, std::string>;
+
+    GraphNode(const GraphNode&) = delete;
+    GraphNode& operator=(const GraphNode&) = delete;
+
+protected:
+    // The replacements go before our properties.
+    GraphNode(const std::string& name, Properties properties, const Properties& replacements = {});
+    virtual ~GraphNode();
+
+    // Before start(). Returns the port's own memory, so many bytes of zeros.
+    void* addPort(bool isOutput, std::size_t size, Properties properties,
+                  const Properties& replacements = {}, const spa_pod* buffers = nullptr);
+    // At the end of the constructor of what overrides process(), and at the start of its
+    // destructor.
+    void start();
+    void stop();
+
+private:
+    // The audio thread, from start() to stop().
+    virtual void process(const spa_io_position& position) = 0;
+    static void onProcess(void* data, spa_io_position* position);
+
+    pw_thread_loop* loop_ = nullptr;
+    pw_context* context_ = nullptr;
+    pw_filter* filter_ = nullptr;
+    spa_hook listener_{};
+};
+
+} // namespace tessivo::test
