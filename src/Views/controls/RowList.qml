@@ -16,6 +16,15 @@ ListView {
         forceActiveFocus(Qt.TabFocusReason);
     }
 
+    // What shows only for the keyboard goes, and does not take the focus with it.
+    function leaveToPointer() {
+        if (pointerInUse)
+            return;
+        if (activeFocus && currentItem)
+            currentItem.forceActiveFocus(Qt.MouseFocusReason);
+        pointerInUse = true;
+    }
+
     // For a list that has become another one.
     function showTop() {
         currentIndex = count > 0 ? 0 : -1;
@@ -67,7 +76,8 @@ ListView {
     }
 
     HoverHandler {
-        onPointChanged: root.pointerInUse = true
+        acceptedDevices: PointerDevice.Mouse | PointerDevice.TouchPad
+        onPointChanged: root.leaveToPointer()
     }
 
     T.ScrollBar.vertical: VerticalScrollBar { }
