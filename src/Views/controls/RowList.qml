@@ -76,8 +76,16 @@ ListView {
     }
 
     HoverHandler {
+        property point place
+
         acceptedDevices: PointerDevice.Mouse | PointerDevice.TouchPad
-        onPointChanged: root.leaveToPointer()
+        // Rows that move under a resting pointer are no reason.
+        onPointChanged: {
+            if (!hovered || point.scenePosition === place)
+                return;
+            place = point.scenePosition;
+            root.leaveToPointer();
+        }
     }
 
     T.ScrollBar.vertical: VerticalScrollBar { }
