@@ -28,6 +28,7 @@ Item {
         IconButton {
             id: up
 
+            anchors.verticalCenter: parent.verticalCenter
             enabled: root.folder !== SaveLocations.above(root.folder)
             text: "Enclosing folder"
             symbol: "arrow.up"
@@ -39,6 +40,7 @@ Item {
 
             anchors.left: up.right
             anchors.leftMargin: Theme.panelSpacing
+            anchors.verticalCenter: parent.verticalCenter
             text: "Home folder"
             symbol: "house"
             onTriggered: root.show(SaveLocations.home)
@@ -92,7 +94,7 @@ Item {
                 required property int index
 
                 width: ListView.view.width
-                activeFocusOnTab: index === list.currentIndex
+                activeFocusOnTab: activeFocus || index === list.currentIndex
                 ListView.onPooled: visible = false
                 ListView.onReused: visible = true
                 onTriggered: {

@@ -51,13 +51,15 @@ RowList {
         required property int index
         required property bool isPreviewing
 
+        // Unlike the attached property this one changes when the focus has gone on already.
+        readonly property bool isCurrent: index === root.currentIndex
+
         width: ListView.view.width
-        // Not the attached property, which changes before the focus has gone on.
-        activeFocusOnTab: index === root.currentIndex
+        activeFocusOnTab: activeFocus || isCurrent
         isCurrentlyPreviewing: isPreviewing
         ListView.onPooled: visible = false
         ListView.onReused: visible = true
-        isChosen: activeFocusOnTab && root.showsCurrent
+        isChosen: isCurrent && root.showsCurrent
         returnLoads: root.returnLoads
         onLoad: root.load(loop)
         onPreview: isPreviewing => root.preview(loop, isPreviewing)
@@ -65,9 +67,12 @@ RowList {
         onExportLoop: root.exportLoop(loop)
         onDeleteLoop: root.viewModel.deleteLoop(loop)
         onPicked: byTouch => {
-            root.pointerInUse = !byTouch;
+            // The finger that has asked for the menu leaves the row only now.
+            if (menu.visible)
+                return;
             root.currentIndex = index;
             row.forceActiveFocus(Qt.MouseFocusReason);
+            root.pointerInUse = !byTouch;
         }
         onMenuRequested: (place, byKeyboard) => menu.openFor(row, place, byKeyboard)
 

@@ -25,7 +25,7 @@ Row {
 
         anchors.verticalCenter: parent.verticalCenter
         spacing: Theme.rowButtonSpacing
-        visible: opacity > 0
+        visible: root.isWanted || opacity > 0
         opacity: root.isWanted ? 1 : 0
 
         Behavior on opacity {

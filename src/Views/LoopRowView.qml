@@ -84,6 +84,7 @@ Rectangle {
     }
 
     TapHandler {
+        acceptedDevices: PointerDevice.Mouse | PointerDevice.TouchPad
         acceptedButtons: Qt.RightButton
         onTapped: root.menuRequested(point.position, false)
     }

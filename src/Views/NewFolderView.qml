@@ -19,7 +19,8 @@ T.Popup {
     }
 
     anchors.centerIn: parent
-    width: Math.min(Theme.renameSheetWidth, parent ? parent.width - 2 * margins : 0)
+    width: Math.min(Math.max(Theme.renameSheetWidth, buttons.implicitWidth + 2 * padding),
+        parent ? parent.width - 2 * margins : 0)
     implicitHeight: stack.implicitHeight + 2 * padding
     margins: Theme.alertMargin
     padding: Theme.sheetPadding
@@ -69,6 +70,8 @@ T.Popup {
         }
 
         Row {
+            id: buttons
+
             anchors.horizontalCenter: parent.horizontalCenter
             spacing: Theme.pushButtonSpacing
 

@@ -30,8 +30,16 @@ bool SaveLocations::hasNativePanel() {
     return theme && theme->usePlatformNativeDialog(QPlatformTheme::FileDialog);
 }
 
+QUrl SaveLocations::folder() const {
+    QUrl folder = folder_;
+    while (!QFileInfo(folder.toLocalFile()).isDir() && folder != above(folder)) {
+        folder = above(folder);
+    }
+    return folder;
+}
+
 void SaveLocations::setFolder(const QUrl& folder) {
-    if (folder != folder_) {
+    if (folder.isLocalFile() && folder != folder_) {
         folder_ = folder;
         emit folderChanged();
     }
@@ -89,7 +97,8 @@ QString SaveLocations::pathOf(const QUrl& folder) const {
 }
 
 QUrl SaveLocations::above(const QUrl& folder) const {
-    return QUrl::fromLocalFile(QFileInfo(folder.toLocalFile()).path());
+    return folder.isLocalFile() ? QUrl::fromLocalFile(QFileInfo(folder.toLocalFile()).path())
+                                : folder;
 }
 
 QString SaveLocations::makeFolder(const QUrl& in, const QString& name) const {

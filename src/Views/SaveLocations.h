@@ -13,7 +13,8 @@ class SaveLocations : public QObject {
     QML_SINGLETON
     // The desktop has a save panel of its own.
     Q_PROPERTY(bool hasNativePanel READ hasNativePanel CONSTANT)
-    // Where a panel begins: where the last one ended, and at first the user's documents.
+    // Where a panel begins: where the last one ended, and at first the user's documents, or as
+    // far on the way there as there are folders. Only a folder of this computer can be set.
     Q_PROPERTY(QUrl folder READ folder WRITE setFolder NOTIFY folderChanged)
     Q_PROPERTY(QUrl home READ home CONSTANT)
 
@@ -21,7 +22,7 @@ public:
     explicit SaveLocations(QObject* parent = nullptr);
 
     static bool hasNativePanel();
-    const QUrl& folder() const { return folder_; }
+    QUrl folder() const;
     void setFolder(const QUrl& folder);
     static QUrl home();
 
@@ -38,7 +39,7 @@ public:
 
     Q_INVOKABLE QString nameOf(const QUrl& file) const;
     Q_INVOKABLE QString pathOf(const QUrl& folder) const;
-    // The folder above; the root is its own.
+    // The folder that a file or folder is in; the root is in itself.
     Q_INVOKABLE QUrl above(const QUrl& folder) const;
     // Makes a folder and tells why that failed; nothing when it is there.
     Q_INVOKABLE QString makeFolder(const QUrl& in, const QString& name) const;

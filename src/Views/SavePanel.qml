@@ -10,7 +10,8 @@ T.ApplicationWindow {
     required property string proposedName
 
     readonly property bool isAnswering: question.visible || folderName.visible || failure.visible
-    readonly property bool canSave: SaveLocations.isFileName(name.text)
+    readonly property string fileName: LoopNames.trimmed(name.text)
+    readonly property bool canSave: SaveLocations.isFileName(fileName)
     property url destination
 
     signal chosen(destination: url, confirmed: bool)
@@ -19,7 +20,7 @@ T.ApplicationWindow {
     function save() {
         if (!canSave)
             return;
-        destination = SaveLocations.completed(SaveLocations.inFolder(browser.folder, name.text));
+        destination = SaveLocations.completed(SaveLocations.inFolder(browser.folder, fileName));
         if (SaveLocations.exists(destination))
             question.open();
         else

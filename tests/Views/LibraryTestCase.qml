@@ -8,7 +8,10 @@ ViewTestCase {
     // The window under test.
     property LoopLibraryView sheet: null
 
-    readonly property Item list: sheet ? item("Saved loops") : null
+    readonly property ListView list: sheet ? item("Saved loops") as ListView : null
+    // What a row can do besides "Load", as its tool tips call it.
+    readonly property var actions: ["Preview loop", "Stop preview", "Export loop", "Rename loop",
+        "Delete loop"]
 
     function item(name: string): Item {
         return find(sheet.contentItem.parent, name);
@@ -41,13 +44,12 @@ ViewTestCase {
         tryVerify(() => sheet && sheet.active && !sheet.viewModel.isLoading);
         waitForRendering(sheet.contentItem);
     }
-    // What the row offers besides "Load", as its tool tips call it.
+    // What the row offers at this moment.
     function offered(row: Item): var {
-        return ["Preview loop", "Stop preview", "Export loop", "Rename loop", "Delete loop"].filter(
-            name => {
-                const button = find(row, name);
-                return button && button.visible && button.parent.opacity > 0;
-            });
+        return actions.filter(name => {
+            const button = find(row, name);
+            return button && button.visible && button.parent.opacity > 0;
+        });
     }
     function chosen(): var {
         return rows().filter(row => row.isChosen).map(row => row.Accessible.name);

@@ -161,9 +161,13 @@ public:
         QVERIFY(QFile::remove(pathOf(fileOf(static_cast<std::size_t>(loop)))));
     }
     // Another name of the loop's own file.
-    Q_INVOKABLE QUrl linkTo(int loop, const QUrl& folder) {
+    Q_INVOKABLE QUrl linkTo(int loop, const QUrl& folder, bool hard) {
         const QString link = folder.toLocalFile() + QStringLiteral("/link.wav");
-        QFile::link(pathOf(fileOf(static_cast<std::size_t>(loop))), link);
+        const QString file = pathOf(fileOf(static_cast<std::size_t>(loop)));
+        if (hard)
+            std::filesystem::create_hard_link(file.toStdString(), link.toStdString());
+        else
+            QFile::link(file, link);
         return QUrl::fromLocalFile(link);
     }
     // A folder beside the library, empty.

@@ -38,8 +38,10 @@ Item {
             compare(window.height, window.minimumHeight);
             verify(product.y >= toggle.mapToItem(null, 0, toggle.height).y + 60);
 
-            keyClick(Qt.Key_Tab);
-            verify(find(window.header, "MIDI Settings").activeFocus);
+            for (const name of ["Library", "MIDI Settings"]) {
+                keyClick(Qt.Key_Tab);
+                verify(find(window.header, name).activeFocus, name);
+            }
             keyClick(Qt.Key_Tab);
             verify(item("Record").activeFocus);
             const save = find(window.header, "Save");
@@ -57,6 +59,17 @@ Item {
             tryVerify(() => !shows(window.contentItem.parent, "Stop [Space]"), 3000);
             keyClick(Qt.Key_S, Qt.ControlModifier);
             compare(window.saveSheet, null, "there is nothing to save");
+
+            Disk.playIn(window.viewModel);
+            tryVerify(() => window.loopState.canPlay);
+            for (const [command, stopped] of [["Play", false], ["Stop", true]]) {
+                mouseClick(item(command));
+                tryVerify(() => find(window.header, "Library").enabled === stopped);
+                keyClick(Qt.Key_O, Qt.ControlModifier);
+                wait(50);
+                compare(window.librarySheet !== null, stopped);
+            }
+            window.loopState.showingLoopLibrary = false;
 
             for (const flag of ["showingSaveDialog", "showingLoopLibrary"]) {
                 window.loopState[flag] = true;

@@ -118,7 +118,8 @@ Item {
                 { tag: "read-only", folder: "file:///proc", message: /^Failed to export loop: ./ },
                 { tag: "a folder", folder: "", message: /There is a folder of that name/ },
                 { tag: "a lost loop", folder: "", lost: true, message: /: Loop file not found$/ },
-                { tag: "itself", folder: "itself", message: /onto itself/ },
+                { tag: "itself by a link", link: "soft", message: /onto itself/ },
+                { tag: "itself by a hard link", link: "hard", message: /onto itself/ },
                 { tag: "not here", folder: "smb://server/share", message: /smb:\/\/server/ }
             ];
         }
@@ -129,7 +130,7 @@ Item {
             const where = data.folder || folder;
             if (data.tag === "a folder")
                 SaveLocations.makeFolder(folder, "Beat.wav");
-            scene.panel.chosen(data.folder === "itself" ? Disk.linkTo(0, folder)
+            scene.panel.chosen(data.link ? Disk.linkTo(0, folder, data.link === "hard")
                 : where + "/Beat.wav", true);
             answered();
             tryVerify(() => shown("Error"));
@@ -138,6 +139,31 @@ Item {
             keyClick(Qt.Key_Return);
             tryVerify(() => !sheet.viewModel.showingError);
             compare(sheet.viewModel.errorMessage, "");
+            compare(SaveLocations.folder, data.folder === "file:///proc" ? data.folder : folder);
+        }
+
+        // The desktop's own panel asks about the name that was typed, and we about the other.
+        function test_panel_of_the_desktop_data() {
+            return [{ tag: "free", name: "new", confirmed: true },
+                { tag: "taken", name: "old", confirmed: false },
+                { tag: "asked already", name: "old.wav", confirmed: true }];
+        }
+        function test_panel_of_the_desktop(data) {
+            Disk.linkTo(0, folder, true);
+            SaveLocations.makeFolder(folder, "old.wav");
+            const maker = Qt.createComponent(
+                "qrc:/qt-project.org/imports/Tessivo/NativeSavePanel.qml");
+            const panel = createTemporaryObject(maker, sheet.contentItem,
+                { window: sheet, proposedName: data.name });
+            verify(panel, maker.errorString());
+            const answers = [];
+            panel.chosen.connect((destination, confirmed) => answers.push([destination, confirmed]));
+            tryVerify(() => panel.visible);
+            compare(panel.selectedFile, folder + "/" + data.name);
+            panel.accept();
+            tryVerify(() => answers.length === 1);
+            compare(String(answers[0][0]), folder + "/" + data.name.slice(0, 3) + ".wav");
+            compare(answers[0][1], data.confirmed);
         }
 
         function test_names_become_file_names() {

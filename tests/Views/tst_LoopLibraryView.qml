@@ -118,6 +118,15 @@ Item {
             Desktop.doAllActions(item("Oldest First"));
             tryVerify(() => names()[0] === "Pad");
             tryVerify(() => lists("Pad", "Vibe", "Beat"));
+
+            // Another program has changed the library meanwhile.
+            list.begin();
+            keyClick(Qt.Key_Down);
+            Disk.fill(["Beat", "Vibe", "Drum", "Kick"]);
+            click(item("Refresh"));
+            tryVerify(() => !sheet.viewModel.isLoading && row("Kick"));
+            tryVerify(() => lists("Kick", "Drum", "Vibe", "Beat"));
+            verify(list.activeFocus && shown("4 loops • 64 KB"));
         }
 
         function test_a_row_shows_what_it_offers_to_pointer_keys_and_screen_reader() {
@@ -162,6 +171,17 @@ Item {
             }
             keyClick(Qt.Key_Tab);
             verify(!list.activeFocus, "past the other rows");
+
+            // Where nothing can hover.
+            const finger = touchEvent(list);
+            finger.press(0, row(markup), 100, 20).commit();
+            finger.release(0, row(markup), 100, 20).commit();
+            tryVerify(() => offered(row(markup)).length === 4);
+            finger.press(0, beat, 100, 20).commit();
+            tryVerify(() => shown("Export"), 3000);
+            finger.release(0, beat, 100, 20).commit();
+            keyClick(Qt.Key_Escape);
+            tryVerify(() => !shown("Export"));
             compare(Desktop.doAllActions(find(beat, "Rename loop")), ["Press"]);
             tryVerify(() => shown("Rename Loop"));
         }
@@ -170,6 +190,7 @@ Item {
             Disk.fill(["Beat", "Vibe", "Pad", "Bass", "Drum", "Kick", "Snare", "Hat", "Ride", "Tom"]);
             open();
             loaded();
+            mouseMove(list, 100, 100);
             keyClick(Qt.Key_Down);
             compare(chosen(), ["Beat"]);
             const walk = [[Qt.Key_Down, "Vibe"], [Qt.Key_End, "Tom"], [Qt.Key_Down, "Tom"],
@@ -177,7 +198,8 @@ Item {
                 [Qt.Key_Down, "Vibe"]];
             for (const [key, name] of walk) {
                 keyClick(key);
-                compare(chosen(), [name]);
+                wait(50);
+                compare(chosen(), [name], "the pointer rests");
                 const at = row(name).mapToItem(list, 0, 0).y;
                 verify(at >= 0 && at + row(name).height <= list.height, name + " is in sight");
             }
@@ -326,8 +348,24 @@ Item {
             tryVerify(() => names().length === 2);
             tryVerify(() => lists("Beat", "Pad"));
             verify(shown("2 loops • 32 KB") && !shown("Error"));
-            Disk.removeFileOf(2);
+
+            // From a row's button and back to it, and on to the next row when there is none.
             list.begin();
+            keyClick(Qt.Key_Home);
+            for (let i = 0; i < 4; ++i)
+                keyClick(Qt.Key_Tab);
+            for (const answer of [[Qt.Key_Escape], [Qt.Key_Tab, Qt.Key_Return]]) {
+                verify(find(row("Beat"), "Delete loop").activeFocus);
+                keyClick(Qt.Key_Return);
+                tryVerify(() => shown("Delete Loop") && item("Cancel").activeFocus);
+                answer.forEach(key => keyClick(key));
+                tryVerify(() => !shown("Delete Loop"));
+            }
+            tryVerify(() => lists("Pad"));
+            compare(chosen(), ["Pad"]);
+            mouseMove(row("Pad"), 50, 20);
+            compare(chosen(), []);
+            Disk.removeFileOf(2);
             keyClick(Qt.Key_End);
             keyClick(Qt.Key_Delete);
             tryVerify(() => shown("Delete Loop"));

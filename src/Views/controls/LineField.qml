@@ -9,6 +9,7 @@ T.TextField {
 
     implicitHeight: contentHeight + topPadding + bottomPadding
     padding: Theme.fieldPadding
+    font: Theme.body
     color: Theme.primaryText
     selectionColor: Theme.accent
     selectedTextColor: Theme.accentText

@@ -11,6 +11,7 @@ Rectangle {
     implicitHeight: content.implicitHeight + 2 * Theme.standardPadding
     radius: Theme.panelRadius
     color: Qt.alpha(Theme.controlBackground, Theme.overlayOpacity)
+    border.color: Theme.outline
 
     Accessible.role: Accessible.ProgressBar
     Accessible.name: text

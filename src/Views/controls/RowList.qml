@@ -16,6 +16,15 @@ ListView {
         forceActiveFocus(Qt.TabFocusReason);
     }
 
+    // What shows only for the keyboard goes, and does not take the focus with it.
+    function leaveToPointer() {
+        if (pointerInUse)
+            return;
+        if (activeFocus && currentItem)
+            currentItem.forceActiveFocus(Qt.MouseFocusReason);
+        pointerInUse = true;
+    }
+
     // For a list that has become another one.
     function showTop() {
         currentIndex = count > 0 ? 0 : -1;
@@ -67,7 +76,16 @@ ListView {
     }
 
     HoverHandler {
-        onPointChanged: root.pointerInUse = true
+        property point place
+
+        acceptedDevices: PointerDevice.Mouse | PointerDevice.TouchPad
+        // Rows that move under a resting pointer are no reason.
+        onPointChanged: {
+            if (!hovered || point.scenePosition === place)
+                return;
+            place = point.scenePosition;
+            root.leaveToPointer();
+        }
     }
 
     T.ScrollBar.vertical: VerticalScrollBar { }

@@ -53,6 +53,7 @@ Rectangle {
         anchors.verticalCenter: parent.verticalCenter
         implicitHeight: contentHeight
         clip: true
+        font: Theme.body
         color: Theme.primaryText
         selectionColor: Theme.accent
         selectedTextColor: Theme.accentText
