@@ -2,6 +2,7 @@
 
 #include "Platform/Midi/PipeWirePackets.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdlib>
 #include <utility>
@@ -17,11 +18,13 @@ constexpr const char* kWishedLatency = "64/48000";
 
 PipeWireLink::PipeWireLink(pw_core* core, SourceList::Place source, std::uint32_t inletNode,
                            std::function<void()> changed)
-    : changed_(std::move(changed)) {
+    : source_(source)
+    , changed_(std::move(changed)) {
     static const pw_proxy_events events = [] {
         pw_proxy_events e{};
         e.version = PW_VERSION_PROXY_EVENTS;
         e.bound = onBound;
+        e.removed = onRemoved;
         e.error = onError;
         return e;
     }();
@@ -41,6 +44,12 @@ PipeWireLink::PipeWireLink(pw_core* core, SourceList::Place source, std::uint32_
 void PipeWireLink::onBound(void* data, std::uint32_t /*id*/) {
     auto& self = *static_cast<PipeWireLink*>(data);
     self.made_ = true;
+    self.changed_();
+}
+
+void PipeWireLink::onRemoved(void* data) {
+    auto& self = *static_cast<PipeWireLink*>(data);
+    self.failure_ = -ENOLINK;
     self.changed_();
 }
 
@@ -128,14 +137,15 @@ void PipeWireInlet::onProcess(void* data, spa_io_position* position) TESSIVO_REA
         return;
     }
     const spa_data& memory = buffer->buffer->datas[0];
-    if (memory.data != nullptr && memory.chunk->offset <= memory.maxsize) {
+    const std::uint32_t offset = std::min(memory.chunk->offset, memory.maxsize);
+    if (memory.data != nullptr) {
         CycleTime cycle;
         if (position != nullptr && position->clock.rate.denom > 0) {
             cycle.start = position->clock.nsec;
             cycle.frame = 1e9 * position->clock.rate.num / position->clock.rate.denom;
         }
-        copyPackets({static_cast<const std::uint8_t*>(memory.data) + memory.chunk->offset,
-                     memory.maxsize - memory.chunk->offset},
+        copyPackets({static_cast<const std::uint8_t*>(memory.data) + offset,
+                     std::min(memory.chunk->size, memory.maxsize - offset)},
                     cycle, self.queue_);
     }
     pw_filter_queue_buffer(self.port_, buffer);

@@ -21,12 +21,16 @@ public:
                  std::function<void()> changed);
 
     bool isMade() const { return made_; }
-    int failure() const { return failure_; } // a negative errno value; 0 for none
+    // A negative errno value; 0 for none. A link that somebody removed has failed.
+    int failure() const { return failure_; }
+    SourceList::Place source() const { return source_; }
 
 private:
     static void onBound(void* data, std::uint32_t id);
+    static void onRemoved(void* data);
     static void onError(void* data, int sequence, int result, const char* message);
 
+    SourceList::Place source_;
     std::function<void()> changed_;
     bool made_ = false;
     int failure_ = 0;

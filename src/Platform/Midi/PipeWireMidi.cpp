@@ -23,6 +23,11 @@ constexpr auto kAnswerTime = 500ms;
 // How often things are looked at that will not announce themselves.
 constexpr auto kLookInterval = 100ms;
 
+// What failed, or was taken from us, is tried again after this: whoever took it away for a
+// purpose is not fought without pause.
+constexpr auto kRetryTime = 1s;
+constexpr auto kNever = SourceList::Clock::time_point::max();
+
 // There is one of each at a time.
 constexpr ClientRef kClient = 1;
 constexpr PortRef kPort = 2;
@@ -60,6 +65,7 @@ private:
     void closeConnection();
     void openInlet();
     void settle();
+    void keepConnection(SourceList::Clock::time_point now);
     void closePort();
     void disconnect();
     template <typename Condition> bool await(const Condition& condition);
@@ -72,6 +78,8 @@ private:
     bool hasClient_ = false;
     bool hasPort_ = false;
     EndpointRef connected_ = 0;
+    bool connecting_ = false;                        // the main thread waits for a new node or link
+    SourceList::Clock::time_point retryAt_ = kNever; // what failed is tried again then
 
     sound::PipeWireOwner<pw_thread_loop> loop_;
     sound::PipeWireOwner<pw_context> context_;
@@ -145,7 +153,9 @@ Status PipeWireMidi::Impl::createInputPort(ClientRef client, const std::string& 
         portName_ = name;
         hasPort_ = true;
         openInlet();
+        connecting_ = true;
         await([this] { return inlet_ == nullptr || inlet_->isReady() || inlet_->failure() != 0; });
+        connecting_ = false;
         if (inlet_ != nullptr && inlet_->isReady()) {
             return 0;
         }
@@ -190,18 +200,21 @@ Status PipeWireMidi::Impl::connectSource(PortRef port, EndpointRef source) {
         if (!serverIsThere() || inlet_ == nullptr || !inlet_->isReady()) {
             return -EHOSTDOWN;
         }
-        const SourceList::Source* const found = sources_.find(source);
+        const SourceList::Source* const found = sources_.findPresent(source);
         if (found == nullptr) {
             return -ENOENT;
         }
+        const SourceList::Place place = found->place;
         disconnect();
         connected_ = source;
         sources_.setConnected(source);
-        inlet_->connect(found->place);
+        inlet_->connect(place);
+        connecting_ = true;
         await([this] {
             return inlet_ == nullptr || inlet_->link() == nullptr || inlet_->link()->isMade() ||
                    inlet_->link()->failure() != 0;
         });
+        connecting_ = false;
         const PipeWireLink* const link = inlet_ != nullptr ? inlet_->link() : nullptr;
         if (link == nullptr || !link->isMade()) {
             const Status failure = link != nullptr ? link->failure() : -EHOSTDOWN;
@@ -240,7 +253,7 @@ std::size_t PipeWireMidi::Impl::sourceCount() {
     if (reachServer() != 0) {
         return 0;
     }
-    return withLoop(loop_.get(), [this] { return sources_.present().size(); });
+    return withLoop(loop_.get(), [this] { return sources_.listed().size(); });
 }
 
 EndpointRef PipeWireMidi::Impl::source(std::size_t index) {
@@ -248,8 +261,8 @@ EndpointRef PipeWireMidi::Impl::source(std::size_t index) {
         return 0;
     }
     return withLoop(loop_.get(), [&]() -> EndpointRef {
-        const auto present = sources_.present();
-        return index < present.size() ? present[index]->reference : 0;
+        const auto listed = sources_.listed();
+        return index < listed.size() ? listed[index]->reference : 0;
     });
 }
 
@@ -258,7 +271,7 @@ std::optional<std::string> PipeWireMidi::Impl::displayName(EndpointRef source) {
         return {};
     }
     return withLoop(loop_.get(), [&]() -> std::optional<std::string> {
-        const SourceList::Source* const found = sources_.find(source);
+        const SourceList::Source* const found = sources_.findListed(source);
         return found != nullptr && !found->name.empty() ? std::optional(found->name) : std::nullopt;
     });
 }
@@ -282,6 +295,7 @@ Status PipeWireMidi::Impl::reachServer() {
         if (!await([this] { return ports_->hasAnswered() || ports_->isLost(); }) ||
             ports_->isLost()) {
             closeConnection();
+            sources_ = {}; // it had begun to tell
             return -ETIMEDOUT;
         }
         returns_ = true;
@@ -347,23 +361,45 @@ void PipeWireMidi::Impl::settle() {
     if (answers && !sources_.hasServer()) {
         sources_.serverBack(now);
     }
-    if (answers && hasPort_ && inlet_ == nullptr) {
-        openInlet();
-    }
-    if (answers && inlet_ != nullptr && inlet_->isReady()) {
-        const SourceList::Source* const source = sources_.find(connected_);
-        if (source == nullptr) {
-            inlet_->disconnect();
-        } else if (inlet_->link() == nullptr) {
-            inlet_->connect(source->place);
-        }
+    if (answers) {
+        keepConnection(now);
     }
     for (const SetupChange change : sources_.takeNews(now)) {
         thread_.notify(change);
     }
-    const bool looks = returns_ && (!answers || sources_.somethingIsMissing());
+    const bool looks =
+        returns_ && (!answers || sources_.somethingIsMissing() || retryAt_ != kNever);
     if (std::exchange(timerRuns_, looks) != looks) {
         timer_.setPeriod(looks ? kLookInterval : 0ms);
+    }
+}
+
+// What is connected for those above is linked, whatever became of the link or of our node.
+void PipeWireMidi::Impl::keepConnection(SourceList::Clock::time_point now) {
+    if (connecting_) {
+        return; // who waits for the link or the node looks after it
+    }
+    if (inlet_ != nullptr && inlet_->failure() != 0) {
+        inlet_.reset();
+        retryAt_ = now + kRetryTime;
+    }
+    const PipeWireLink* const link = inlet_ != nullptr ? inlet_->link() : nullptr;
+    const SourceList::Source* const source = sources_.findPresent(connected_);
+    if (link != nullptr && (source == nullptr || link->source() != source->place)) {
+        inlet_->disconnect();
+    } else if (link != nullptr && link->failure() != 0) {
+        inlet_->disconnect();
+        retryAt_ = now + kRetryTime;
+    }
+    if (retryAt_ != kNever && now < retryAt_) {
+        return;
+    }
+    retryAt_ = kNever;
+    if (hasPort_ && inlet_ == nullptr) {
+        openInlet();
+    }
+    if (source != nullptr && inlet_ != nullptr && inlet_->isReady() && inlet_->link() == nullptr) {
+        inlet_->connect(source->place);
     }
 }
 

@@ -24,8 +24,9 @@ void SourceList::appeared(const std::string& name, Place place) {
     if (known != sources_.end()) {
         known->place = place;
         known->present = true;
+        known->told = false;
     } else {
-        sources_.push_back({++lastReference_, name, place, true, {}});
+        sources_.push_back({++lastReference_, name, place, true, false, {}});
     }
     news_.push_back(SetupChange::objectAdded);
 }
@@ -60,40 +61,56 @@ void SourceList::serverBack(Clock::time_point now) {
     }
 }
 
-std::vector<const SourceList::Source*> SourceList::present() const {
+void SourceList::setConnected(EndpointRef source) {
+    connected_ = source;
+    std::erase_if(sources_, [source](const Source& s) { return s.told && s.reference != source; });
+}
+
+bool SourceList::isAwaited(const Source& source) const {
+    return !source.present && !source.told && source.reference == connected_;
+}
+
+std::vector<const SourceList::Source*> SourceList::listed() const {
     std::vector<const Source*> all;
     for (const Source& source : sources_) {
-        if (source.present) {
+        if (source.present || isAwaited(source)) {
             all.push_back(&source);
         }
     }
     return all;
 }
 
-const SourceList::Source* SourceList::find(EndpointRef source) const {
-    const auto found = std::find_if(sources_.begin(), sources_.end(), [source](const Source& s) {
-        return s.present && s.reference == source;
-    });
-    return found != sources_.end() ? &*found : nullptr;
+const SourceList::Source* SourceList::findListed(EndpointRef source) const {
+    const auto all = listed();
+    const auto found = std::find_if(all.begin(), all.end(),
+                                    [source](const Source* s) { return s->reference == source; });
+    return found != all.end() ? *found : nullptr;
+}
+
+const SourceList::Source* SourceList::findPresent(EndpointRef source) const {
+    const Source* const found = findListed(source);
+    return found != nullptr && found->present ? found : nullptr;
 }
 
 std::vector<SetupChange> SourceList::takeNews(Clock::time_point now) {
     if (!hasServer_) {
         return {};
     }
-    const std::size_t gone = std::erase_if(sources_, [now](const Source& source) {
-        return !source.present && now >= source.missingUntil;
-    });
-    news_.insert(news_.end(), gone, SetupChange::objectRemoved);
-    const bool awaited = std::any_of(sources_.begin(), sources_.end(), [this](const Source& s) {
-        return !s.present && s.reference == connected_;
-    });
+    for (Source& source : sources_) {
+        if (!source.present && !source.told && now >= source.missingUntil) {
+            source.told = true;
+            news_.push_back(SetupChange::objectRemoved);
+        }
+    }
+    setConnected(connected_); // forgets the others of which that was told
+    const bool awaited = std::any_of(sources_.begin(), sources_.end(),
+                                     [this](const Source& s) { return isAwaited(s); });
     return awaited ? std::vector<SetupChange>{} : std::exchange(news_, {});
 }
 
 bool SourceList::somethingIsMissing() const {
     return std::any_of(sources_.begin(), sources_.end(),
-                       [](const Source& source) { return !source.present; });
+                       [](const Source& source) { return !source.present && !source.told; });
 }
 
 } // namespace tessivo::midi

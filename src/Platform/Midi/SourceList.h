@@ -15,8 +15,9 @@ namespace tessivo::midi {
 //
 // The connected source gets a little time to come back before its going is told, because the
 // sound session takes its devices down a moment before the server when both are restarted.
-// Until then, and until it is back after an outage, other news wait behind it: who hears that
-// something has changed and does not find it in the list would take it for unplugged.
+// Until then, and over an outage, it stays in the list, and other news wait behind it: who looks
+// into the list for whatever reason and does not find it there would take it for unplugged. One
+// whose going was told and that is back before anybody disconnected it is the same source again.
 class SourceList {
 public:
     using Clock = std::chrono::steady_clock;
@@ -25,12 +26,15 @@ public:
     struct Place {
         std::uint32_t node = 0;
         std::uint32_t port = 0;
+
+        friend bool operator==(const Place&, const Place&) = default;
     };
     struct Source {
         EndpointRef reference = 0;
         std::string name; // empty: its user knows none
         Place place;
         bool present = true;
+        bool told = false;              // that it has gone; only the connected one is kept then
         Clock::time_point missingUntil; // when its going is told, if it is not back by then
     };
 
@@ -42,17 +46,20 @@ public:
     bool hasServer() const { return hasServer_; }
 
     // The one that is awaited when it is missing; 0 is none.
-    void setConnected(EndpointRef source) { connected_ = source; }
+    void setConnected(EndpointRef source);
 
-    // Those that are present, in the order in which they appeared first.
-    std::vector<const Source*> present() const;
-    const Source* find(EndpointRef source) const; // only a present one
+    // Those that are present or awaited, in the order in which they appeared first.
+    std::vector<const Source*> listed() const;
+    const Source* findListed(EndpointRef source) const;
+    const Source* findPresent(EndpointRef source) const;
 
     // What may be told now. To be asked again from time to time while somethingIsMissing().
     std::vector<SetupChange> takeNews(Clock::time_point now);
     bool somethingIsMissing() const;
 
 private:
+    bool isAwaited(const Source& source) const;
+
     std::vector<Source> sources_;
     std::vector<SetupChange> news_;
     EndpointRef connected_ = 0;

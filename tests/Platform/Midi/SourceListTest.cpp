@@ -24,15 +24,15 @@ struct Sources : testing::Test {
         list.appeared("pads", {1, 11});
         list.appeared("pads", {2, 12});
         list.appeared("keys", {3, 13});
-        first = list.present().at(0)->reference;
-        second = list.present().at(1)->reference;
-        keys = list.present().at(2)->reference;
+        first = list.listed().at(0)->reference;
+        second = list.listed().at(1)->reference;
+        keys = list.listed().at(2)->reference;
         list.takeNews(now);
     }
 
     std::vector<midi::EndpointRef> references() const {
         std::vector<midi::EndpointRef> all;
-        for (const SourceList::Source* source : list.present()) {
+        for (const SourceList::Source* source : list.listed()) {
             all.push_back(source->reference);
         }
         return all;
@@ -59,7 +59,7 @@ TEST_F(Sources, OfOneNameKeepTheirReferencesOverAnOutage) {
     EXPECT_TRUE(list.takeNews(now + 1s).empty()) << "not before the connected one is back";
     list.appeared("keys", {8, 80});
     EXPECT_EQ(list.takeNews(now + 1s), (News{kAdded, kAdded}));
-    EXPECT_EQ(list.find(keys)->place.port, 80U);
+    EXPECT_EQ(list.findPresent(keys)->place.port, 80U);
     list.appeared("pads", {9, 90});
     EXPECT_EQ(references(), (std::vector{first, second, keys}));
     EXPECT_EQ(list.takeNews(now + 6s), News{kAdded});
@@ -87,7 +87,7 @@ TEST_F(Sources, ThatAreUnpluggedAreToldAtOnceUnlessTheSessionMayBeStopping) {
     list.disappeared(11, now);
     list.disappeared(13, now);
     EXPECT_TRUE(list.takeNews(now + 499ms).empty());
-    EXPECT_EQ(list.find(first), nullptr) << "it is not offered meanwhile";
+    EXPECT_EQ(list.findPresent(first), nullptr) << "it is not offered meanwhile";
     EXPECT_EQ(list.takeNews(now + 500ms), (News{kRemoved, kRemoved}));
 
     list.appeared("keys", {4, 14});
