@@ -123,17 +123,14 @@ TEST(PlayerTest, StopIsSilentWithinThreeMillisecondsAndTheNextPlayBeginsAtOnce) 
     const auto both = rig.device->turn(256);
     EXPECT_GT(both[0][0], 2.9F);
     EXPECT_EQ(both[0][200], 2.0F);
-    rig.player->stop();
-    EXPECT_TRUE(rig.player->isFading());
-    rig.device->turn(144);
-    EXPECT_FALSE(rig.player->isFading());
 
-    // Stopped before anything was decoded there is nothing to fade.
+    // Nothing stays behind, also of what was stopped before anything was decoded.
     for (int i = 0; i < 20; ++i) {
+        rig.player->stop();
         rig.player->scheduleFile(file, NoticeWhen::heard, {});
         rig.player->play();
         rig.player->stop();
-        rig.device->turn(16);
+        rig.device->turn(144);
         EXPECT_FALSE(rig.player->isFading()) << i;
     }
 }
