@@ -34,17 +34,14 @@ T.ApplicationWindow {
     title: "Export Loop"
     color: Theme.windowBackground
     minimumWidth: Math.ceil(buttons.implicitWidth + 2 * Theme.sheetPadding)
-    minimumHeight: Math.ceil(nameRow.implicitHeight + buttons.implicitHeight
+    minimumHeight: Math.ceil(name.implicitHeight + buttons.implicitHeight
         + browser.implicitHeight + 2 * Theme.sheetSpacing + 2 * Theme.sheetPadding)
     width: Math.max(minimumWidth, Math.min(Theme.savePanelWidth,
         Screen.desktopAvailableWidth - Theme.screenMargin))
     height: Math.max(minimumHeight, Math.min(Theme.savePanelHeight,
         Screen.desktopAvailableHeight - Theme.screenMargin))
 
-    Component.onCompleted: {
-        name.selectAll();
-        name.forceActiveFocus(Qt.OtherFocusReason);
-    }
+    Component.onCompleted: name.offer(proposedName)
     onClosing: cancelled()
 
     Shortcut {
@@ -61,42 +58,20 @@ T.ApplicationWindow {
         onActivated: root.cancelled()
     }
 
-    Item {
-        id: nameRow
+    FileNameField {
+        id: name
 
         anchors.top: parent.top
         anchors.left: parent.left
         anchors.right: parent.right
         anchors.margins: Theme.sheetPadding
-        implicitHeight: name.implicitHeight
-
-        Text {
-            id: label
-
-            anchors.verticalCenter: parent.verticalCenter
-            text: "Save As:"
-            font: Theme.headline
-            color: Theme.primaryText
-        }
-
-        LineField {
-            id: name
-
-            anchors.left: label.right
-            anchors.leftMargin: Theme.panelSpacing
-            anchors.right: parent.right
-            text: root.proposedName
-            onAccepted: root.save()
-
-            Accessible.role: Accessible.EditableText
-            Accessible.name: label.text
-        }
+        onAccepted: root.save()
     }
 
     FolderBrowser {
         id: browser
 
-        anchors.top: nameRow.bottom
+        anchors.top: name.bottom
         anchors.bottom: buttons.top
         anchors.left: parent.left
         anchors.right: parent.right
