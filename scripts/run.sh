@@ -351,6 +351,7 @@ walk_through_the_library() {
     cp "$HOME/Documents/exported.wav" "$demo/"
 
     say "Return: it is loaded, and Space plays it."
+    sleep 1 # a Return at once would still be the panel's
     in_library key Return
     wait_until 10 sheet_gone "Loop Library" || fail "the library did not close after the load"
     await_new_line "Playback started" press space

@@ -225,6 +225,11 @@ void LoopLibraryViewModel::confirmDelete() {
         alert(u"Failed to delete loop: "_s + describe(error));
         return;
     }
+    // Nothing sounds that has no row to stop it; the record may have been renamed meanwhile.
+    const auto& sounding = previewEngine_->currentPreviewLoop();
+    if (sounding && sounding->filename() == selectedLoop_->filename()) {
+        stopPreview();
+    }
     setSelectedLoop(std::nullopt);
     setShowingDeleteConfirmation(false);
 }

@@ -11,6 +11,7 @@ Item {
     property savedLoop loop
     property url destination
     readonly property QtObject savePanel: panel.item
+    readonly property bool isAsking: savePanel !== null || question.visible
 
     signal failed(message: string)
 
@@ -22,6 +23,11 @@ Item {
             window: window,
             proposedName: SaveLocations.proposedName(loop.name)
         });
+    }
+
+    function cancel() {
+        panel.source = "";
+        question.close();
     }
 
     Loader {

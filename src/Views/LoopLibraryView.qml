@@ -13,6 +13,7 @@ T.ApplicationWindow {
     // Where an export goes, while that is being asked.
     readonly property QtObject savePanel: exporting.savePanel
     readonly property bool isAnswering: rename.visible || deletion.visible || failure.visible
+        || exporting.isAsking
 
     onIsAnsweringChanged: if (!isAnswering) settling.restart()
 
@@ -47,6 +48,8 @@ T.ApplicationWindow {
             failure.close();
         else if (deletion.visible)
             deletion.close();
+        else if (exporting.isAsking)
+            exporting.cancel();
         else
             rename.cancel();
     }

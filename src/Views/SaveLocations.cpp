@@ -53,6 +53,9 @@ QString SaveLocations::proposedName(const QString& loopName) const {
     static const QRegularExpression unusable(QStringLiteral("[/\\x{0}-\\x{1f}\\x{7f}]"));
     // No longer than what could fit, so that the cut below has little to look at.
     QString name = loopName.left(kLongestProposal).replace(unusable, QStringLiteral("-"));
+    if (name.startsWith(u'.')) {
+        name.replace(0, 1, u'-'); // or nobody would see the file
+    }
     QTextBoundaryFinder characters(QTextBoundaryFinder::Grapheme, name);
     characters.toEnd();
     while (name.toUtf8().size() > kLongestProposal) {

@@ -180,14 +180,17 @@ TEST(LoopLibraryViewModelTest, DeleteAppliesOnceAndKeepsARecordWhoseFileIsMissin
     BrowserRig rig;
     rig.open({rig.loop("Beat", 2), rig.loop("Pad", 1)});
     rig.model->confirmDelete();
+    rig.model->previewLoop(rig.at(1));
     rig.model->deleteLoop(rig.at(1));
     EXPECT_TRUE(rig.model->showingDeleteConfirmation());
+    EXPECT_TRUE(rig.model->previewEngine()->isPlaying());
     EXPECT_EQ(rig.model->selectedLoopName(), QString("Pad"));
     rig.model->confirmDelete();
     rig.model->confirmDelete(); // pressed twice
     EXPECT_EQ(rig.takeAlert(), QString());
     EXPECT_FALSE(rig.model->showingDeleteConfirmation());
     EXPECT_EQ(rig.names(), Names{"Beat"});
+    EXPECT_FALSE(rig.model->previewEngine()->isPlaying());
     EXPECT_FALSE(std::filesystem::exists(rig.folder / "Pad.wav"));
 
     std::filesystem::remove(rig.folder / "Beat.wav");

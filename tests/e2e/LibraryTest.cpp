@@ -121,6 +121,7 @@ TEST(LibraryTest, WholeRoadIsFoundAsItWasLeft) {
     EXPECT_TRUE(readFile(exported) == takes["beat"]);
     app->awaitWindow(kLibrary);
 
+    stage.play(0.8); // a Return at once would still be the panel's
     app->press("Return");
     app->awaitWindow("Tessivo");
     stage.leaveServer();

@@ -42,10 +42,10 @@ using PacketHandler = std::function<void(PacketList)>; // the packets are valid 
 // half a second. Handlers are called on the system's own thread, one at a time, in the order
 // in which things happened; they may take their time, but must not call an operation.
 //
-// A server that goes away takes no source with it: while it is away nothing is listed and no
-// notice is sent, and when it is back, sources of the same names have their old references,
-// and the connected one is connected again. One that is still missing 5 s later has gone, and
-// that is told like any other departure.
+// A server that goes away takes no source with it: while it is away only the connected one is
+// listed and no notice is sent, and when it is back, sources of the same names have their old
+// references, and the connected one is connected again. One that is still missing 5 s later has
+// gone, and that is told like any other departure.
 class MidiSystem {
 public:
     virtual ~MidiSystem() = default;

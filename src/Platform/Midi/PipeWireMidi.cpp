@@ -250,10 +250,9 @@ Status PipeWireMidi::Impl::disconnectSource(PortRef port, EndpointRef source) {
 }
 
 std::size_t PipeWireMidi::Impl::sourceCount() {
-    if (reachServer() != 0) {
-        return 0;
-    }
-    return withLoop(loop_.get(), [this] { return sources_.listed().size(); });
+    reachServer(); // over an outage the connected source is all there is
+    return loop_ == nullptr ? 0
+                            : withLoop(loop_.get(), [this] { return sources_.listed().size(); });
 }
 
 EndpointRef PipeWireMidi::Impl::source(std::size_t index) {
