@@ -20,10 +20,15 @@ PipeWireLink::PipeWireLink(pw_core* core, SourceList::Place source, std::uint32_
                            std::function<void()> changed)
     : source_(source)
     , changed_(std::move(changed)) {
+    static const pw_link_events linkEvents = [] {
+        pw_link_events e{};
+        e.version = PW_VERSION_LINK_EVENTS;
+        e.info = onInfo;
+        return e;
+    }();
     static const pw_proxy_events events = [] {
         pw_proxy_events e{};
         e.version = PW_VERSION_PROXY_EVENTS;
-        e.bound = onBound;
         e.removed = onRemoved;
         e.error = onError;
         return e;
@@ -38,12 +43,18 @@ PipeWireLink::PipeWireLink(pw_core* core, SourceList::Place source, std::uint32_
         failure_ = -errno;
         return;
     }
-    pw_proxy_add_listener(proxy_.get(), listener_.fresh(), &events, this);
+    pw_proxy_add_listener(proxy_.get(), proxyListener_.fresh(), &events, this);
+    sound::listenTo(reinterpret_cast<pw_link*>(proxy_.get()), linkListener_.fresh(), linkEvents,
+                    this);
 }
 
-void PipeWireLink::onBound(void* data, std::uint32_t /*id*/) {
+void PipeWireLink::onInfo(void* data, const pw_link_info* info) {
     auto& self = *static_cast<PipeWireLink*>(data);
     self.made_ = true;
+    self.active_ = info->state == PW_LINK_STATE_ACTIVE;
+    if (info->state == PW_LINK_STATE_ERROR) {
+        self.failure_ = -EIO;
+    }
     self.changed_();
 }
 
@@ -92,10 +103,8 @@ PipeWireInlet::PipeWireInlet(pw_core* core, const std::string& nodeName,
                            pw_properties_new(PW_KEY_FORMAT_DSP, "8 bit raw midi", PW_KEY_PORT_NAME,
                                              portName.c_str(), nullptr),
                            nullptr, 0);
-    // Nothing to do until there is a link.
-    const auto flags =
-        static_cast<pw_filter_flags>(PW_FILTER_FLAG_RT_PROCESS | PW_FILTER_FLAG_INACTIVE);
-    if (port_ == nullptr || pw_filter_connect(filter_.get(), flags, nullptr, 0) < 0) {
+    if (port_ == nullptr ||
+        pw_filter_connect(filter_.get(), PW_FILTER_FLAG_RT_PROCESS, nullptr, 0) < 0) {
         failure_ = -EIO;
     }
 }
@@ -107,13 +116,10 @@ PipeWireInlet::~PipeWireInlet() {
 void PipeWireInlet::connect(SourceList::Place source) {
     link_.reset();
     link_ = std::make_unique<PipeWireLink>(core_, source, node_, changed_);
-    pw_filter_set_active(filter_.get(), true);
 }
 
 void PipeWireInlet::disconnect() {
-    if (std::exchange(link_, nullptr) != nullptr) {
-        pw_filter_set_active(filter_.get(), false);
-    }
+    link_.reset();
 }
 
 void PipeWireInlet::onState(void* data, pw_filter_state /*old*/, pw_filter_state state,

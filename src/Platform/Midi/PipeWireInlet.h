@@ -21,21 +21,25 @@ public:
                  std::function<void()> changed);
 
     bool isMade() const { return made_; }
+    // What the source sends from now on arrives. A source that sleeps comes to that later.
+    bool isActive() const { return active_; }
     // A negative errno value; 0 for none. A link that somebody removed has failed.
     int failure() const { return failure_; }
     SourceList::Place source() const { return source_; }
 
 private:
-    static void onBound(void* data, std::uint32_t id);
+    static void onInfo(void* data, const pw_link_info* info);
     static void onRemoved(void* data);
     static void onError(void* data, int sequence, int result, const char* message);
 
     SourceList::Place source_;
     std::function<void()> changed_;
     bool made_ = false;
+    bool active_ = false;
     int failure_ = 0;
     sound::ProxyOwner<pw_proxy> proxy_;
-    sound::Listener listener_;
+    sound::Listener proxyListener_;
+    sound::Listener linkListener_;
 };
 
 // Our node in the server's graph, with its one input port for MIDI. What arrives there is put

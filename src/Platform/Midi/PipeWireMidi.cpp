@@ -211,12 +211,12 @@ Status PipeWireMidi::Impl::connectSource(PortRef port, EndpointRef source) {
         inlet_->connect(place);
         connecting_ = true;
         await([this] {
-            return inlet_ == nullptr || inlet_->link() == nullptr || inlet_->link()->isMade() ||
+            return inlet_ == nullptr || inlet_->link() == nullptr || inlet_->link()->isActive() ||
                    inlet_->link()->failure() != 0;
         });
         connecting_ = false;
         const PipeWireLink* const link = inlet_ != nullptr ? inlet_->link() : nullptr;
-        if (link == nullptr || !link->isMade()) {
+        if (link == nullptr || !link->isMade() || link->failure() != 0) {
             const Status failure = link != nullptr ? link->failure() : -EHOSTDOWN;
             disconnect();
             return failure != 0 ? failure : -ETIMEDOUT;

@@ -28,6 +28,10 @@ inline void listenTo(pw_metadata* metadata, spa_hook* hook, const pw_metadata_ev
     pw_metadata_add_listener(metadata, hook, &events, data);
 }
 
+inline void listenTo(pw_link* link, spa_hook* hook, const pw_link_events& events, void* data) {
+    pw_link_add_listener(link, hook, &events, data);
+}
+
 inline void listenTo(pw_node* node, spa_hook* hook, const pw_node_events& events, void* data) {
     pw_node_add_listener(node, hook, &events, data);
 }
