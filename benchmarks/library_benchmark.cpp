@@ -6,26 +6,29 @@
 //   library_benchmark take [hours]   saving a long take while the main thread stays alive
 
 #include "Common.h"
+#include "SavedLoopFiles.h"
 
 #include "Audio/LoopPreviewEngine.h"
 #include "Models/LibraryFile.h"
-#include "Platform/Sound/AudioFile.h"
 #include "Platform/Sound/OfflineDevice.h"
 #include "Platform/System/BackgroundQueue.h"
 #include "Platform/System/LogLine.h"
-#include "Utils/LoopFileManager.h"
 #include "ViewModels/LoopLibraryViewModel.h"
 #include "ViewModels/SimpleLooperViewModel.h"
 
 #include <cstdio>
-#include <ctime>
 #include <fstream>
 #include <functional>
 #include <string>
 
 using namespace tessivo;
+using benchmark::folder;
+using benchmark::kRate;
+using benchmark::loopsWithNames;
 using benchmark::millisecondsBetween;
 using benchmark::StallMeter;
+using benchmark::Times;
+using benchmark::writeAudio;
 using Clock = std::chrono::steady_clock;
 
 namespace {
@@ -33,23 +36,6 @@ namespace {
 constexpr double kStallLimit = 50.0; // ms
 constexpr double kListLimit = 1000.0;
 constexpr double kKeystrokeLimit = 8.0;
-constexpr double kRate = 48000.0;
-
-std::filesystem::path folder() {
-    return LoopFileManager::savedLoopsDirectory().toLocalFile().toStdString();
-}
-
-void writeAudio(const std::filesystem::path& path, std::int64_t frames) {
-    const sound::AudioFormat format(kRate, 2);
-    sound::AudioPCMBuffer buffer(format, 48000);
-    sound::AudioFileWriter writer(path, format.settings());
-    for (std::int64_t done = 0; done < frames; done += buffer.frameLength()) {
-        buffer.setFrameLength(
-            static_cast<std::uint32_t>(std::min<std::int64_t>(48000, frames - done)));
-        writer.write(buffer);
-    }
-}
-
 std::vector<SavedLoop> manyLoops(int count) {
     std::vector<SavedLoop> loops;
     for (int i = 0; i < count; ++i) {
@@ -132,72 +118,12 @@ int list(int count) {
     return good ? 0 : 1;
 }
 
-// Names as people give them, in four scripts, some with accents.
-std::vector<SavedLoop> loopsWithNames(int count) {
-    const std::vector<QString> words{"Beat",
-                                     "Drum",
-                                     "Vibe",
-                                     "Pad",
-                                     "B\u00e4ssline",
-                                     "Caf\u00e9",
-                                     "\u0413\u0438\u0442\u0430\u0440\u0430",
-                                     "Night",
-                                     "Loop",
-                                     "Strings",
-                                     "Gro\u00dfe Halle",
-                                     "\u03a6\u03c9\u03c2",
-                                     "\u6728\u7434",
-                                     "Take"};
-    std::vector<SavedLoop> loops;
-    for (int i = 0; i < count; ++i) {
-        const auto word = [&](int n) {
-            return words[static_cast<std::size_t>(n) % words.size()];
-        };
-        const QString name = QStringLiteral("%1 %2 %3")
-                                 .arg(word(i), word(i / 14), QString::number(i * 7919 % count));
-        const QString file = QStringLiteral("%1.wav").arg(i);
-        writeAudio(folder() / file.toStdString(), 480);
-        loops.emplace_back(name, file, SecondsSince2001(7e8 + i * 61.25), i * 37 % 600, 4000);
-    }
-    return loops;
-}
-
-// What the main thread needs for a change of the list, a view's own work left out: by the
-// clock, and without what other programs of a busy machine take from it.
-struct Times {
-    void add(const std::function<void()>& change) {
-        const auto begin = Clock::now();
-        const double cpuBegin = cpuTime();
-        change();
-        cpu.push_back(cpuTime() - cpuBegin);
-        clock.push_back(millisecondsBetween(begin, Clock::now()));
-    }
-
-    static double cpuTime() {
-        timespec time{};
-        clock_gettime(CLOCK_THREAD_CPUTIME_ID, &time);
-        return static_cast<double>(time.tv_sec) * 1e3 + static_cast<double>(time.tv_nsec) / 1e6;
-    }
-
-    // True when the thread itself was never longer at it.
-    bool report(const char* what, double limit) const {
-        const auto byClock = benchmark::spreadOf(clock);
-        const auto byCpu = benchmark::spreadOf(cpu);
-        std::printf("%s: median %.2f ms, worst of %zu %.2f ms; processor time median %.2f ms, "
-                    "worst %.2f ms\n",
-                    what, byClock.median, clock.size(), byClock.worst, byCpu.median, byCpu.worst);
-        return byCpu.worst <= limit;
-    }
-
-    std::vector<double> clock;
-    std::vector<double> cpu;
-};
-
 struct Browsing {
     double list = 0.0;
     double stall = 0.0;
 };
 
+// A view's own work is left out of these.
 Browsing browse(Times& keystrokes, Times& orders, Times& early) {
     using SortOrder = LoopLibraryViewModel::SortOrder;
     Browsing result;
@@ -214,7 +140,7 @@ Browsing browse(Times& keystrokes, Times& orders, Times& early) {
     result.stall = meter.longest();
 
     const auto change = [&](Times& times, const std::function<void()>& by) {
-        times.add(by);
+        times.measure(by);
         benchmark::runEventsFor(std::chrono::milliseconds(5)); // as between two strokes
     };
     for (const auto order : {SortOrder::dateDescending, SortOrder::nameAscending}) {
@@ -242,7 +168,7 @@ Browsing browse(Times& keystrokes, Times& orders, Times& early) {
     // A search before any key has been made ahead.
     LoopLibraryViewModel other;
     QObject::connect(&other, &LoopLibraryViewModel::libraryStatsChanged, &other, [&] {
-        early.add([&] { other.setSearchText(QStringLiteral("b")); });
+        early.measure([&] { other.setSearchText(QStringLiteral("b")); });
         QCoreApplication::quit();
     });
     QCoreApplication::exec();

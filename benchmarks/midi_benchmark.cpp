@@ -5,6 +5,7 @@
 //   midi_benchmark flood server [seconds [quantum]]  5,000 notes a second, over a sound server
 
 #include "Common.h"
+#include "ContentWindow.h"
 #include "MidiWitness.h"
 
 #include "Audio/MIDIManager.h"
@@ -16,28 +17,22 @@
 #include "support/PrivatePipeWire.h"
 
 #include <QGuiApplication>
-#include <QQmlApplicationEngine>
-#include <QQuickStyle>
-#include <QQuickWindow>
-#include <QtQml/qqmlextensionplugin.h>
 
 #include <fcntl.h>
 #include <unistd.h>
 
 #include <array>
 #include <cstdio>
-#include <fstream>
 #include <mutex>
 #include <optional>
 #include <random>
 #include <string_view>
 #include <thread>
 
-Q_IMPORT_QML_PLUGIN(TessivoPlugin)
-
 using namespace tessivo;
 using namespace std::chrono_literals;
 using benchmark::millisecondsBetween;
+using benchmark::residentMegabytes;
 using Clock = std::chrono::steady_clock;
 
 namespace {
@@ -99,14 +94,6 @@ public:
     };
 
     Window() {
-        engine_.load(QUrl(QStringLiteral("qrc:/qt-project.org/imports/Tessivo/ContentView.qml")));
-        const auto* window = engine_.rootObjects().isEmpty()
-                                 ? nullptr
-                                 : qobject_cast<QQuickWindow*>(engine_.rootObjects().constFirst());
-        if (window == nullptr ||
-            !benchmark::runEventsUntil([window] { return window->isExposed(); }, 10s)) {
-            throw std::runtime_error("the window does not show");
-        }
         listen(manager.onRecord, TransportAction::record);
         listen(manager.onPlay, TransportAction::play);
         listen(manager.onStop, TransportAction::stop);
@@ -131,7 +118,7 @@ private:
         };
     }
 
-    QQmlApplicationEngine engine_;
+    benchmark::ContentWindow content_;
 };
 
 void report(const char* what, std::vector<double> milliseconds) {
@@ -195,13 +182,6 @@ int latency(test::PrivatePipeWire& server, std::size_t notes) {
     report("from there to the command", toMainThread);
     report("key to command", total);
     return benchmark::spreadOf(total).median < kLatencyLimit && (wrong == 0 || unheard > 0) ? 0 : 1;
-}
-
-double residentMegabytes() {
-    std::ifstream statm("/proc/self/statm");
-    long pages = 0;
-    statm >> pages >> pages;
-    return static_cast<double>(pages) * static_cast<double>(sysconf(_SC_PAGESIZE)) / 1e6;
 }
 
 // Notes that mean nothing, with one that stops or clears at the beginning of every hundred.
@@ -348,9 +328,7 @@ int main(int argc, char** argv) {
     const benchmark::PrivateHome home;
     test::PrivatePipeWire server({"--quantum", argc > 4 ? argv[4] : "64"});
     const test::VirtualDisplay display;
-    setenv("QT_QPA_PLATFORM", "xcb", 1);
-    setenv("QT_QUICK_BACKEND", "software", 1);
+    benchmark::useSoftwareRenderer();
     const QGuiApplication application(argc, argv);
-    QQuickStyle::setStyle(QStringLiteral("Basic"));
     return run(server, argc, argv);
 }
