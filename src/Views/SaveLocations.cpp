@@ -1,5 +1,7 @@
 #include "Views/SaveLocations.h"
 
+#include "Platform/System/Paths.h"
+
 #include <QDir>
 #include <QFileInfo>
 #include <QRegularExpression>
@@ -106,7 +108,7 @@ QUrl SaveLocations::above(const QUrl& folder) const {
 
 QString SaveLocations::makeFolder(const QUrl& in, const QString& name) const {
     std::error_code error;
-    if (std::filesystem::create_directory(inFolder(in, name).toLocalFile().toStdString(), error)) {
+    if (std::filesystem::create_directory(tessivo::pathOf(inFolder(in, name)), error)) {
         return {};
     }
     return error ? QString::fromStdString(error.message())

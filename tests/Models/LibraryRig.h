@@ -8,7 +8,6 @@
 #include <gtest/gtest.h>
 
 #include <fstream>
-#include <iterator>
 
 // Found by GoogleTest through the argument's namespace, which is the global one.
 inline void PrintTo(const QString& text, std::ostream* stream) {
@@ -16,14 +15,6 @@ inline void PrintTo(const QString& text, std::ostream* stream) {
 }
 
 namespace tessivo::test {
-
-inline std::string bytesOf(const std::filesystem::path& path) {
-    if (!std::filesystem::is_regular_file(path)) {
-        return {};
-    }
-    std::ifstream stream(path, std::ios::binary);
-    return {std::istreambuf_iterator<char>(stream), {}};
-}
 
 inline void writeBytes(const std::filesystem::path& path, const std::string& bytes) {
     std::ofstream(path, std::ios::binary) << bytes;

@@ -15,11 +15,6 @@ using Names = std::vector<std::string>;
 
 constexpr const char* kLibrary = "Loop Library";
 
-std::string bytesOf(const std::filesystem::path& file) {
-    std::ifstream stream(file, std::ios::binary);
-    return {std::istreambuf_iterator<char>(stream), {}};
-}
-
 void type(AppProcess& app, const std::string& word) {
     for (const char letter : word) {
         app.press(std::string(1, letter));

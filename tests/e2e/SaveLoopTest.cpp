@@ -2,19 +2,12 @@
 
 #include <gtest/gtest.h>
 
-#include <fstream>
-
 // A loop is kept, by keys alone, and is still there after the program has ended.
 namespace tessivo::test {
 
 namespace {
 
 using namespace std::chrono_literals;
-
-std::string bytesOf(const std::filesystem::path& file) {
-    std::ifstream stream(file, std::ios::binary);
-    return {std::istreambuf_iterator<char>(stream), {}};
-}
 
 TEST(SaveLoopTest, KeysAloneKeepALoopBeyondTheProgramsEnd) {
     Stage stage;

@@ -3,6 +3,8 @@
 #include <chrono>
 #include <cstdlib>
 #include <filesystem>
+#include <fstream>
+#include <iterator>
 #include <stdexcept>
 #include <string>
 #include <thread>
@@ -20,6 +22,15 @@ bool eventually(Condition&& condition, std::chrono::milliseconds limit = std::ch
         std::this_thread::sleep_for(std::chrono::milliseconds(1));
     }
     return true;
+}
+
+// What is in a file; nothing when there is none.
+inline std::string bytesOf(const std::filesystem::path& path) {
+    if (!std::filesystem::is_regular_file(path)) {
+        return {};
+    }
+    std::ifstream stream(path, std::ios::binary);
+    return {std::istreambuf_iterator<char>(stream), {}};
 }
 
 // A folder that is gone with the test.
