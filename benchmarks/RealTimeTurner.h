@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Platform/Sound/OfflineDevice.h"
+#include "support/OfflineDevice.h"
 
 #include <atomic>
 #include <chrono>

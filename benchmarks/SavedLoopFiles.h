@@ -1,7 +1,7 @@
 #pragma once
 
 #include "Models/SavedLoop.h"
-#include "Platform/Sound/AudioFile.h"
+#include "Platform/Sound/File/AudioFile.h"
 #include "Utils/LoopFileManager.h"
 
 #include <algorithm>

@@ -2,7 +2,7 @@
 // metering, recording, monitoring and playing all on.
 
 #include "Platform/Sound/AudioEngine.h"
-#include "Platform/Sound/OfflineDevice.h"
+#include "support/OfflineDevice.h"
 
 #include <algorithm>
 #include <cstdio>

@@ -12,7 +12,7 @@
 
 #include "Audio/LoopPreviewEngine.h"
 #include "Platform/Sound/AudioError.h"
-#include "Platform/Sound/AudioFile.h"
+#include "Platform/Sound/File/AudioFile.h"
 #include "Platform/System/LogLine.h"
 #include "Utils/LoopFileManager.h"
 #include "ViewModels/SimpleLooperViewModel.h"

@@ -10,11 +10,11 @@
 
 #include "Audio/LoopPreviewEngine.h"
 #include "Models/LibraryFile.h"
-#include "Platform/Sound/OfflineDevice.h"
 #include "Platform/System/BackgroundQueue.h"
 #include "Platform/System/LogLine.h"
 #include "ViewModels/LoopLibraryViewModel.h"
 #include "ViewModels/SimpleLooperViewModel.h"
+#include "support/OfflineDevice.h"
 
 #include <cstdio>
 #include <fstream>

@@ -9,12 +9,12 @@
 #include "MidiWitness.h"
 
 #include "Audio/MIDIManager.h"
-#include "Platform/Midi/VirtualMidi.h"
 #include "Platform/System/LineWriter.h"
 #include "Platform/System/LogLine.h"
 #include "support/AppProcess.h"
 #include "support/MidiSender.h"
 #include "support/PrivatePipeWire.h"
+#include "support/VirtualMidi.h"
 
 #include <QGuiApplication>
 

@@ -10,8 +10,8 @@
 
 #include "Audio/SimpleAudioEngine.h"
 #include "Audio/SimplePlayer.h"
-#include "Platform/Sound/AudioFile.h"
-#include "Platform/Sound/PipeWireDevice.h"
+#include "Platform/Sound/Device/PipeWireDevice.h"
+#include "Platform/Sound/File/AudioFile.h"
 #include "Platform/System/LogLine.h"
 #include "support/GraphProbe.h"
 #include "support/PrivatePipeWire.h"

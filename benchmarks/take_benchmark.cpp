@@ -9,7 +9,7 @@
 #include "Common.h"
 #include "RealTimeTurner.h"
 
-#include "Platform/Sound/AudioFile.h"
+#include "Platform/Sound/File/AudioFile.h"
 #include "Platform/System/LogLine.h"
 #include "Utils/AudioUtils.h"
 #include "ViewModels/SimpleLooperViewModel.h"

@@ -1,7 +1,7 @@
 #include "Audio/LoopPreviewEngine.h"
 
 #include "Platform/Sound/AudioError.h"
-#include "Platform/Sound/PipeWireDevice.h"
+#include "Platform/Sound/Device/PipeWireDevice.h"
 #include "Platform/System/LogLine.h"
 #include "Platform/System/MainQueue.h"
 #include "Platform/System/Paths.h"

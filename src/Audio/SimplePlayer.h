@@ -1,7 +1,7 @@
 #pragma once
 
-#include "Platform/Sound/AudioFile.h"
 #include "Platform/Sound/AudioNode.h"
+#include "Platform/Sound/File/AudioFile.h"
 #include "Platform/System/ObservableObject.h"
 
 #include <QUrl>

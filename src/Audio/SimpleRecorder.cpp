@@ -1,7 +1,7 @@
 #include "Audio/SimpleRecorder.h"
 
 #include "Audio/SimpleAudioEngine.h"
-#include "Platform/Sound/AudioFile.h"
+#include "Platform/Sound/File/AudioFile.h"
 #include "Platform/System/LogLine.h"
 #include "Platform/System/Paths.h"
 #include "Utils/AudioUtils.h"

@@ -2,7 +2,7 @@
 
 #include "Models/LoopError.h"
 #include "Platform/Sound/AudioError.h"
-#include "Platform/Sound/AudioFile.h"
+#include "Platform/Sound/File/AudioFile.h"
 #include "Platform/System/DocumentsDirectory.h"
 #include "Platform/System/Paths.h"
 

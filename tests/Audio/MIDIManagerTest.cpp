@@ -1,8 +1,8 @@
 #include "Audio/MIDIManager.h"
 
-#include "Platform/Midi/VirtualMidi.h"
 #include "Platform/System/LogLine.h"
 #include "support/QtTestSupport.h"
+#include "support/VirtualMidi.h"
 
 #include <gtest/gtest.h>
 

@@ -1,8 +1,8 @@
 #include "Models/MIDIConfiguration.h"
-#include "Platform/Midi/VirtualMidi.h"
 #include "Platform/System/Preferences.h"
 #include "Utils/MIDIUtils.h"
 #include "support/QtTestSupport.h"
+#include "support/VirtualMidi.h"
 
 #include <gtest/gtest.h>
 

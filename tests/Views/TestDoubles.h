@@ -5,7 +5,6 @@
 #include "Models/LibraryMetadata.h"
 #include "Models/MIDIConfiguration.h"
 #include "Models/SimpleLoopState.h"
-#include "Platform/Midi/VirtualMidi.h"
 #include "Platform/System/BackgroundQueue.h"
 #include "Platform/System/LogLine.h"
 #include "Platform/System/MainQueue.h"
@@ -13,6 +12,7 @@
 #include "ViewModels/LoopLibraryViewModel.h"
 #include "ViewModels/SimpleLooperViewModel.h"
 #include "support/OfflineRig.h"
+#include "support/VirtualMidi.h"
 
 #include <QAccessible>
 #include <QDir>

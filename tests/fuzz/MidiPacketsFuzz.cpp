@@ -1,7 +1,7 @@
 #include "Audio/MIDIManager.h"
 #include "Platform/Midi/PipeWirePackets.h"
-#include "Platform/Midi/VirtualMidi.h"
 #include "Platform/System/LogLine.h"
+#include "support/VirtualMidi.h"
 
 #include <QCoreApplication>
 

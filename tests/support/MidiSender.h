@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Platform/Sound/SpscQueue.h"
+#include "Platform/Realtime/SpscQueue.h"
 #include "support/GraphNode.h"
 
 #include <atomic>
@@ -66,7 +66,7 @@ private:
     void* port_ = nullptr;
 
     std::deque<Cycle> cycles_; // all of them: the callback frees nothing
-    sound::SpscQueue<Cycle*> queue_{4096};
+    SpscQueue<Cycle*> queue_{4096};
     std::atomic<std::size_t> sent_{0};
 
     std::deque<Flood> floods_;

@@ -1,8 +1,8 @@
 #pragma once
 
 #include "Platform/Sound/AudioEngine.h"
-#include "Platform/Sound/OfflineDevice.h"
 #include "support/Basics.h"
+#include "support/OfflineDevice.h"
 
 #include <algorithm>
 #include <bit>

@@ -6,6 +6,6 @@ if(NOT TARGET tessivo_test_qt)
         SOURCES
             ${CMAKE_CURRENT_LIST_DIR}/QtTestMain.cpp
             ${CMAKE_CURRENT_LIST_DIR}/QtTestSupport.cpp
-        LINK tessivo_system tessivo_sound Qt6::Core GTest::gtest)
+        LINK tessivo_test_devices tessivo_system tessivo_sound Qt6::Core GTest::gtest)
     target_include_directories(tessivo_test_qt PUBLIC ${PROJECT_SOURCE_DIR}/tests)
 endif()

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Platform/Sound/Realtime.h"
+#include "Platform/Realtime/Realtime.h"
 
 #include <spa/utils/ringbuffer.h>
 

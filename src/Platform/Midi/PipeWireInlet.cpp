@@ -37,15 +37,15 @@ PipeWireLink::PipeWireLink(pw_core* core, SourceList::Place source, std::uint32_
     pw_properties_setf(properties, PW_KEY_LINK_OUTPUT_NODE, "%u", source.node);
     pw_properties_setf(properties, PW_KEY_LINK_OUTPUT_PORT, "%u", source.port);
     pw_properties_setf(properties, PW_KEY_LINK_INPUT_NODE, "%u", inletNode);
-    proxy_.reset(sound::createObject(core, "link-factory", PW_TYPE_INTERFACE_Link, PW_VERSION_LINK,
-                                     properties));
+    proxy_.reset(pipewire::createObject(core, "link-factory", PW_TYPE_INTERFACE_Link,
+                                        PW_VERSION_LINK, properties));
     if (proxy_ == nullptr) {
         failure_ = -errno;
         return;
     }
     pw_proxy_add_listener(proxy_.get(), proxyListener_.fresh(), &events, this);
-    sound::listenTo(reinterpret_cast<pw_link*>(proxy_.get()), linkListener_.fresh(), linkEvents,
-                    this);
+    pipewire::listenTo(reinterpret_cast<pw_link*>(proxy_.get()), linkListener_.fresh(), linkEvents,
+                       this);
 }
 
 void PipeWireLink::onInfo(void* data, const pw_link_info* info) {

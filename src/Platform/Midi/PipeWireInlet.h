@@ -2,7 +2,7 @@
 
 #include "Platform/Midi/PacketQueue.h"
 #include "Platform/Midi/SourceList.h"
-#include "Platform/Sound/PipeWireHandles.h"
+#include "Platform/PipeWire/Handles.h"
 
 #include <pipewire/filter.h>
 
@@ -37,9 +37,9 @@ private:
     bool made_ = false;
     bool active_ = false;
     int failure_ = 0;
-    sound::ProxyOwner<pw_proxy> proxy_;
-    sound::Listener proxyListener_;
-    sound::Listener linkListener_;
+    pipewire::ProxyOwner<pw_proxy> proxy_;
+    pipewire::Listener proxyListener_;
+    pipewire::Listener linkListener_;
 };
 
 // Our node in the server's graph, with its one input port for MIDI. What arrives there is put

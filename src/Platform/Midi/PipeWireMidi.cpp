@@ -4,7 +4,7 @@
 #include "Platform/Midi/PipeWireInlet.h"
 #include "Platform/Midi/PipeWirePorts.h"
 #include "Platform/Midi/SourceList.h"
-#include "Platform/Sound/PipeWireCalls.h"
+#include "Platform/PipeWire/Calls.h"
 
 #include <cerrno>
 #include <chrono>
@@ -12,7 +12,7 @@
 
 namespace tessivo::midi {
 
-using sound::withLoop;
+using pipewire::withLoop;
 
 namespace {
 
@@ -81,10 +81,10 @@ private:
     bool connecting_ = false;                        // the main thread waits for a new node or link
     SourceList::Clock::time_point retryAt_ = kNever; // what failed is tried again then
 
-    sound::PipeWireOwner<pw_thread_loop> loop_;
-    sound::PipeWireOwner<pw_context> context_;
-    sound::LoopSource event_;
-    sound::LoopSource timer_;
+    pipewire::Owner<pw_thread_loop> loop_;
+    pipewire::Owner<pw_context> context_;
+    pipewire::LoopSource event_;
+    pipewire::LoopSource timer_;
     bool timerRuns_ = false;
     std::unique_ptr<PipeWirePorts> ports_; // there is, or has just been, a server
     bool returns_ = false;                 // it is looked for, because there was one before
@@ -102,8 +102,8 @@ PipeWireMidi::Impl::Impl(std::string applicationName)
     // The configuration that gives the audio thread its priority.
     context_.reset(
         pw_context_new(loop, pw_properties_new(PW_KEY_CONFIG_NAME, "client-rt.conf", nullptr), 0));
-    event_ = sound::LoopSource(loop, sound::addEvent(loop, onEvent, this));
-    timer_ = sound::LoopSource(loop, sound::addTimer(loop, onTimer, this));
+    event_ = pipewire::LoopSource(loop, pipewire::addEvent(loop, onEvent, this));
+    timer_ = pipewire::LoopSource(loop, pipewire::addTimer(loop, onTimer, this));
     if (!event_ || !timer_ || pw_thread_loop_start(loop_.get()) < 0) {
         context_.reset();
     }

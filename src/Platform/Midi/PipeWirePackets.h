@@ -1,7 +1,7 @@
 #pragma once
 
 #include "Platform/Midi/PacketQueue.h"
-#include "Platform/Sound/Realtime.h"
+#include "Platform/Realtime/Realtime.h"
 
 #include <cstdint>
 #include <span>

@@ -1,6 +1,6 @@
 #include "Platform/Midi/PipeWirePorts.h"
 
-#include "Platform/Sound/PipeWireCalls.h"
+#include "Platform/PipeWire/Calls.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -11,7 +11,7 @@
 
 namespace tessivo::midi {
 
-using sound::dictValue;
+using pipewire::dictValue;
 
 namespace {
 
@@ -74,12 +74,12 @@ PipeWirePorts::PipeWirePorts(pw_context* context, const std::string& application
         lost_ = true;
         return;
     }
-    sound::listenTo(core_.get(), coreListener_.fresh(), kCoreEvents, this);
+    pipewire::listenTo(core_.get(), coreListener_.fresh(), kCoreEvents, this);
     registry_.reset(pw_core_get_registry(core_.get(), PW_VERSION_REGISTRY, 0));
     if (registry_ != nullptr) {
-        sound::listenTo(registry_.get(), registryListener_.fresh(), kRegistryEvents, this);
+        pipewire::listenTo(registry_.get(), registryListener_.fresh(), kRegistryEvents, this);
     }
-    roundTrip_ = sound::askForAnswer(core_.get());
+    roundTrip_ = pipewire::askForAnswer(core_.get());
 }
 
 PipeWirePorts::~PipeWirePorts() = default;

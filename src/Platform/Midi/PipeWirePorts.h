@@ -1,7 +1,7 @@
 #pragma once
 
 #include "Platform/Midi/SourceList.h"
-#include "Platform/Sound/PipeWireHandles.h"
+#include "Platform/PipeWire/Handles.h"
 
 #include <cstdint>
 #include <functional>
@@ -54,10 +54,10 @@ private:
     int roundTrip_ = -1;
     bool answered_ = false;
     bool lost_ = false;
-    sound::PipeWireOwner<pw_core> core_;
-    sound::Listener coreListener_;
-    sound::ProxyOwner<pw_registry> registry_;
-    sound::Listener registryListener_;
+    pipewire::Owner<pw_core> core_;
+    pipewire::Listener coreListener_;
+    pipewire::ProxyOwner<pw_registry> registry_;
+    pipewire::Listener registryListener_;
 };
 
 } // namespace tessivo::midi

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "Platform/Sound/AudioDevice.h"
 #include "Platform/Sound/AudioNode.h"
+#include "Platform/Sound/Device/AudioDevice.h"
 
 #include <functional>
 #include <memory>

@@ -1,9 +1,9 @@
 #pragma once
 
 #include "Platform/Sound/AudioEngine.h"
-#include "Platform/Sound/ReaderThread.h"
-#include "Platform/Sound/RenderUnits.h"
-#include "Platform/Sound/TapThread.h"
+#include "Platform/Sound/Decode/ReaderThread.h"
+#include "Platform/Sound/Render/RenderUnits.h"
+#include "Platform/Sound/Tap/TapThread.h"
 
 #include <atomic>
 #include <map>

@@ -1,8 +1,8 @@
 #pragma once
 
-#include "Platform/Sound/AudioFile.h"
 #include "Platform/Sound/AudioFormat.h"
 #include "Platform/Sound/AudioPCMBuffer.h"
+#include "Platform/Sound/File/AudioFile.h"
 
 #include <cstdint>
 #include <functional>

@@ -1,4 +1,4 @@
-#include "Platform/Midi/VirtualMidi.h"
+#include "support/VirtualMidi.h"
 #include "support/Basics.h"
 
 #include <gtest/gtest.h>

@@ -1,0 +1,125 @@
+#include "Platform/Sound/Device/PipeWireStream.h"
+
+#include "Platform/Sound/Device/PipeWireCycles.h"
+#include "Platform/Sound/Device/PipeWireFormats.h"
+
+#include <array>
+#include <cstdlib>
+#include <utility>
+
+namespace tessivo::sound {
+
+namespace {
+
+// What we ask for; the user's settings of the sound server come first.
+constexpr int kWishedLatencyFrames = 64;
+
+pw_properties* streamProperties(const PipeWireStreamSettings& settings, bool capture,
+                                const std::string& target) {
+    pw_properties* properties = pw_properties_new(
+        PW_KEY_MEDIA_TYPE, "Audio", PW_KEY_MEDIA_CATEGORY, capture ? "Capture" : "Playback",
+        PW_KEY_MEDIA_ROLE, "Production", PW_KEY_APP_NAME, settings.applicationName.c_str(),
+        PW_KEY_NODE_NAME, settings.applicationName.c_str(), PW_KEY_NODE_DESCRIPTION,
+        settings.applicationName.c_str(), PW_KEY_NODE_GROUP, settings.group.c_str(),
+        PW_KEY_TARGET_OBJECT, target.c_str(), nullptr);
+    const int rate = static_cast<int>(settings.renderRate);
+    pw_properties_setf(properties, PW_KEY_NODE_RATE, "1/%d", rate);
+    if (std::getenv("PIPEWIRE_LATENCY") == nullptr) {
+        pw_properties_setf(properties, PW_KEY_NODE_LATENCY, "%d/%d", kWishedLatencyFrames, rate);
+    }
+    if (capture) {
+        // Without this, a surround microphone would be mixed down instead of giving its
+        // first channels.
+        pw_properties_set(properties, PW_KEY_STREAM_DONT_REMIX, "true");
+        // What follows a microphone that went away is for us to decide: the session would
+        // take the speaker's monitor.
+        pw_properties_set(properties, PW_KEY_NODE_DONT_RECONNECT, "true");
+    }
+    return properties;
+}
+
+} // namespace
+
+PipeWireStream::PipeWireStream(pw_core* core, const PipeWireStreamSettings& settings, Kind kind,
+                               std::uint32_t channelCount, std::string target,
+                               PipeWireCycles& cycles, std::function<void()> changed)
+    : kind_(kind)
+    , channelCount_(channelCount)
+    , target_(std::move(target))
+    , cycles_(cycles)
+    , changed_(std::move(changed)) {
+    open(core, settings);
+}
+
+PipeWireStream::~PipeWireStream() {
+    closing_ = true;
+    if (kind_ == Kind::capture) {
+        cycles_.setCapture(nullptr);
+    } else {
+        cycles_.setPlayback(nullptr, false);
+    }
+}
+
+void PipeWireStream::open(pw_core* core, const PipeWireStreamSettings& settings) {
+    const bool capture = kind_ == Kind::capture;
+    stream_.reset(pw_stream_new(core, settings.applicationName.c_str(),
+                                streamProperties(settings, capture, target_)));
+    if (stream_ == nullptr) {
+        fail();
+        return;
+    }
+    static const pw_stream_events stateEvents = [] {
+        pw_stream_events events{};
+        events.version = PW_VERSION_STREAM_EVENTS;
+        events.state_changed = onState;
+        return events;
+    }();
+    pw_stream_add_listener(stream_.get(), &stateHook_, &stateEvents, this);
+    pw_stream_add_listener(
+        stream_.get(), &processHook_,
+        capture ? &PipeWireCycles::kCaptureEvents : &PipeWireCycles::kPlaybackEvents, &cycles_);
+
+    unsigned flags =
+        PW_STREAM_FLAG_AUTOCONNECT | PW_STREAM_FLAG_MAP_BUFFERS | PW_STREAM_FLAG_RT_PROCESS;
+    if (kind_ == Kind::triggeredPlayback) {
+        flags |= PW_STREAM_FLAG_TRIGGER;
+    }
+    const StreamFormat format(settings.renderRate, channelCount_);
+    std::array<const spa_pod*, 1> params{format.pod()};
+    if (pw_stream_connect(stream_.get(), capture ? PW_DIRECTION_INPUT : PW_DIRECTION_OUTPUT,
+                          PW_ID_ANY, static_cast<pw_stream_flags>(flags), params.data(),
+                          static_cast<std::uint32_t>(params.size())) < 0) {
+        fail();
+        return;
+    }
+    if (capture) {
+        cycles_.setCapture(stream_.get());
+    } else {
+        cycles_.setPlayback(stream_.get(), kind_ == Kind::triggeredPlayback);
+    }
+}
+
+void PipeWireStream::onState(void* data, pw_stream_state /*old*/, pw_stream_state state,
+                             const char* /*error*/) {
+    auto& self = *static_cast<PipeWireStream*>(data);
+    if (self.closing_) {
+        return;
+    }
+    if (state == PW_STREAM_STATE_ERROR) {
+        self.fail();
+    }
+    const bool running = state == PW_STREAM_STATE_STREAMING;
+    if (std::exchange(self.running_, running) != running) {
+        if (self.kind_ != Kind::capture) {
+            self.cycles_.setPlaybackRunning(running);
+        }
+        self.changed_();
+    }
+}
+
+void PipeWireStream::fail() {
+    failed_ = true;
+    changed_();
+}
+
+} // namespace tessivo::sound

@@ -1,0 +1,69 @@
+#pragma once
+
+#include "Platform/PipeWire/Handles.h"
+
+#include <chrono>
+#include <cstdint>
+#include <functional>
+#include <string>
+
+namespace tessivo::sound {
+
+class PipeWireCycles;
+
+// What the streams of one device have in common.
+struct PipeWireStreamSettings {
+    std::string applicationName;
+    std::string group; // streams of one group share one cycle of the graph
+    double renderRate = 0.0;
+};
+
+// One open stream, from opening to destruction. Belongs to its loop; made and destroyed
+// with the loop locked.
+class PipeWireStream {
+public:
+    enum class Kind {
+        capture,
+        directPlayback,   // renders in its own callback
+        triggeredPlayback // plays what the capture callback has rendered
+    };
+
+    // Opens a stream of 1 or 2 channels to the device with that serial number and hands it
+    // to the cycles. changed is called on the loop when isRunning() or hasFailed() changes.
+    PipeWireStream(pw_core* core, const PipeWireStreamSettings& settings, Kind kind,
+                   std::uint32_t channelCount, std::string target, PipeWireCycles& cycles,
+                   std::function<void()> changed);
+    ~PipeWireStream();
+    PipeWireStream(const PipeWireStream&) = delete;
+    PipeWireStream& operator=(const PipeWireStream&) = delete;
+
+    Kind kind() const { return kind_; }
+    std::uint32_t channelCount() const { return channelCount_; }
+    const std::string& target() const { return target_; }
+    // The graph runs it: it is linked, and samples flow.
+    bool isRunning() const { return running_; }
+    // It will never run.
+    bool hasFailed() const { return failed_; }
+    std::chrono::steady_clock::time_point openedAt() const { return openedAt_; }
+
+private:
+    static void onState(void* data, pw_stream_state old, pw_stream_state state, const char* error);
+    void open(pw_core* core, const PipeWireStreamSettings& settings);
+    void fail();
+
+    Kind kind_;
+    std::uint32_t channelCount_;
+    std::string target_;
+    PipeWireCycles& cycles_;
+    std::function<void()> changed_;
+    std::chrono::steady_clock::time_point openedAt_ = std::chrono::steady_clock::now();
+    pipewire::Owner<pw_stream> stream_;
+    // Not Listeners: the stream removes them itself, once its callback can run no more.
+    spa_hook stateHook_{};
+    spa_hook processHook_{};
+    bool running_ = false;
+    bool failed_ = false;
+    bool closing_ = false;
+};
+
+} // namespace tessivo::sound

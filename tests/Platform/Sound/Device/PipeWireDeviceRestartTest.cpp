@@ -1,0 +1,198 @@
+#include "Platform/Sound/AudioError.h"
+#include "Platform/Sound/Device/PipeWireDevice.h"
+#include "Platform/Sound/Device/RecordingRenderer.h"
+#include "support/PrivatePipeWire.h"
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <cstdlib>
+#include <string>
+
+// Devices and servers that come and go under a device that runs.
+namespace tessivo::test {
+
+namespace {
+
+using namespace std::chrono_literals;
+using sound::PipeWireDevice;
+using Clock = std::chrono::steady_clock;
+
+const std::vector<std::string> kCalm{"--quantum", "1024"};
+
+bool advances(const RecordingRenderer& renderer, std::chrono::milliseconds limit = 2s) {
+    const std::uint64_t before = renderer.cycles();
+    return eventually([&] { return renderer.cycles() > before + 3; }, limit);
+}
+
+bool has(const PrivatePipeWire& server, const char* link) {
+    return server.links().find(link) != std::string::npos;
+}
+
+// A device with a renderer and a count of its notices.
+struct Running {
+    explicit Running(sound::AudioDevice::Request request = {}) {
+        device.setChangeHandler([this] { ++notices; });
+        device.start(renderer, request);
+    }
+    ~Running() {
+        device.setChangeHandler({});
+        device.stop();
+    }
+    Running(const Running&) = delete;
+    Running& operator=(const Running&) = delete;
+
+    std::atomic<int> notices{0};
+    RecordingRenderer renderer{RecordingRenderer::Output::marks};
+    PipeWireDevice device{"Tessivo"};
+};
+
+// The session then makes the speaker the default microphone: its monitor must never be ours.
+TEST(PipeWireChangeTest, LostMicrophoneLeavesPlaybackAndIsReplacedWhenOneAppears) {
+    PrivatePipeWire server(kCalm);
+    Running running;
+    ASSERT_TRUE(advances(running.renderer));
+    ASSERT_EQ(running.renderer.inputChannels(), 2U);
+
+    server.destroyDevice("mic");
+    ASSERT_TRUE(eventually([&] { return running.renderer.inputChannels() == 0; }, 2s));
+    EXPECT_TRUE(advances(running.renderer));
+    EXPECT_TRUE(eventually([&] { return running.notices == 1; }));
+    EXPECT_EQ(running.device.formats().input.channelCount(), 0U);
+    EXPECT_EQ(running.renderer.outputChannels(), 2U);
+    std::this_thread::sleep_for(300ms); // for the session to do what it likes
+    EXPECT_FALSE(has(server, "Tessivo:input"));
+
+    server.createMicrophone("other", 44100, "MONO");
+    ASSERT_TRUE(eventually([&] { return running.renderer.inputChannels() == 2; }, 2s));
+    EXPECT_TRUE(advances(running.renderer));
+    EXPECT_EQ(running.device.formats().input, sound::AudioFormat(44100, 1));
+    EXPECT_EQ(running.device.formats().renderRate, 48000);
+    EXPECT_TRUE(eventually([&] { return has(server, "other:capture_MONO"); }));
+}
+
+TEST(PipeWireChangeTest, LostSpeakerLeavesCaptureAndItsSuccessorIsPlayedOn) {
+    PrivatePipeWire server(kCalm);
+    Running running;
+    ASSERT_TRUE(advances(running.renderer));
+    server.destroyDevice("speaker");
+    ASSERT_TRUE(eventually([&] { return running.renderer.outputChannels() == 0; }, 2s));
+    EXPECT_TRUE(advances(running.renderer));
+    server.createSpeaker("headphones", 48000, "FL,FR");
+    ASSERT_TRUE(eventually([&] { return running.renderer.outputChannels() == 2; }, 2s));
+    EXPECT_TRUE(advances(running.renderer));
+}
+
+// One notice each, none on the way from one device to the other, and hardly a pause.
+TEST(PipeWireChangeTest, FollowsWhatTheUserChooses) {
+    PrivatePipeWire server(kCalm);
+    server.createMicrophone("other", 44100, "MONO");
+    server.createSpeaker("surround", 48000, "FL,FR,RL,RR");
+    server.chooseMicrophone("mic");
+    server.chooseSpeaker("speaker");
+    Running running;
+    ASSERT_TRUE(advances(running.renderer));
+    ASSERT_TRUE(eventually([&] { return running.device.formats().input.channelCount() == 2; }));
+    running.notices = 0;
+    running.renderer.forgetPauses();
+    const auto expectNotice = [&](int number, std::size_t inputs) {
+        EXPECT_TRUE(eventually([&] { return running.notices == number; }));
+        EXPECT_TRUE(advances(running.renderer));
+        EXPECT_EQ(running.renderer.inputChannels(), inputs);
+        EXPECT_EQ(running.renderer.outputChannels(), 2U);
+    };
+
+    server.chooseMicrophone("other");
+    expectNotice(1, 2);
+    EXPECT_EQ(running.device.formats().input, sound::AudioFormat(44100, 1));
+    EXPECT_TRUE(eventually([&] { return has(server, "|<- other:capture_MONO"); }));
+
+    server.chooseSpeaker("surround");
+    expectNotice(2, 2);
+    EXPECT_EQ(running.device.formats().output, sound::AudioFormat(48000, 4));
+    EXPECT_TRUE(eventually([&] { return has(server, "|-> surround:playback_FL"); }));
+    EXPECT_EQ(running.notices, 2);
+    EXPECT_LT(running.renderer.longestPause(), 300ms);
+
+    // Another device of the same format is another device.
+    server.createMicrophone("twin", 44100, "MONO");
+    server.chooseMicrophone("twin");
+    expectNotice(3, 2);
+
+    // The user may choose the monitor; it is still no microphone.
+    server.chooseMicrophone("surround");
+    expectNotice(4, 0);
+    EXPECT_EQ(running.device.formats().input.channelCount(), 0U);
+    EXPECT_FALSE(has(server, "Tessivo:input"));
+}
+
+TEST(PipeWireServerTest, WithoutOneStartFailsAndSaysWhy) {
+    {
+        const PrivatePipeWire gone; // leaves an environment that leads nowhere
+    }
+    RecordingRenderer renderer;
+    PipeWireDevice device("Tessivo");
+    EXPECT_EQ(device.formats().input.channelCount(), 0U);
+    EXPECT_EQ(device.formats().output.channelCount(), 0U);
+    EXPECT_EQ(device.formats().renderRate, 48000);
+    try {
+        device.start(renderer, {});
+        FAIL() << "started without a server";
+    } catch (const sound::AudioError& error) {
+        EXPECT_NE(std::string(error.what()).find("Host is down"), std::string::npos)
+            << error.what();
+    }
+
+    // The failed start left nothing behind that a later one would stumble over.
+    const PrivatePipeWire server(kCalm);
+    device.start(renderer, {});
+    EXPECT_TRUE(advances(renderer));
+    EXPECT_EQ(device.formats().input.channelCount(), 2U);
+}
+
+TEST(PipeWireServerTest, OutageIsNoChangeOfFormatsAndHoldsUpNoStop) {
+    PrivatePipeWire server(kCalm);
+    auto running = std::make_unique<Running>();
+    ASSERT_TRUE(advances(running->renderer));
+    const auto formats = running->device.formats();
+    server.kill();
+    std::this_thread::sleep_for(300ms);
+    EXPECT_EQ(running->device.formats(), formats);
+    server.restart();
+    ASSERT_TRUE(advances(running->renderer));
+    EXPECT_EQ(running->device.formats(), formats);
+    EXPECT_EQ(running->notices, 0);
+    server.kill();
+    const auto before = Clock::now();
+    running.reset();
+    EXPECT_LT(Clock::now() - before, 500ms);
+}
+
+TEST(PipeWireServerTest, FrozenServerHangsNothingAndGoesOnWhereItWas) {
+    PrivatePipeWire server(kCalm);
+    Running running;
+    ASSERT_TRUE(advances(running.renderer));
+    server.freeze();
+    const auto frozen = Clock::now();
+    {
+        PipeWireDevice late("Late");
+        EXPECT_LT(Clock::now() - frozen, 1500ms);
+        EXPECT_EQ(late.formats().output.channelCount(), 0U);
+        RecordingRenderer renderer;
+        EXPECT_THROW(late.start(renderer, {}), sound::AudioError);
+    }
+    EXPECT_LT(Clock::now() - frozen, 3s);
+    server.thaw();
+    EXPECT_TRUE(advances(running.renderer, 3s));
+    EXPECT_EQ(running.renderer.inputChannels(), 2U);
+
+    server.freeze();
+    const auto again = Clock::now();
+    running.device.stop();
+    EXPECT_LT(Clock::now() - again, 500ms);
+    server.thaw();
+}
+
+} // namespace
+
+} // namespace tessivo::test

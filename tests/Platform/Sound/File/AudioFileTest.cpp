@@ -1,0 +1,107 @@
+#include "Platform/Sound/File/AudioFile.h"
+#include "Platform/Sound/AudioError.h"
+#include "support/OfflineRig.h"
+
+#include <gtest/gtest.h>
+
+#include <csignal>
+#include <fstream>
+#include <sys/resource.h>
+#include <sys/stat.h>
+
+using namespace tessivo::sound;
+using namespace tessivo::test;
+
+TEST(AudioFileTest, TakeIsAnOrdinaryFloatWavWithEveryBitOfTheInput) {
+    const TemporaryFolder folder;
+    Channels channels{noise(5000, 1), noise(5000, 2)};
+    channels[0][7] = 3.5F; // above full scale
+    channels[1][9] = std::numeric_limits<float>::denorm_min();
+    writeFile(folder / "take.wav", 44100.0, channels);
+
+    const auto read = readFile(folder / "take.wav");
+    ASSERT_EQ(read.size(), 2U);
+    EXPECT_EQ(firstDifference(read[0], channels[0]), -1);
+    EXPECT_EQ(firstDifference(read[1], channels[1]), -1);
+    EXPECT_EQ(AudioFileReader(folder / "take.wav").format(), AudioFormat(44100.0, 2));
+
+    std::ifstream file(folder / "take.wav", std::ios::binary);
+    std::string header(12, '\0');
+    file.read(header.data(), 12);
+    EXPECT_EQ(header.substr(0, 4), "RIFF");
+    EXPECT_EQ(header.substr(8, 4), "WAVE");
+}
+
+TEST(AudioFileTest, NewTakeLeavesAnEarlierOneOfTheSameNameWhole) {
+    const TemporaryFolder folder;
+    const auto path = folder / "loop_1.wav";
+    const Channels first{noise(300, 4)};
+    const Channels second{noise(500, 5)};
+    writeFile(path, 48000.0, first);
+    AudioFileReader playing(path);
+    writeFile(path, 48000.0, second);
+    writeFile(path, 48000.0, first);
+
+    std::vector<float> still(300);
+    EXPECT_EQ(playing.read(still), 300);
+    EXPECT_EQ(firstDifference(still, first[0]), -1);
+    EXPECT_EQ(firstDifference(readFile(path)[0], first[0]), -1);
+    EXPECT_EQ(firstDifference(readFile(folder / "loop_1-1.wav")[0], first[0]), -1);
+    EXPECT_EQ(firstDifference(readFile(folder / "loop_1-2.wav")[0], second[0]), -1);
+}
+
+TEST(AudioFileTest, RefusesWhatIsNotALoop) {
+    const TemporaryFolder folder;
+    std::ofstream(folder / "text.wav") << "this is a text, not a sound";
+    std::ofstream(folder / "empty.wav");
+    { const AudioFileWriter none(folder / "none.wav", {48000.0, 2}); }
+    std::filesystem::create_directory(folder / "folder.wav");
+    ASSERT_EQ(mkfifo((folder / "pipe.wav").c_str(), 0600), 0);
+
+    const std::vector<std::pair<const char*, const char*>> expected{
+        {"missing.wav", "No such file"},    {"text.wav", "Not an audio file"},
+        {"empty.wav", "Not an audio file"}, {"none.wav", "holds no audio"},
+        {"folder.wav", "folder.wav"},       {"pipe.wav", "pipe.wav"}};
+    for (const auto& [name, reason] : expected) {
+        try {
+            const AudioFileReader reader(folder / name);
+            ADD_FAILURE() << name;
+        } catch (const AudioError& error) {
+            EXPECT_NE(std::string(error.what()).find(reason), std::string::npos) << error.what();
+        }
+    }
+}
+
+TEST(AudioFileTest, FullDiskKeepsWhatWasWrittenAndGoesOnWhenThereIsRoom) {
+    const TemporaryFolder folder;
+    const auto block = noise(2048, 7);
+    AudioPCMBuffer buffer({48000.0, 1}, 2048);
+    buffer.setFrameLength(2048);
+    std::copy(block.begin(), block.end(), buffer.channel(0).begin());
+    auto* previous = std::signal(SIGXFSZ, SIG_IGN);
+    rlimit saved{};
+    getrlimit(RLIMIT_FSIZE, &saved);
+    {
+        AudioFileWriter writer(folder / "take.wav", {48000.0, 1});
+        writer.write(buffer);
+        rlimit full = saved;
+        full.rlim_cur = 12001; // in the middle of a sample of the second block
+        setrlimit(RLIMIT_FSIZE, &full);
+        EXPECT_THROW(writer.write(buffer), AudioError);
+        const auto kept = writer.framesWritten();
+        EXPECT_GT(kept, 2048);
+        EXPECT_LT(kept, 4096);
+        std::filesystem::copy(folder / "take.wav", folder / "full.wav");
+        EXPECT_EQ(AudioFileReader(folder / "full.wav").length(), kept);
+
+        setrlimit(RLIMIT_FSIZE, &saved);
+        writer.write(buffer);
+        EXPECT_EQ(writer.framesWritten(), kept + 2048);
+    }
+    std::signal(SIGXFSZ, previous);
+    const auto read = readFile(folder / "take.wav")[0];
+    const auto tail = slice(read, read.size() - 2048, 2048);
+    EXPECT_EQ(firstDifference(tail, block), -1);
+    const auto middle = slice(read, 2048, read.size() - 4096);
+    EXPECT_EQ(firstDifference(middle, slice(block, 0, middle.size())), -1);
+}
