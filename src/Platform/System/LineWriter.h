@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <deque>
 #include <mutex>
+#include <stop_token>
 #include <string>
 #include <string_view>
 #include <thread>
@@ -23,7 +24,7 @@ public:
     // The descriptor stays the caller's and must outlive the writer.
     explicit LineWriter(int descriptor, std::size_t capacity = 4096);
     // Waits for a write() that is under way; what is still queued is dropped.
-    ~LineWriter();
+    ~LineWriter() = default;
     LineWriter(const LineWriter&) = delete;
     LineWriter& operator=(const LineWriter&) = delete;
 
@@ -41,21 +42,20 @@ private:
         std::uint64_t lostBefore; // lines
     };
 
-    void run();
+    void run(const std::stop_token& stop);
     void reportLost(std::uint64_t lost);
     bool writeLine(std::string line) const;
 
     const int descriptor_;
     const std::size_t capacity_;
-    std::mutex mutex_; // guards the fields down to stopping_
-    std::condition_variable added_;
+    std::mutex mutex_; // guards the fields down to writing_
+    std::condition_variable_any added_;
     std::condition_variable idle_;
     std::deque<Entry> queue_;
     std::uint64_t lost_ = 0; // lines lost behind the last queued one
     bool writing_ = false;
-    bool stopping_ = false;
-    std::uint64_t unsaid_ = 0; // lost lines not yet reported; the writer's thread only
-    std::thread thread_;
+    std::uint64_t unreported_ = 0; // lost lines; the writer's thread only
+    std::jthread thread_;
 };
 
 } // namespace tessivo
