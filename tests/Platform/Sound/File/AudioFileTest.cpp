@@ -6,8 +6,12 @@
 
 #include <csignal>
 #include <fstream>
+#include <sys/ptrace.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
+#include <sys/syscall.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
 using namespace tessivo::sound;
 using namespace tessivo::test;
@@ -70,6 +74,46 @@ TEST(AudioFileTest, RefusesWhatIsNotALoop) {
             EXPECT_NE(std::string(error.what()).find(reason), std::string::npos) << error.what();
         }
     }
+}
+
+// A mask that is changed for a moment gives other threads' files the wrong permissions, and what
+// is closed twice may be another thread's file the second time.
+TEST(AudioFileTest, LeavesAloneWhatAllThreadsShare) {
+    const TemporaryFolder folder;
+    std::ofstream(folder / "text.wav") << "this is a text, not a sound";
+    const mode_t previousMask = umask(027);
+    const pid_t child = fork();
+    if (child == 0) {
+        ptrace(PTRACE_TRACEME, 0, nullptr, nullptr);
+        raise(SIGSTOP);
+        { const AudioFileWriter take(folder / "take.wav", {48000.0, 1}); }
+        try {
+            const AudioFileReader refused(folder / "text.wav");
+        } catch (const AudioError&) {
+            _exit(0);
+        }
+        _exit(1);
+    }
+    umask(previousMask);
+    int status = 0;
+    waitpid(child, &status, 0);
+    ptrace(PTRACE_SETOPTIONS, child, nullptr, PTRACE_O_TRACESYSGOOD | PTRACE_O_EXITKILL);
+    std::uint64_t call = 0;
+    for (; WIFSTOPPED(status); waitpid(child, &status, 0)) {
+        __ptrace_syscall_info info{};
+        ptrace(PTRACE_GET_SYSCALL_INFO, child, sizeof(info), &info);
+        if (info.op == PTRACE_SYSCALL_INFO_ENTRY) {
+            call = info.entry.nr;
+            EXPECT_NE(call, SYS_umask);
+        } else if (info.op == PTRACE_SYSCALL_INFO_EXIT && call == SYS_close) {
+            EXPECT_EQ(info.exit.rval, 0);
+        }
+        ASSERT_EQ(ptrace(PTRACE_SYSCALL, child, nullptr, nullptr), 0);
+    }
+    EXPECT_EQ(status, 0) << "the text was refused";
+    EXPECT_EQ(call, SYS_exit_group) << "every call was seen";
+    EXPECT_EQ(std::filesystem::status(folder / "take.wav").permissions(),
+              static_cast<std::filesystem::perms>(0640));
 }
 
 TEST(AudioFileTest, FullDiskKeepsWhatWasWrittenAndGoesOnWhenThereIsRoom) {
