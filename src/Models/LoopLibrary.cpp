@@ -1,85 +1,29 @@
 #include "Models/LoopLibrary.h"
 
 #include "Models/LibraryFile.h"
+#include "Models/LibraryFolder.h"
 #include "Platform/System/BackgroundQueue.h"
 #include "Platform/System/LogLine.h"
 #include "Platform/System/MainQueue.h"
 #include "Utils/LoopFileManager.h"
 
-#include <QDateTime>
-#include <QFile>
-#include <QFileInfo>
 #include <QPointer>
 
 #include <algorithm>
-#include <filesystem>
+#include <exception>
 #include <limits>
 #include <numeric>
-#include <system_error>
+#include <string>
 #include <utility>
 
 namespace tessivo {
 namespace {
 
-namespace fs = std::filesystem;
 using Loops = std::vector<SavedLoop>;
-
-void sortNewestFirst(Loops& loops) {
-    std::stable_sort(loops.begin(), loops.end(), [](const SavedLoop& a, const SavedLoop& b) {
-        return a.createdDate() > b.createdDate();
-    });
-}
 
 void add(Loops& loops, const SavedLoop& loop) {
     loops.push_back(loop);
     sortNewestFirst(loops);
-}
-
-Loops withoutOrphans(Loops loops) {
-    std::erase_if(loops, [](const SavedLoop& loop) {
-        if (LoopFileManager::validateLoopFile(loop)) {
-            return false;
-        }
-        logLine("Removing orphaned loop: " + loop.name().toStdString());
-        return true;
-    });
-    sortNewestFirst(loops);
-    return loops;
-}
-
-SavedLoop recordOf(const QFileInfo& file) {
-    const auto status = fs::symlink_status(file.filesystemFilePath());
-    if (!fs::is_regular_file(status)) {
-        throw std::runtime_error("Not a file of its own");
-    }
-    const auto metadata =
-        LoopFileManager::getLoopMetadata(QUrl::fromLocalFile(file.absoluteFilePath()));
-    const QDateTime birth = file.birthTime();
-    const auto created =
-        birth.isValid() ? SecondsSince2001(static_cast<double>(birth.toMSecsSinceEpoch()) / 1000.0 -
-                                           static_cast<double>(kUnixTimeOf2001.count()))
-                        : secondsSince2001Now();
-    return {file.fileName().chopped(4), file.fileName(), created, metadata.duration,
-            metadata.fileSize};
-}
-
-// Every loop in the folder. Throws a system error when the folder cannot be listed.
-Loops loopsOfFolder() {
-    const QFileInfo folder(LoopFileManager::savedLoopsDirectory().toLocalFile());
-    Loops loops;
-    for (const auto& entry : fs::directory_iterator(folder.filesystemFilePath())) {
-        const QString name = QFile::decodeName(entry.path().filename().c_str());
-        if (!name.endsWith(QLatin1String(".wav"), Qt::CaseInsensitive)) {
-            continue;
-        }
-        try {
-            loops.push_back(recordOf(QFileInfo(folder.filePath() + u'/' + name)));
-        } catch (const std::exception& error) {
-            logLine("Failed to process file " + name.toStdString() + ": " + error.what());
-        }
-    }
-    sortNewestFirst(loops);
-    return loops;
 }
 
 // What the file lists, or the folder when that cannot be read. Throws when neither can.
@@ -88,12 +32,9 @@ Loops presentLoops() {
         return LibraryFile::read().value_or(Loops());
     } catch (const std::exception&) {
         LibraryFile::keepBeside();
-        return loopsOfFolder();
+        return LibraryFolder::loops();
     }
 }
-
-// Writes that all stores have asked for. Main thread only.
-quint64 writesAsked = 0;
 
 } // namespace
 
@@ -107,8 +48,7 @@ LoopLibrary::~LoopLibrary() {
         return;
     }
     // The reading that these changes wait for has nobody to come to any more.
-    ++writesAsked;
-    LibraryFile::post([changes = std::move(changesMeanwhile_)] {
+    LibraryFile::postWrite([changes = std::move(changesMeanwhile_)] {
         try {
             Loops loops = presentLoops();
             for (const auto& change : changes) {
@@ -136,11 +76,11 @@ std::function<void(std::function<void(LoopLibrary&)>)> LoopLibrary::answerOfThis
 void LoopLibrary::loadLibrary() {
     ++load_;
     resultPending_ = true;
-    writesBeforeLoad_ = writesAsked;
+    writesBeforeLoad_ = LibraryFile::postedWrites();
     publish(isLoading_, true, &LoopLibrary::isLoadingChanged);
     publish(lastError_, std::nullopt, &LoopLibrary::lastErrorChanged);
     // Behind all writes asked for so far, or the list read would lack what they bring.
-    LibraryFile::post([answer = answerOfThisLoad()] { loadInBackground(answer); });
+    LibraryFile::postRead([answer = answerOfThisLoad()] { loadInBackground(answer); });
 }
 
 void LoopLibrary::loadInBackground(
@@ -148,14 +88,14 @@ void LoopLibrary::loadInBackground(
     try {
         auto read = LibraryFile::read();
         // The audio files are looked at beside the queue: nobody's write waits for that.
-        BackgroundQueue::post(BackgroundQueue::Priority::userInitiated,
-                              [answer, read = std::move(read)] {
-                                  Loops kept = read ? withoutOrphans(*read) : Loops();
-                                  const bool differs = !read || kept.size() != read->size();
-                                  answer([kept = std::move(kept), differs](LoopLibrary& self) {
-                                      self.finishLoading(kept, differs);
-                                  });
-                              });
+        BackgroundQueue::post(
+            BackgroundQueue::Priority::userInitiated, [answer, read = std::move(read)] {
+                Loops kept = read ? LibraryFolder::withoutOrphans(*read) : Loops();
+                const bool differs = !read || kept.size() != read->size();
+                answer([kept = std::move(kept), differs](LoopLibrary& self) {
+                    self.finishLoading(kept, differs);
+                });
+            });
     } catch (const std::exception& error) {
         answer(
             [reason = std::string(error.what())](LoopLibrary& self) { self.failLoading(reason); });
@@ -178,7 +118,7 @@ void LoopLibrary::finishLoading(Loops loops, bool differsFromFile) {
 // Another store's write came behind the reading: what was read is not what the file holds
 // by now, and must not be written over it.
 bool LoopLibrary::loadAgainIfOvertaken() {
-    const bool overtaken = writesAsked != writesBeforeLoad_;
+    const bool overtaken = LibraryFile::postedWrites() != writesBeforeLoad_;
     if (overtaken) {
         loadLibrary();
     }
@@ -197,7 +137,8 @@ void LoopLibrary::failLoading(const std::string& reason) {
 void LoopLibrary::rebuildLibraryFromFiles() {
     BackgroundQueue::post(BackgroundQueue::Priority::userInitiated, [answer = answerOfThisLoad()] {
         try {
-            answer([loops = loopsOfFolder()](LoopLibrary& self) { self.finishRebuild(loops); });
+            answer(
+                [loops = LibraryFolder::loops()](LoopLibrary& self) { self.finishRebuild(loops); });
         } catch (const std::exception& error) {
             answer([reason = std::string(error.what())](LoopLibrary& self) {
                 self.failRebuild(reason);
@@ -254,9 +195,8 @@ void LoopLibrary::change(const Change& onList, Change onResult) {
 }
 
 void LoopLibrary::saveLibrary() {
-    ++writesAsked;
     const bool keepPrevious = std::exchange(fileIsUnreadable_, false);
-    LibraryFile::post([self = QPointer(this), loops = savedLoops_, keepPrevious] {
+    LibraryFile::postWrite([self = QPointer(this), loops = savedLoops_, keepPrevious] {
         try {
             if (keepPrevious) {
                 LibraryFile::keepBeside();

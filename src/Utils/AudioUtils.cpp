@@ -1,9 +1,7 @@
 #include "Utils/AudioUtils.h"
 
-#include "Platform/System/DocumentsDirectory.h"
 #include "Platform/System/LogLine.h"
-
-#include <QFileInfo>
+#include "Platform/System/Paths.h"
 
 #include <chrono>
 #include <filesystem>
@@ -12,13 +10,13 @@
 namespace tessivo {
 
 QUrl AudioUtils::getLooperRecordingsDirectory() {
-    const QString path = documentsDirectory() + QStringLiteral("/LooperFiles");
+    QUrl folder = QUrl::fromLocalFile(documentsDirectory() + QStringLiteral("/LooperFiles"));
     std::error_code error;
-    std::filesystem::create_directories(QFileInfo(path).filesystemFilePath(), error);
+    std::filesystem::create_directories(pathOf(folder), error);
     if (error) {
         logLine("Failed to create LooperFiles directory: " + error.message());
     }
-    return QUrl::fromLocalFile(path);
+    return folder;
 }
 
 QUrl AudioUtils::createLoopFileURL() {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QString>
 #include <QUrl>
 
 #include <filesystem>
@@ -9,8 +10,8 @@ namespace tessivo {
 // Where the file of a file URL is.
 std::filesystem::path pathOf(const QUrl& file);
 
-// A rename is on the disk only when its folder is. Not every file system can be asked for that;
-// then the file is in place all the same. Blocks on the disk.
-void syncFolder(const std::filesystem::path& folder);
+// Absolute path of the user's documents folder, asked of the desktop at each call. The
+// folder need not exist.
+QString documentsDirectory();
 
 } // namespace tessivo

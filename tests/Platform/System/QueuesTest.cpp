@@ -1,6 +1,5 @@
 #include "Platform/System/BackgroundQueue.h"
 #include "Platform/System/MainQueue.h"
-#include "Platform/System/SerialQueue.h"
 #include "support/QtTestSupport.h"
 
 #include <QObject>
@@ -80,49 +79,41 @@ TEST(BackgroundQueueTest, WhatTheUserWaitsForGoesFirst) {
     EXPECT_LE(place, 16) << "taken first, though others run beside it";
 }
 
-TEST(SerialQueueTest, RunsOneTaskAfterAnotherInOrderAndLosesNone) {
+TEST(BackgroundQueueTest, TasksInOrderRunOneByOneAndHoldUpNoOthers) {
     constexpr int kThreads = 4;
     constexpr int kTasks = 500;
     std::vector<std::vector<int>> order(kThreads); // guarded by the queue alone
     std::atomic<int> running = 0;
     bool overlapped = false;
-    {
-        SerialQueue queue(BackgroundQueue::Priority::utility);
-        std::vector<std::thread> threads;
-        for (std::size_t t = 0; t < kThreads; ++t) {
-            threads.emplace_back([&, t] {
-                for (int i = 0; i < kTasks; ++i) {
-                    queue.post([&, t, i] {
-                        overlapped = overlapped || ++running > 1;
-                        order[t].push_back(i);
-                        --running;
-                    });
-                }
-            });
-        }
-        for (auto& thread : threads) {
-            thread.join();
-        }
-    } // what was posted runs without the queue
+    std::promise<void> otherRan;
+    bool lastRan = false;
+    BackgroundQueue::postInOrder([&] {
+        BackgroundQueue::postInOrder([&] { otherRan.get_future().wait(); });
+        BackgroundQueue::post(BackgroundQueue::Priority::utility, [&] { otherRan.set_value(); });
+    });
+    std::vector<std::thread> threads;
+    for (auto& ofThread : order) {
+        threads.emplace_back([&] {
+            for (int i = 0; i < kTasks; ++i) {
+                BackgroundQueue::postInOrder([&, i] {
+                    overlapped = overlapped || ++running > 1;
+                    ofThread.push_back(i);
+                    --running;
+                });
+            }
+        });
+    }
+    for (auto& thread : threads) {
+        thread.join();
+    }
+    BackgroundQueue::postInOrder([&] {
+        BackgroundQueue::post(BackgroundQueue::Priority::utility, [&] { lastRan = true; });
+    });
     BackgroundQueue::waitForAll();
     EXPECT_FALSE(overlapped);
+    EXPECT_TRUE(lastRan) << "waited for, though it was posted by another task";
     for (const auto& ofThread : order) {
         EXPECT_EQ(ofThread.size(), static_cast<std::size_t>(kTasks));
         EXPECT_TRUE(std::is_sorted(ofThread.begin(), ofThread.end()));
     }
-}
-
-TEST(SerialQueueTest, WaitsForNoOtherQueueAndTakesTasksFromItsOwn) {
-    SerialQueue waiting(BackgroundQueue::Priority::utility);
-    SerialQueue other(BackgroundQueue::Priority::utility);
-    std::promise<void> otherRan;
-    std::atomic<int> place = 0;
-    waiting.post([&] {
-        waiting.post([&] { place = place * 10 + 2; });
-        otherRan.get_future().wait();
-        place = 1;
-    });
-    other.post([&] { otherRan.set_value(); });
-    BackgroundQueue::waitForAll();
-    EXPECT_EQ(place, 12);
 }
