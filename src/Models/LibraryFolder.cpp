@@ -8,8 +8,9 @@
 #include <QFile>
 #include <QFileInfo>
 
-#include <algorithm>
 #include <filesystem>
+#include <iterator>
+#include <list>
 #include <stdexcept>
 #include <string>
 
@@ -35,10 +36,14 @@ SavedLoop recordOf(const QFileInfo& file) {
 
 } // namespace
 
+// By way of a list, whose sort is stable: std::stable_sort takes its memory in a way that newer
+// compilers warn of.
 void sortNewestFirst(std::vector<SavedLoop>& loops) {
-    std::stable_sort(loops.begin(), loops.end(), [](const SavedLoop& a, const SavedLoop& b) {
-        return a.createdDate() > b.createdDate();
-    });
+    std::list<SavedLoop> sorted(std::make_move_iterator(loops.begin()),
+                                std::make_move_iterator(loops.end()));
+    sorted.sort(
+        [](const SavedLoop& a, const SavedLoop& b) { return a.createdDate() > b.createdDate(); });
+    loops.assign(std::make_move_iterator(sorted.begin()), std::make_move_iterator(sorted.end()));
 }
 
 std::vector<SavedLoop> LibraryFolder::loops() {

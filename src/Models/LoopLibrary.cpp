@@ -26,7 +26,8 @@ void add(Loops& loops, const SavedLoop& loop) {
     sortNewestFirst(loops);
 }
 
-// What the file lists, or the folder when that cannot be read. Throws when neither can.
+// The list in the file or, if that cannot be read, made from the folder. Throws if neither can
+// be read.
 Loops presentLoops() {
     try {
         return LibraryFile::read().value_or(Loops());
@@ -44,11 +45,11 @@ LoopLibrary::LoopLibrary(QObject* parent)
 }
 
 LoopLibrary::~LoopLibrary() {
-    if (!resultPending_ || changesMeanwhile_.empty()) {
+    if (!loadPending_ || changesDuringLoad_.empty()) {
         return;
     }
-    // The reading that these changes wait for has nobody to come to any more.
-    LibraryFile::postWrite([changes = std::move(changesMeanwhile_)] {
+    // These changes wait for the result of a load, which will not arrive any more.
+    LibraryFile::postWrite([changes = std::move(changesDuringLoad_)] {
         try {
             Loops loops = presentLoops();
             for (const auto& change : changes) {
@@ -61,10 +62,10 @@ LoopLibrary::~LoopLibrary() {
     });
 }
 
-// Carries a result of this load or rebuild to the main thread, where it counts only if the
-// store is still there and has not begun to load anew.
-std::function<void(std::function<void(LoopLibrary&)>)> LoopLibrary::answerOfThisLoad() {
-    return [self = QPointer(this), load = load_](std::function<void(LoopLibrary&)> result) {
+// Takes a result of this load, or of the rebuild after it, to the main thread. It is ignored if
+// the store has gone or has started another load meanwhile.
+LoopLibrary::Reply LoopLibrary::replyToThisLoad() {
+    return [self = QPointer(this), load = load_](Result result) {
         MainQueue::post([self, load, result = std::move(result)] {
             if (self && self->load_ == load) {
                 result(*self);
@@ -75,35 +76,33 @@ std::function<void(std::function<void(LoopLibrary&)>)> LoopLibrary::answerOfThis
 
 void LoopLibrary::loadLibrary() {
     ++load_;
-    resultPending_ = true;
+    loadPending_ = true;
     writesBeforeLoad_ = LibraryFile::postedWrites();
     publish(isLoading_, true, &LoopLibrary::isLoadingChanged);
     publish(lastError_, std::nullopt, &LoopLibrary::lastErrorChanged);
-    // Behind all writes asked for so far, or the list read would lack what they bring.
-    LibraryFile::postRead([answer = answerOfThisLoad()] { loadInBackground(answer); });
+    LibraryFile::postRead([reply = replyToThisLoad()] { loadInBackground(reply); });
 }
 
-void LoopLibrary::loadInBackground(
-    const std::function<void(std::function<void(LoopLibrary&)>)>& answer) {
+void LoopLibrary::loadInBackground(const Reply& reply) {
     try {
         auto read = LibraryFile::read();
-        // The audio files are looked at beside the queue: nobody's write waits for that.
+        // Checking the audio files may take long; writes of other stores need not wait for it.
         BackgroundQueue::post(
-            BackgroundQueue::Priority::userInitiated, [answer, read = std::move(read)] {
+            BackgroundQueue::Priority::userInitiated, [reply, read = std::move(read)] {
                 Loops kept = read ? LibraryFolder::withoutOrphans(*read) : Loops();
                 const bool differs = !read || kept.size() != read->size();
-                answer([kept = std::move(kept), differs](LoopLibrary& self) {
+                reply([kept = std::move(kept), differs](LoopLibrary& self) {
                     self.finishLoading(kept, differs);
                 });
             });
     } catch (const std::exception& error) {
-        answer(
+        reply(
             [reason = std::string(error.what())](LoopLibrary& self) { self.failLoading(reason); });
     }
 }
 
 void LoopLibrary::finishLoading(Loops loops, bool differsFromFile) {
-    if (loadAgainIfOvertaken()) {
+    if (loadAgainIfOutdated()) {
         return;
     }
     fileIsUnreadable_ = false;
@@ -115,14 +114,14 @@ void LoopLibrary::finishLoading(Loops loops, bool differsFromFile) {
     }
 }
 
-// Another store's write came behind the reading: what was read is not what the file holds
-// by now, and must not be written over it.
-bool LoopLibrary::loadAgainIfOvertaken() {
-    const bool overtaken = LibraryFile::postedWrites() != writesBeforeLoad_;
-    if (overtaken) {
+// When a store has posted a write since the read, the file no longer holds what was read, and
+// that must not be written over it.
+bool LoopLibrary::loadAgainIfOutdated() {
+    const bool outdated = LibraryFile::postedWrites() != writesBeforeLoad_;
+    if (outdated) {
         loadLibrary();
     }
-    return overtaken;
+    return outdated;
 }
 
 void LoopLibrary::failLoading(const std::string& reason) {
@@ -135,12 +134,12 @@ void LoopLibrary::failLoading(const std::string& reason) {
 }
 
 void LoopLibrary::rebuildLibraryFromFiles() {
-    BackgroundQueue::post(BackgroundQueue::Priority::userInitiated, [answer = answerOfThisLoad()] {
+    BackgroundQueue::post(BackgroundQueue::Priority::userInitiated, [reply = replyToThisLoad()] {
         try {
-            answer(
+            reply(
                 [loops = LibraryFolder::loops()](LoopLibrary& self) { self.finishRebuild(loops); });
         } catch (const std::exception& error) {
-            answer([reason = std::string(error.what())](LoopLibrary& self) {
+            reply([reason = std::string(error.what())](LoopLibrary& self) {
                 self.failRebuild(reason);
             });
         }
@@ -148,7 +147,7 @@ void LoopLibrary::rebuildLibraryFromFiles() {
 }
 
 void LoopLibrary::finishRebuild(Loops loops) {
-    if (loadAgainIfOvertaken()) {
+    if (loadAgainIfOutdated()) {
         return;
     }
     applyChanges(loops);
@@ -170,25 +169,24 @@ void LoopLibrary::failRebuild(const std::string& reason) {
     }
 }
 
-// Applies what was changed while a result was on its way; true if anything was.
+// Applies the changes that were made during the load. Returns whether there were any.
 bool LoopLibrary::applyChanges(Loops& loops) {
-    resultPending_ = false;
-    const auto changes = std::exchange(changesMeanwhile_, {});
+    loadPending_ = false;
+    const auto changes = std::exchange(changesDuringLoad_, {});
     for (const auto& change : changes) {
         change(loops);
     }
     return !changes.empty();
 }
 
-// Changes the list now and, when a result is on its way, that as well. The file is written
-// from the list that then holds: one that was read before another store's change must not
-// bring back what that store removed.
+// Changes the published list at once. During a load the result is changed too, when it comes,
+// and the file is written only then: the published list may lack what other stores changed.
 void LoopLibrary::change(const Change& onList, Change onResult) {
     Loops loops = savedLoops_;
     onList(loops);
     publish(savedLoops_, std::move(loops), &LoopLibrary::savedLoopsChanged);
-    if (resultPending_) {
-        changesMeanwhile_.push_back(std::move(onResult));
+    if (loadPending_) {
+        changesDuringLoad_.push_back(std::move(onResult));
     } else {
         saveLibrary();
     }
@@ -218,7 +216,7 @@ void LoopLibrary::saveLibrary() {
 void LoopLibrary::saveLoop(const SavedLoop& loop) {
     change([&](Loops& loops) { add(loops, loop); },
            [loop](Loops& loops) {
-               // A rebuild may have found the file already.
+               // A rebuild may have found this file.
                std::erase_if(loops, [&](const SavedLoop& other) {
                    return other.filename() == loop.filename();
                });
@@ -246,7 +244,7 @@ void LoopLibrary::renameLoop(const SavedLoop& loop, const QString& newName) {
     const auto index = old - savedLoops_.begin();
     change([&](Loops& loops) { loops[static_cast<std::size_t>(index)] = renamed; },
            [renamed](Loops& loops) {
-               // By its file: what was read may know the record under another id.
+               // By its file: a rebuild gives records new ids.
                const auto same = std::find_if(loops.begin(), loops.end(), [&](const auto& other) {
                    return other.filename() == renamed.filename();
                });
@@ -272,7 +270,7 @@ void LoopLibrary::deleteLoop(const SavedLoop& loop) {
 qint64 LoopLibrary::totalSize() const {
     return std::accumulate(
         savedLoops_.begin(), savedLoops_.end(), qint64{0}, [](qint64 sum, const SavedLoop& loop) {
-            // The sizes come from a file that may say anything.
+            // The sizes come from a file that anybody may have edited.
             qint64 result = 0;
             const bool fits = !__builtin_add_overflow(sum, loop.fileSize(), &result);
             return fits ? result : std::numeric_limits<qint64>::max();

@@ -28,8 +28,8 @@ QUrl AudioUtils::createLoopFileURL() {
 
 QString AudioUtils::formatDuration(double seconds) {
     constexpr double kLimit = 0x1p63;
-    const bool isLength = seconds >= 0.0 && seconds < kLimit; // false for NaN
-    const auto whole = isLength ? static_cast<qint64>(seconds) : qint64{0};
+    const bool isValid = seconds >= 0.0 && seconds < kLimit; // false for NaN
+    const auto whole = isValid ? static_cast<qint64>(seconds) : qint64{0};
     return QString::asprintf("%02lld:%02lld", whole / 60, whole % 60);
 }
 

@@ -11,6 +11,7 @@
 
 #include <cerrno>
 #include <cmath>
+#include <filesystem>
 #include <string>
 #include <sys/stat.h>
 #include <system_error>
@@ -21,7 +22,7 @@ namespace {
 namespace fs = std::filesystem;
 
 constexpr qint64 kFreeSpaceReserve = 10'485'760; // bytes
-constexpr qsizetype kLongestBase = 50;           // characters as a reader counts them
+constexpr qsizetype kLongestBase = 50;           // grapheme clusters
 // A file system's limit for names, less the extension and room for a number.
 constexpr qsizetype kLongestBaseBytes = 255 - 4 - 11;
 constexpr auto kCopyInProgress = ".copy-";
@@ -45,7 +46,7 @@ std::optional<double> durationOf(const fs::path& path) {
             return seconds;
         }
     } catch (const sound::AudioError&) {
-        // Whatever the reason, it is not usable audio.
+        // Not usable, whatever the reason.
     }
     return std::nullopt;
 }
@@ -54,7 +55,7 @@ LoopError saveFailure(const std::system_error& error) {
     return LoopError::saveFailure(QString::fromStdString(error.code().message()));
 }
 
-// The longest beginning that ends between characters and fits both limits.
+// As many grapheme clusters from the start as fit both limits.
 QString shortened(const QString& text) {
     QTextBoundaryFinder finder(QTextBoundaryFinder::Grapheme, text);
     qsizetype end = 0;
@@ -71,7 +72,7 @@ QString shortened(const QString& text) {
     if (end > 0 || text.isEmpty()) {
         return text.left(end);
     }
-    // One character made of so many marks that it does not fit: cut among its marks.
+    // A single cluster with so many combining marks that it does not fit: cut between marks.
     QString cut = text.left(kLongestBaseBytes / 4);
     if (cut.back().isHighSurrogate()) {
         cut.chop(1);
@@ -129,7 +130,7 @@ SavedLoop LoopFileManager::saveTemporaryLoopAs(const QString& name, const QUrl& 
 }
 
 QString LoopFileManager::sanitizeFilename(const QString& name) {
-    // A NUL would end the name early, and half a surrogate pair has no bytes of its own.
+    // By way of UTF-8, which replaces unpaired surrogates. A NUL would end the name early.
     QString clean = QString::fromUtf8(name.toUtf8());
     for (QChar& c : clean) {
         if (QStringView(u"/<>:\"|?*\\").contains(c) || c == QChar::Null) {

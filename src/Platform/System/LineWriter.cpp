@@ -36,8 +36,8 @@ bool LineWriter::flush(std::chrono::milliseconds limit) {
 }
 
 void LineWriter::run(const std::stop_token& stop) {
-    // A reader that has gone must show as a failed write, in this thread only: the signal's
-    // disposition belongs to the process and is inherited by what it starts.
+    // When the reader has gone, write() shall fail and raise no signal. Blocked in this thread
+    // only: the signal's disposition belongs to the process and its children.
     sigset_t brokenPipe;
     sigemptyset(&brokenPipe);
     sigaddset(&brokenPipe, SIGPIPE);
@@ -84,7 +84,7 @@ bool LineWriter::writeLine(std::string line) const {
         if (written >= 0) {
             rest.remove_prefix(static_cast<std::size_t>(written));
         } else if (errno == EAGAIN) {
-            // Someone else's setting of the shared pipe; we want to wait all the same.
+            // Another process has made the shared pipe non-blocking.
             pollfd ready{descriptor_, POLLOUT, 0};
             ::poll(&ready, 1, -1);
         } else if (errno != EINTR) {

@@ -7,11 +7,10 @@
 
 namespace tessivo {
 
-// Where the file of a file URL is.
+// The path of a file URL.
 std::filesystem::path pathOf(const QUrl& file);
 
-// Absolute path of the user's documents folder, asked of the desktop at each call. The
-// folder need not exist.
+// The absolute path of the user's documents folder, as it is set now. The folder need not exist.
 QString documentsDirectory();
 
 } // namespace tessivo

@@ -149,7 +149,7 @@ void AudioFileWriter::write(const AudioPCMBuffer& buffer) {
             interleaved_[i * channels + c] = samples[i];
         }
     }
-    // A short write may have left part of a frame; the next one starts where it belongs.
+    // A failed write may leave part of a frame in the file; the next one overwrites that.
     const sf_count_t written = sf_writef_float(handle_->file.get(), interleaved_.data(), frames);
     framesWritten_ += written;
     if (written != static_cast<sf_count_t>(frames)) {
