@@ -1,17 +1,15 @@
 #include "Platform/Sound/File/AudioFile.h"
 #include "Platform/Sound/AudioError.h"
 #include "support/OfflineRig.h"
+#include "support/TracedChild.h"
 
 #include <gtest/gtest.h>
 
 #include <csignal>
 #include <fstream>
-#include <sys/ptrace.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/syscall.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
 using namespace tessivo::sound;
 using namespace tessivo::test;
@@ -28,12 +26,8 @@ TEST(AudioFileTest, TakeIsAnOrdinaryFloatWavWithEveryBitOfTheInput) {
     EXPECT_EQ(firstDifference(read[0], channels[0]), -1);
     EXPECT_EQ(firstDifference(read[1], channels[1]), -1);
     EXPECT_EQ(AudioFileReader(folder / "take.wav").format(), AudioFormat(44100.0, 2));
-
-    std::ifstream file(folder / "take.wav", std::ios::binary);
-    std::string header(12, '\0');
-    file.read(header.data(), 12);
-    EXPECT_EQ(header.substr(0, 4), "RIFF");
-    EXPECT_EQ(header.substr(8, 4), "WAVE");
+    const std::string bytes = bytesOf(folder / "take.wav");
+    EXPECT_EQ(bytes.substr(0, 4) + bytes.substr(8, 4), "RIFFWAVE");
 }
 
 TEST(AudioFileTest, NewTakeLeavesAnEarlierOneOfTheSameNameWhole) {
@@ -81,37 +75,24 @@ TEST(AudioFileTest, RefusesWhatIsNotALoop) {
 TEST(AudioFileTest, LeavesAloneWhatAllThreadsShare) {
     const TemporaryFolder folder;
     std::ofstream(folder / "text.wav") << "this is a text, not a sound";
-    const mode_t previousMask = umask(027);
-    const pid_t child = fork();
-    if (child == 0) {
-        ptrace(PTRACE_TRACEME, 0, nullptr, nullptr);
-        raise(SIGSTOP);
-        { const AudioFileWriter take(folder / "take.wav", {48000.0, 1}); }
-        try {
+    std::uint64_t number = 0;
+    const int status = traceSystemCalls(
+        [] { umask(027); },
+        [&] {
+            { const AudioFileWriter take(folder / "take.wav", {48000.0, 1}); }
             const AudioFileReader refused(folder / "text.wav");
-        } catch (const AudioError&) {
-            _exit(0);
-        }
-        _exit(1);
-    }
-    umask(previousMask);
-    int status = 0;
-    waitpid(child, &status, 0);
-    ptrace(PTRACE_SETOPTIONS, child, nullptr, PTRACE_O_TRACESYSGOOD | PTRACE_O_EXITKILL);
-    std::uint64_t call = 0;
-    for (; WIFSTOPPED(status); waitpid(child, &status, 0)) {
-        __ptrace_syscall_info info{};
-        ptrace(PTRACE_GET_SYSCALL_INFO, child, sizeof(info), &info);
-        if (info.op == PTRACE_SYSCALL_INFO_ENTRY) {
-            call = info.entry.nr;
-            EXPECT_NE(call, SYS_umask);
-        } else if (info.op == PTRACE_SYSCALL_INFO_EXIT && call == SYS_close) {
-            EXPECT_EQ(info.exit.rval, 0);
-        }
-        ASSERT_EQ(ptrace(PTRACE_SYSCALL, child, nullptr, nullptr), 0);
-    }
-    EXPECT_EQ(status, 0) << "the text was refused";
-    EXPECT_EQ(call, SYS_exit_group) << "every call was seen";
+        },
+        [&](const auto& call) {
+            if (call.op == PTRACE_SYSCALL_INFO_ENTRY) {
+                number = call.entry.nr;
+                EXPECT_NE(number, SYS_umask);
+            } else if (call.op == PTRACE_SYSCALL_INFO_EXIT && number == SYS_close) {
+                EXPECT_EQ(call.exit.rval, 0);
+            }
+            return true;
+        });
+    EXPECT_EQ(WEXITSTATUS(status), 1) << "the text was refused";
+    EXPECT_EQ(number, SYS_exit_group) << "all calls were seen";
     EXPECT_EQ(std::filesystem::status(folder / "take.wav").permissions(),
               static_cast<std::filesystem::perms>(0640));
 }
