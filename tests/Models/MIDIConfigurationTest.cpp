@@ -61,7 +61,6 @@ TEST(MIDIConfigurationTest, TakesAStoredMappingWholeOrNotAtAllAndSilently) {
         return MIDIConfiguration::load();
     };
     const QByteArray whole = R"({"recordNote":5,"playNote":6,"stopNote":7,"clearNote":8})";
-    EXPECT_EQ(loaded(whole), (MIDIConfiguration{5, 6, 7, 8}));
     EXPECT_EQ(loaded("\n{ \"clearNote\" : 0,\t\"stopNote\": 255, \"extra\": {},"
                      "\"recordNote\": 9, \"playNote\": 4 } \n"),
               (MIDIConfiguration{9, 4, 255, 0}));
@@ -78,10 +77,8 @@ TEST(MIDIConfigurationTest, TakesAStoredMappingWholeOrNotAtAllAndSilently) {
     EXPECT_EQ(loaded("[" + whole + "]"), defaults);
     EXPECT_EQ(loaded(whole + "x"), defaults);
     EXPECT_EQ(Preferences::data(kKey), whole + "x"); // a bad mapping stays where it is
-    {
-        QSettings other(QSettings::NativeFormat, QSettings::UserScope, "Tessivo", "Tessivo");
-        other.setValue(kKey, QString::fromUtf8(whole));
-    }
+    QSettings(QSettings::NativeFormat, QSettings::UserScope, "Tessivo", "Tessivo")
+        .setValue(kKey, QString::fromUtf8(whole));
     EXPECT_EQ(Preferences::data(kKey), std::nullopt);
     EXPECT_EQ(MIDIConfiguration::load(), defaults);
     EXPECT_EQ(lines.take(), Lines());

@@ -24,8 +24,7 @@ TEST(FormattersTest, FileSizesReadAsTheDesktopWritesThem) {
         {999'950'000, "1 GB"},
         {1'254'000'000, "1.25 GB"},
         {20'010'000'000, "20.01 GB"},
-        {std::numeric_limits<qint64>::max(), "9.22 EB"},
-    };
+        {std::numeric_limits<qint64>::max(), "9.22 EB"}};
     for (const auto& [bytes, text] : cases) {
         EXPECT_EQ(formatFileSize(bytes, english).toStdString(), text) << bytes;
     }

@@ -106,8 +106,7 @@ TEST(LanguageTest, DatesTellTheLargestUnitThatHasPassed) {
         {now.addSecs(90), "in 1 min."},
         {now.addSecs(25 * 3600), "in 1 day"},
         {now.addMonths(3), "in 3 mo."},
-        {now.toUTC().addSecs(-3600), "1 hr. ago"},
-    };
+        {now.toUTC().addSecs(-3600), "1 hr. ago"}};
     for (const auto& [date, text] : cases) {
         EXPECT_EQ(english.format(date, now).toStdString(), text) << date.toString().toStdString();
     }
