@@ -2,8 +2,8 @@
 
 #include "Models/SavedLoop.h"
 #include "Platform/Sound/AudioEngine.h"
-#include "Platform/Sound/AudioNode.h"
 #include "Platform/Sound/File/AudioFile.h"
+#include "Platform/Sound/PlayerNode.h"
 #include "Platform/System/ObservableObject.h"
 
 #include <QTimer>

@@ -73,7 +73,6 @@ void SimpleAudioEngine::setupAudioEngine() {
                 sound::rateText(std::max(input.sampleRate(), output.sampleRate())) + "Hz");
     }
 
-    sound::AudioFormat connection = input;
     if (input.channelCount() < 3) {
         logLine("🎛️ [ENGINE] Channel count OK - direct connection");
     } else {
@@ -86,10 +85,9 @@ void SimpleAudioEngine::setupAudioEngine() {
             return;
         }
         logLine("🎛️ [ENGINE] Using stereo input format: " + stereo->description());
-        connection = *stereo;
     }
-    audioEngine_.connect(inputNode(), *monitoringMixerNode_, connection);
-    audioEngine_.connect(*monitoringMixerNode_, *audioEngine_.mainMixerNode(), connection);
+    audioEngine_.connect(inputNode(), *monitoringMixerNode_);
+    audioEngine_.connect(*monitoringMixerNode_, *audioEngine_.mainMixerNode());
 
     logLine("🎛️ [ENGINE] Starting with input format: " + input.description());
     logLine("🎛️ [ENGINE] Input format settings: " + input.settings().description());

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "Platform/Sound/AudioNode.h"
 #include "Platform/Sound/File/AudioFile.h"
+#include "Platform/Sound/PlayerNode.h"
 #include "Platform/System/ObservableObject.h"
 
 #include <QUrl>
@@ -10,6 +10,10 @@
 #include <memory>
 
 namespace tessivo {
+
+namespace sound {
+class AudioEngine;
+}
 
 // Plays one file over and over, without a gap between the passes, until it is stopped.
 // Main thread only.

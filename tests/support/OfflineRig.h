@@ -1,6 +1,7 @@
 #pragma once
 
 #include "Platform/Sound/AudioEngine.h"
+#include "Platform/Sound/File/AudioFile.h"
 #include "support/Basics.h"
 #include "support/OfflineDevice.h"
 

@@ -1,3 +1,4 @@
+#include "Platform/Sound/PlayerNode.h"
 #include "Platform/Sound/RealtimeGuard.h"
 #include "support/OfflineRig.h"
 

@@ -129,7 +129,7 @@ TEST(TapTest, OverflowIsSilenceOfTheSameLengthAndOneLine) {
         });
     const Channels played{noise(45 * 48000, 1)};
     feed(rig, played, 1024);
-    const auto lost = rig.engine->statistics().lostTapFrames;
+    const auto lost = rig.engine->statistics().overrunFrames;
     EXPECT_GT(lost, 4 * 48000);
     EXPECT_LE(lost, 5 * 48000);
     blocked = false;
