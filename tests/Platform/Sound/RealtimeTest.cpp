@@ -14,7 +14,9 @@
 #include <atomic>
 #include <cstdlib>
 #include <list>
+#include <map>
 #include <mutex>
+#include <string_view>
 #include <unistd.h>
 
 using namespace tessivo::sound;
@@ -196,7 +198,8 @@ TEST(RealtimeTest, TheCallbacksAllocateNothingLockNothingAndMakeOneSystemCall) {
         EXPECT_EQ(process.violations.locks, 0);
         EXPECT_EQ(process.violations.systemCalls, 0)
             << "call number " << process.violations.lastSystemCall;
-               process.violations.wakeUps, process.mostWakeUps);
+        // Measured: taking and returning buffers and asking for the time make no system call;
+        // triggering the playback stream makes one. The playback callback runs within that.
         EXPECT_LE(process.mostWakeUps, process.name == "Capture" ? 1 : 0);
     }
     for (const char* const name : {"Capture", "Playback", "MIDI"}) {
