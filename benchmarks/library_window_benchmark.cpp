@@ -7,7 +7,9 @@
 #include "ContentWindow.h"
 #include "SavedLoopFiles.h"
 
+#include "Audio/MIDIManager.h"
 #include "Models/LibraryFile.h"
+#include "Platform/Midi/PipeWireMidi.h"
 #include "Platform/System/BackgroundQueue.h"
 #include "Platform/System/LogLine.h"
 #include "ViewModels/LoopLibraryViewModel.h"
@@ -481,6 +483,7 @@ int main(int argc, char** argv) {
     benchmark::useSoftwareRenderer();
     std::signal(SIGPIPE, SIG_IGN);
     setLogSink([](std::string_view) {});
+    MIDIManager::setSharedSystem(std::make_shared<midi::PipeWireMidi>("Tessivo"));
     QGuiApplication application(argc, argv);
     HeldKeys heldKeys;
     application.installEventFilter(&heldKeys);

@@ -1,3 +1,5 @@
+#include "Audio/MIDIManager.h"
+#include "Platform/Midi/PipeWireMidi.h"
 #include "Platform/System/BackgroundQueue.h"
 #include "Views/HeldKeys.h"
 
@@ -6,6 +8,8 @@
 #include <QQmlApplicationEngine>
 #include <QQuickStyle>
 #include <QtQml/qqmlextensionplugin.h>
+
+#include <memory>
 
 Q_IMPORT_QML_PLUGIN(TessivoPlugin)
 
@@ -24,6 +28,7 @@ public:
         QGuiApplication::setWindowIcon(
             QIcon(u":/qt-project.org/imports/Tessivo/icons/tessivo.svg"_s));
         QQuickStyle::setStyle(u"Basic"_s);
+        MIDIManager::setSharedSystem(std::make_shared<midi::PipeWireMidi>("Tessivo"));
 
         HeldKeys heldKeys;
         if (QGuiApplication::platformName() == u"xcb"_s)

@@ -2,7 +2,7 @@
 
 #include "Audio/SimplePlayer.h"
 #include "Audio/SimpleRecorder.h"
-#include "Platform/Sound/Device/PipeWireDevice.h"
+#include "Platform/Sound/Device/PipeWireDuplexDevice.h"
 #include "Platform/System/LogLine.h"
 #include "Platform/System/MainQueue.h"
 
@@ -41,7 +41,7 @@ struct SimpleAudioEngine::LevelClock {
 };
 
 SimpleAudioEngine::SimpleAudioEngine()
-    : SimpleAudioEngine(std::make_unique<sound::PipeWireDevice>("Tessivo")) {}
+    : SimpleAudioEngine(std::make_unique<sound::PipeWireDuplexDevice>("Tessivo")) {}
 
 SimpleAudioEngine::SimpleAudioEngine(std::unique_ptr<sound::AudioDevice> device)
     : audioEngine_(

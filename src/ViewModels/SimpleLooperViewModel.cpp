@@ -3,7 +3,6 @@
 #include "Audio/SimplePlayer.h"
 #include "Audio/SimpleRecorder.h"
 #include "Models/LoopError.h"
-#include "Platform/Sound/Device/PipeWireDevice.h"
 #include "Platform/System/LogLine.h"
 #include "Platform/System/MainQueue.h"
 #include "Platform/System/Paths.h"

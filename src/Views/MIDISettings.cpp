@@ -1,7 +1,6 @@
 #include "Views/MIDISettings.h"
 
 #include "Audio/MIDIManager.h"
-#include "Utils/MIDIUtils.h"
 
 namespace tessivo {
 
@@ -30,7 +29,7 @@ QString MIDISettings::deviceName() const {
 }
 
 void MIDISettings::refresh() {
-    midiManager_->setAvailableDevices(MIDIUtils::getAvailableMIDISources());
+    midiManager_->refreshAvailableDevices();
 }
 
 void MIDISettings::toggleLearning(NoteMapping* mapping) {

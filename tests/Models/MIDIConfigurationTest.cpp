@@ -114,12 +114,10 @@ TEST(MIDIUtilsTest, NamesNotesAndListsTheSourcesThatHaveAName) {
     for (const auto& [note, name] : names) {
         EXPECT_EQ(MIDIUtils::midiNoteToName(note), name);
     }
-    const auto system = std::make_shared<midi::VirtualMidi>();
-    midi::MidiSystem::setShared(system);
-    EXPECT_TRUE(MIDIUtils::getAvailableMIDISources().empty());
-    system->addSource(std::nullopt);
-    const std::vector<MIDISource> expected{{"Klavier ü", system->addSource("Klavier ü")},
-                                           {"Pads", system->addSource("Pads")}};
-    EXPECT_EQ(MIDIUtils::getAvailableMIDISources(), expected);
-    midi::MidiSystem::setShared({});
+    midi::VirtualMidi system;
+    EXPECT_TRUE(MIDIUtils::getAvailableMIDISources(system).empty());
+    system.addSource(std::nullopt);
+    const std::vector<MIDISource> expected{{"Klavier ü", system.addSource("Klavier ü")},
+                                           {"Pads", system.addSource("Pads")}};
+    EXPECT_EQ(MIDIUtils::getAvailableMIDISources(system), expected);
 }

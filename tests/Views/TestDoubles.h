@@ -263,12 +263,12 @@ public:
     using QObject::QObject;
 
     // Before anybody asks for the manager.
-    static void install() { midi::MidiSystem::setShared(system()); }
+    static void install() { MIDIManager::setSharedSystem(system()); }
 
     Q_INVOKABLE void plugIn(const QString& name) { system()->addSource(name.toStdString()); }
     Q_INVOKABLE void unplugAll() {
-        while (system()->sourceCount() > 0)
-            system()->removeSource(system()->source(0));
+        for (const midi::Source& source : system()->sources())
+            system()->removeSource(source.reference);
     }
     Q_INVOKABLE bool play(int note) {
         return system()->send(system()->connected(), {0x90, static_cast<std::uint8_t>(note), 100});
@@ -276,8 +276,9 @@ public:
     // How often one was connected, so far.
     Q_INVOKABLE uint connections() { return system()->connections(); }
     Q_INVOKABLE int connectedIndex() {
-        for (std::size_t i = 0; i < system()->sourceCount(); ++i) {
-            if (system()->source(i) == system()->connected())
+        const auto sources = system()->sources();
+        for (std::size_t i = 0; i < sources.size(); ++i) {
+            if (sources[i].reference == system()->connected())
                 return static_cast<int>(i);
         }
         return -1;
