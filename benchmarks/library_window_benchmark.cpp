@@ -10,9 +10,9 @@
 #include "Models/LibraryFile.h"
 #include "Platform/System/BackgroundQueue.h"
 #include "Platform/System/LogLine.h"
+#include "ViewModels/Library/LoopListModel.h"
 #include "ViewModels/LoopLibraryViewModel.h"
-#include "ViewModels/LoopListModel.h"
-#include "Views/HeldKeys.h"
+#include "ViewModels/Main/HeldKeys.h"
 #include "support/AppProcess.h"
 #include "support/PrivatePipeWire.h"
 
@@ -38,7 +38,6 @@ using benchmark::runEventsUntil;
 using benchmark::StallMeter;
 using benchmark::Times;
 using Clock = std::chrono::steady_clock;
-using SortOrder = LoopLibraryViewModel::SortOrder;
 
 namespace {
 
