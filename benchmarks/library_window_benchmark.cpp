@@ -12,9 +12,9 @@
 #include "Platform/Midi/PipeWireMidi.h"
 #include "Platform/System/BackgroundQueue.h"
 #include "Platform/System/LogLine.h"
+#include "ViewModels/Library/LoopListModel.h"
 #include "ViewModels/LoopLibraryViewModel.h"
-#include "ViewModels/LoopListModel.h"
-#include "Views/HeldKeys.h"
+#include "ViewModels/Main/HeldKeys.h"
 #include "support/AppProcess.h"
 #include "support/PrivatePipeWire.h"
 
@@ -40,7 +40,6 @@ using benchmark::runEventsUntil;
 using benchmark::StallMeter;
 using benchmark::Times;
 using Clock = std::chrono::steady_clock;
-using SortOrder = LoopLibraryViewModel::SortOrder;
 
 namespace {
 

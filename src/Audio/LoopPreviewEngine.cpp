@@ -1,7 +1,6 @@
 #include "Audio/LoopPreviewEngine.h"
 
 #include "Platform/Sound/AudioError.h"
-#include "Platform/Sound/Device/PipeWireDuplexDevice.h"
 #include "Platform/System/LogLine.h"
 #include "Platform/System/MainQueue.h"
 #include "Platform/System/Paths.h"
@@ -83,10 +82,6 @@ private:
 };
 
 } // namespace
-
-LoopPreviewEngine::LoopPreviewEngine()
-    : LoopPreviewEngine(std::make_unique<sound::PipeWireDuplexDevice>(
-          "Tessivo Preview", sound::PipeWireDuplexDevice::Connect::atStart)) {}
 
 LoopPreviewEngine::LoopPreviewEngine(std::unique_ptr<sound::AudioDevice> device)
     : audioEngine_(std::make_unique<sound::AudioEngine>(

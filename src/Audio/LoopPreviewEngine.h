@@ -24,8 +24,7 @@ class LoopPreviewEngine : public ObservableObject {
         float previewVolume READ previewVolume WRITE setPreviewVolume NOTIFY previewVolumeChanged)
 
 public:
-    // The system's default output, which is looked for at the first preview, not here.
-    LoopPreviewEngine();
+    // The device is started at the first preview, not here.
     explicit LoopPreviewEngine(std::unique_ptr<sound::AudioDevice> device);
     // Returns at once; a preview that sounds is faded out after it.
     ~LoopPreviewEngine() override;

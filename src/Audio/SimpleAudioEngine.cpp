@@ -2,7 +2,6 @@
 
 #include "Audio/SimplePlayer.h"
 #include "Audio/SimpleRecorder.h"
-#include "Platform/Sound/Device/PipeWireDuplexDevice.h"
 #include "Platform/System/LogLine.h"
 #include "Platform/System/MainQueue.h"
 
@@ -39,9 +38,6 @@ struct SimpleAudioEngine::LevelClock {
         return true;
     }
 };
-
-SimpleAudioEngine::SimpleAudioEngine()
-    : SimpleAudioEngine(std::make_unique<sound::PipeWireDuplexDevice>("Tessivo")) {}
 
 SimpleAudioEngine::SimpleAudioEngine(std::unique_ptr<sound::AudioDevice> device)
     : audioEngine_(

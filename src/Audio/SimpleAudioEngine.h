@@ -22,8 +22,6 @@ class SimpleAudioEngine : public ObservableObject {
     Q_DISABLE_COPY(SimpleAudioEngine)
 
 public:
-    // The system's default devices.
-    SimpleAudioEngine();
     explicit SimpleAudioEngine(std::unique_ptr<sound::AudioDevice> device);
     // Stops; a take in progress is completed with all that was captured.
     ~SimpleAudioEngine() override;

@@ -3,8 +3,8 @@
 #include "Audio/LoopPreviewEngine.h"
 #include "Platform/System/Formatters.h"
 #include "Platform/System/MainQueue.h"
-#include "ViewModels/LoopCatalogue.h"
-#include "ViewModels/LoopListModel.h"
+#include "ViewModels/Library/LoopCatalogue.h"
+#include "ViewModels/Library/LoopListModel.h"
 
 #include <QVariantMap>
 
@@ -17,8 +17,6 @@ using namespace Qt::StringLiterals;
 
 namespace tessivo {
 namespace {
-
-using SortOrder = LoopLibraryViewModel::SortOrder;
 
 constexpr std::array kSortOrders{SortOrder::dateDescending,    SortOrder::dateAscending,
                                  SortOrder::nameAscending,     SortOrder::nameDescending,
@@ -63,9 +61,6 @@ QVariantList LoopLibraryViewModel::sortOrders() {
     }
     return orders;
 }
-
-LoopLibraryViewModel::LoopLibraryViewModel(QObject* parent)
-    : LoopLibraryViewModel(std::make_unique<LoopPreviewEngine>(), parent) {}
 
 LoopLibraryViewModel::LoopLibraryViewModel(std::unique_ptr<LoopPreviewEngine> previewEngine,
                                            QObject* parent)

@@ -2,6 +2,7 @@
 
 #include "Models/LoopLibrary.h"
 #include "Platform/System/ObservableObject.h"
+#include "ViewModels/Library/SortOrder.h"
 
 #include <QAbstractItemModel>
 #include <QStringList>
@@ -35,8 +36,8 @@ class LoopLibraryViewModel : public ObservableObject {
     Q_PROPERTY(bool isEmpty READ isEmpty NOTIFY libraryStatsChanged)
     Q_PROPERTY(QString libraryStats READ libraryStats NOTIFY libraryStatsChanged)
     Q_PROPERTY(QString searchText READ searchText WRITE setSearchText NOTIFY searchTextChanged)
-    Q_PROPERTY(tessivo::LoopLibraryViewModel::SortOrder sortOrder READ sortOrder WRITE setSortOrder
-                   NOTIFY sortOrderChanged)
+    Q_PROPERTY(tessivo::sorting::SortOrder sortOrder READ sortOrder WRITE setSortOrder NOTIFY
+                   sortOrderChanged)
     // All orders for a picker, as objects with a "label" and an "order".
     Q_PROPERTY(QVariantList sortOrders READ sortOrders CONSTANT)
     Q_PROPERTY(bool showingDeleteConfirmation READ showingDeleteConfirmation WRITE
@@ -51,23 +52,13 @@ class LoopLibraryViewModel : public ObservableObject {
     Q_PROPERTY(tessivo::LoopPreviewEngine* previewEngine READ previewEngine CONSTANT)
 
 public:
-    // Records of equal rank keep the order of the store, newest first.
-    enum class SortOrder {
-        dateDescending,
-        dateAscending,
-        nameAscending, // as the user's language orders names
-        nameDescending,
-        durationAscending,
-        durationDescending
-    };
-    Q_ENUM(SortOrder)
+    using SortOrder = sorting::SortOrder;
 
-    // What the picker calls an order, and the order of that name, if there is one.
+    // The text of an order in the picker, and the order that has this text, if any.
     static QString label(SortOrder order);
     static std::optional<SortOrder> sortOrder(const QString& label);
 
-    // Previews sound on the system's default device. The store begins to load at once.
-    explicit LoopLibraryViewModel(QObject* parent = nullptr);
+    // The store begins to load at once.
     explicit LoopLibraryViewModel(std::unique_ptr<LoopPreviewEngine> previewEngine,
                                   QObject* parent = nullptr);
     ~LoopLibraryViewModel() override;

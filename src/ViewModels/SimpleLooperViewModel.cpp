@@ -1,5 +1,6 @@
 #include "ViewModels/SimpleLooperViewModel.h"
 
+#include "Audio/MIDIManager.h"
 #include "Audio/SimplePlayer.h"
 #include "Audio/SimpleRecorder.h"
 #include "Models/LoopError.h"
@@ -7,6 +8,8 @@
 #include "Platform/System/MainQueue.h"
 #include "Platform/System/Paths.h"
 #include "Utils/LoopFileManager.h"
+
+#include <QPointer>
 
 #include <chrono>
 #include <exception>
@@ -33,12 +36,6 @@ void checkRecordingFile(const QUrl& url) {
 }
 
 } // namespace
-
-SimpleLooperViewModel::SimpleLooperViewModel(QObject* parent)
-    : ObservableObject(parent) {
-    setupObservers();
-    startAudioEngine();
-}
 
 SimpleLooperViewModel::SimpleLooperViewModel(std::unique_ptr<sound::AudioDevice> device,
                                              QObject* parent)
@@ -67,6 +64,20 @@ void SimpleLooperViewModel::startAudioEngine() {
         return;
     }
     audioEngine_.setInputMonitoring(loopState_.inputMonitoringEnabled());
+}
+
+void SimpleLooperViewModel::setupMIDICallbacks(MIDIManager* manager) {
+    const auto command = [self = QPointer(this)](auto pressed) {
+        return [self, pressed] {
+            if (self) {
+                (self->*pressed)();
+            }
+        };
+    };
+    manager->onRecord = command(&SimpleLooperViewModel::recordButtonPressed);
+    manager->onPlay = command(&SimpleLooperViewModel::playButtonPressed);
+    manager->onStop = command(&SimpleLooperViewModel::stopButtonPressed);
+    manager->onClear = command(&SimpleLooperViewModel::clearButtonPressed);
 }
 
 void SimpleLooperViewModel::recordButtonPressed() {

@@ -10,8 +10,11 @@
 #include <memory>
 #include <mutex>
 
+Q_MOC_INCLUDE("Audio/MIDIManager.h")
+
 namespace tessivo {
 
+class MIDIManager;
 class SimplePlayer;
 class SimpleRecorder;
 
@@ -29,8 +32,7 @@ class SimpleLooperViewModel : public ObservableObject {
     Q_PROPERTY(tessivo::SimpleLoopState* loopState READ loopState CONSTANT)
 
 public:
-    // Plays and records on the system's default devices.
-    explicit SimpleLooperViewModel(QObject* parent = nullptr);
+    // Records from and plays to this device, and starts it.
     explicit SimpleLooperViewModel(std::unique_ptr<sound::AudioDevice> device,
                                    QObject* parent = nullptr);
     ~SimpleLooperViewModel() override;
@@ -47,6 +49,10 @@ public:
     // Stops whatever is going on and makes the library's file the current loop, waiting to
     // be played. Throws fileNotFound when its audio is gone; the looper is then empty.
     void loadLoop(const SavedLoop& loop);
+
+    // From now on the manager's notes trigger this controller's commands. The manager may outlive
+    // the controller; its notes then do nothing.
+    Q_INVOKABLE void setupMIDICallbacks(tessivo::MIDIManager* manager);
 
 public slots:
     // The four transport commands. One that has no meaning in the present state does

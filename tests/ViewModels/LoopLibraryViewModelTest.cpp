@@ -2,14 +2,14 @@
 
 #include "Audio/LoopPreviewEngine.h"
 #include "Models/LibraryRig.h"
-#include "ViewModels/LoopListModel.h"
+#include "ViewModels/Library/LoopListModel.h"
 
 #include <QAbstractItemModelTester>
 
 namespace tessivo::test {
 namespace {
 
-using Order = LoopLibraryViewModel::SortOrder;
+using Order = SortOrder;
 using Names = std::vector<QString>;
 
 // A loop of the folder with a length that only its record has.

@@ -1,6 +1,5 @@
 #pragma once
 
-#include "Audio/LoopPreviewEngine.h"
 #include "Audio/MIDIManager.h"
 #include "Models/LibraryMetadata.h"
 #include "Models/MIDIConfiguration.h"
@@ -9,8 +8,7 @@
 #include "Platform/System/LogLine.h"
 #include "Platform/System/MainQueue.h"
 #include "Utils/LoopFileManager.h"
-#include "ViewModels/LoopLibraryViewModel.h"
-#include "ViewModels/SimpleLooperViewModel.h"
+#include "ViewModels/Main/ViewModelFactory.h"
 #include "support/OfflineRig.h"
 #include "support/VirtualMidi.h"
 
@@ -208,16 +206,24 @@ private:
     static QString location() { return pathOf(kName); }
 };
 
-// The browser's model on a machine with a speaker, at which time stands still.
-class LibraryWithSound : public LoopLibraryViewModel {
+// A machine with a microphone and a speaker, for which no time passes.
+class Machine : public QObject {
     Q_OBJECT
     QML_ELEMENT
+    QML_SINGLETON
+    Q_PROPERTY(tessivo::ViewModelFactory* viewModels READ viewModels CONSTANT)
 
 public:
-    explicit LibraryWithSound(QObject* parent = nullptr)
-        : LoopLibraryViewModel(std::make_unique<LoopPreviewEngine>(
-                                   std::make_unique<sound::OfflineDevice>(test::formats(0))),
-                               parent) {}
+    using QObject::QObject;
+
+    ViewModelFactory* viewModels() { return &viewModels_; }
+
+private:
+    ViewModelFactory viewModels_{
+        [] { return std::make_unique<sound::OfflineDevice>(test::formats(2)); },
+        [] {
+            return std::make_unique<sound::OfflineDevice>(test::formats(0));
+        }};
 };
 
 // A save that a test can hold up.
