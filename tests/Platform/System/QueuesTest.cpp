@@ -71,25 +71,24 @@ TEST(BackgroundQueueTest, WhatTheUserWaitsForGoesFirst) {
 }
 
 TEST(BackgroundQueueTest, TasksInOrderRunOneByOneAndHoldUpNoOthers) {
-    constexpr int kThreads = 4;
     constexpr int kTasks = 500;
-    std::vector<std::vector<int>> order(kThreads); // guarded by the queue alone
+    std::vector<std::vector<int>> order(4); // guarded by the queue alone
     std::atomic<int> running = 0;
-    bool overlapped = false;
-    std::promise<void> otherRan;
+    std::atomic<bool> overlapped = false;
+    std::promise<void> othersRun;
     bool lastRan = false;
     BackgroundQueue::postInOrder([&] {
-        BackgroundQueue::postInOrder([&] { otherRan.get_future().wait(); });
-        BackgroundQueue::post(BackgroundQueue::Priority::utility, [&] { otherRan.set_value(); });
+        ++running;
+        othersRun.get_future().wait();
+        --running;
     });
     std::vector<std::thread> threads;
     for (auto& ofThread : order) {
         threads.emplace_back([&] {
             for (int i = 0; i < kTasks; ++i) {
                 BackgroundQueue::postInOrder([&, i] {
-                    overlapped = overlapped || ++running > 1;
+                    overlapped = overlapped || running > 0;
                     ofThread.push_back(i);
-                    --running;
                 });
             }
         });
@@ -100,6 +99,7 @@ TEST(BackgroundQueueTest, TasksInOrderRunOneByOneAndHoldUpNoOthers) {
     BackgroundQueue::postInOrder([&] {
         BackgroundQueue::post(BackgroundQueue::Priority::utility, [&] { lastRan = true; });
     });
+    BackgroundQueue::post(BackgroundQueue::Priority::utility, [&] { othersRun.set_value(); });
     BackgroundQueue::waitForAll();
     EXPECT_FALSE(overlapped);
     EXPECT_TRUE(lastRan) << "waited for, though it was posted by another task";

@@ -51,15 +51,16 @@ TEST(AudioFileTest, NewTakeLeavesAnEarlierOneOfTheSameNameWhole) {
 TEST(AudioFileTest, RefusesWhatIsNotALoop) {
     const TemporaryFolder folder;
     std::ofstream(folder / "text.wav") << "this is a text, not a sound";
-    std::ofstream(folder / "empty.wav");
     { const AudioFileWriter none(folder / "none.wav", {48000.0, 2}); }
     std::filesystem::create_directory(folder / "folder.wav");
     ASSERT_EQ(mkfifo((folder / "pipe.wav").c_str(), 0600), 0);
 
     const std::vector<std::pair<const char*, const char*>> expected{
-        {"missing.wav", "No such file"},    {"text.wav", "Not an audio file"},
-        {"empty.wav", "Not an audio file"}, {"none.wav", "holds no audio"},
-        {"folder.wav", "folder.wav"},       {"pipe.wav", "pipe.wav"}};
+        {"missing.wav", "No such file"},
+        {"text.wav", "Not an audio file"},
+        {"none.wav", "holds no audio"},
+        {"folder.wav", "Not an audio file"},
+        {"pipe.wav", "Not an audio file"}};
     for (const auto& [name, reason] : expected) {
         try {
             const AudioFileReader reader(folder / name);
