@@ -78,11 +78,9 @@ int main() {
         const auto begin = threadNanoseconds();
         overhead = std::min(overhead, threadNanoseconds() - begin);
     }
-    int waits = 0;
     for (int i = 0; i < kCycles; ++i) {
         while (player->queuedFrames() < kQuantum) {
             std::this_thread::sleep_for(std::chrono::milliseconds(1));
-            ++waits;
         }
         const auto begin = threadNanoseconds();
         const auto output = device->turn(kQuantum, input);

@@ -96,7 +96,7 @@ int monitoring() {
 struct TakeContent {
     std::int64_t frames = 0;
     std::int64_t breaks = 0;   // places where a frame does not follow the one before it
-    std::int64_t stretch = 0;  // frames before the first break
+    std::int64_t unbroken = 0; // frames before the first break
     std::int64_t lastMark = 0; // position of the last frame that is no silence
 };
 
@@ -113,7 +113,7 @@ TakeContent contentOf(const std::filesystem::path& path) {
                              samples[at + 1] == Mark::sample(1, Mark::frame(left)) &&
                              (i == 0 || left == Mark::sample(0, Mark::frame(samples[at - 2]) + 1));
         content.breaks += follows ? 0 : 1;
-        content.stretch += content.breaks == 0 ? 1 : 0;
+        content.unbroken += content.breaks == 0 ? 1 : 0;
     }
     return content;
 }
@@ -290,12 +290,12 @@ int restart(int times) {
         const TakeContent content = contentOf(takePath(controller));
         // A second before the outage, without a break, and a third of one after it.
         const bool isValid =
-            content.stretch > 40'000 && content.lastMark > content.stretch + 16'000;
+            content.unbroken > 40'000 && content.lastMark > content.unbroken + 16'000;
         invalid += isValid ? 0 : 1;
         if (!isValid) {
             std::printf("  take of %lld frames: %lld without a break, the last mark at %lld\n",
                         static_cast<long long>(content.frames),
-                        static_cast<long long>(content.stretch),
+                        static_cast<long long>(content.unbroken),
                         static_cast<long long>(content.lastMark));
         }
     }

@@ -22,8 +22,7 @@ class SimplePlayer : public ObservableObject {
     Q_DISABLE_COPY(SimplePlayer)
 
 public:
-    // Attaches a player node of its own to the engine, which outlives the player and may be
-    // running.
+    // Attaches a player node to the engine, which must outlive the player and may be running.
     explicit SimplePlayer(sound::AudioEngine& audioEngine);
     ~SimplePlayer() override;
 
@@ -37,7 +36,7 @@ public:
     // The file stays loaded; the next start begins with its first frame.
     void stopPlaying();
 
-    // Linear gain, taken as given.
+    // Linear gain, not limited.
     void setVolume(float volume);
 
     // Stops and forgets the file, which stays on disk.

@@ -23,6 +23,7 @@ public:
     // bufferSize frames, until removeTap(). Converts the rate where the format's differs
     // from the engine's. There is one tap: an installed one is removed first. A tap
     // installed while there is no input delivers in the input's format once there is one.
+    // A rate that cannot be converted ends the tap; the engine's diagnostics say so.
     void installTap(std::uint32_t bufferSize, const AudioFormat& format, TapBlock block);
 
     // Delivers all frames captured before the call, the last short buffer included, and

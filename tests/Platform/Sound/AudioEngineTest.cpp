@@ -87,31 +87,3 @@ TEST(AudioEngineTest, EditsOfTheGraphTakeEffectWhileItRuns) {
     EXPECT_FALSE(rig.engine->isRunning());
     EXPECT_EQ(rig.device->turn(8, ones), Channels(2, std::vector<float>(8, 0.0F)));
 }
-
-TEST(AudioEngineTest, FormatsAreSnapshotsRenewedWithTheNotice) {
-    OfflineRig rig(formats(8, 44100.0));
-    auto& input = rig.engine->inputNode();
-    int notices = 0;
-    AudioFormat seen;
-    rig.engine->setConfigurationChangeHandler([&] {
-        ++notices;
-        seen = input.outputFormat();
-    });
-    EXPECT_EQ(input.outputFormat(), AudioFormat(44100.0, 8));
-    rig.engine->connect(input, *rig.engine->mainMixerNode());
-    EXPECT_EQ(input.inputFormat(), AudioFormat(44100.0, 8));
-    EXPECT_EQ(input.outputFormat(), AudioFormat(44100.0, 2));
-
-    rig.device->changeFormats(formats(1, 96000.0));
-    EXPECT_EQ(input.outputFormat(), AudioFormat(44100.0, 2)) << "not in the middle of a call";
-    EXPECT_EQ(notices, 0);
-    rig.main.run();
-    EXPECT_EQ(notices, 1);
-    EXPECT_EQ(seen, AudioFormat(96000.0, 1));
-
-    // A notice on its way to an engine that is gone does nothing.
-    rig.device->changeFormats(formats(2));
-    rig.engine.reset();
-    rig.main.run();
-    EXPECT_EQ(notices, 1);
-}
