@@ -26,8 +26,6 @@ public:
         system_.observed_ = false;
         system_.thread_.setSetupHandler({});
     }
-    Observer(const Observer&) = delete;
-    Observer& operator=(const Observer&) = delete;
 
 private:
     VirtualMidi& system_;
@@ -42,9 +40,6 @@ public:
         system_.open_ = false;
         system_.thread_.setPacketHandler({});
     }
-    Input(const Input&) = delete;
-    Input& operator=(const Input&) = delete;
-
     void connect(SourceRef source) override {
         failWith(std::exchange(system_.failConnect, 0));
         const bool isThere =

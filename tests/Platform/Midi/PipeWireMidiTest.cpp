@@ -1,5 +1,4 @@
 #include "Platform/Midi/PipeWireMidi.h"
-#include "Platform/Midi/MidiListener.h"
 #include "support/MidiSender.h"
 #include "support/PrivatePipeWire.h"
 
@@ -7,7 +6,9 @@
 
 #include <cerrno>
 #include <cstdlib>
+#include <mutex>
 #include <string>
+#include <system_error>
 #include <vector>
 
 // The real server, with controllers that are plugged in and out.
@@ -19,20 +20,39 @@ using namespace std::chrono_literals;
 using midi::PipeWireMidi;
 using midi::SetupChange;
 using midi::SourceRef;
+using Bytes = std::vector<std::uint8_t>;
 
 const std::vector<std::string> kCalm{"--quantum", "1024"};
 
-// A system with a listener that is connected by place in the list.
-struct Listening {
-    PipeWireMidi system{"Tessivo"};
-    MidiListener listener{system};
+// The errno value with which an operation fails; 0 when it succeeds.
+template <typename Operation> int errorOf(Operation&& operation) {
+    try {
+        operation();
+    } catch (const std::system_error& error) {
+        return error.code().value();
+    }
+    return 0;
+}
 
+// A system whose sources are observed and whose input is open, and what its handlers are told.
+class Listening {
+public:
     SourceRef source(std::size_t index) { return system.sources().at(index).reference; }
     int connect(SourceRef ref) {
-        return errorOf([&] { listener.input->connect(ref); });
+        return errorOf([&] { input->connect(ref); });
     }
-    std::vector<SetupChange> notices() { return listener.notices(); }
-    std::vector<Bytes> packets() { return listener.packets(); }
+    std::vector<SetupChange> notices() {
+        const std::scoped_lock lock(mutex_);
+        return notices_;
+    }
+    std::vector<Bytes> packets() {
+        const std::scoped_lock lock(mutex_);
+        return packets_;
+    }
+    std::chrono::nanoseconds lastTime() {
+        const std::scoped_lock lock(mutex_);
+        return lastTime_;
+    }
     bool lists(const std::vector<std::string>& expected) {
         const auto names = [this] {
             std::vector<std::string> all;
@@ -57,6 +77,27 @@ struct Listening {
             },
             4s);
     }
+
+private:
+    std::mutex mutex_;
+    std::vector<SetupChange> notices_;
+    std::vector<Bytes> packets_;
+    std::chrono::nanoseconds lastTime_{0};
+
+public:
+    PipeWireMidi system{"Tessivo"};
+    std::unique_ptr<midi::SourceObserver> observer = system.observeSources([this](SetupChange c) {
+        const std::scoped_lock lock(mutex_);
+        notices_.push_back(c);
+    });
+    std::unique_ptr<midi::MidiInput> input =
+        system.openInput("Tessivo", "TessivoInput", [this](midi::PacketList packets) {
+            const std::scoped_lock lock(mutex_);
+            for (const midi::Packet& packet : packets) {
+                packets_.emplace_back(packet.bytes.begin(), packet.bytes.end());
+                lastTime_ = std::chrono::nanoseconds(packet.time);
+            }
+        });
 };
 
 TEST(PipeWireMidiTest, ControllersAreListedAsTheirUserKnowsThem) {
@@ -89,6 +130,8 @@ TEST(PipeWireMidiTest, PacketsArriveAsTheyWereSent) {
     MidiSender other("other");
     ASSERT_TRUE(us.lists({"keys", "other"}));
     EXPECT_EQ(us.connect(999), ENOENT);
+    EXPECT_EQ(errorOf([&] { us.system.openInput("", "", {}); }), EBUSY);
+    EXPECT_EQ(errorOf([&] { us.system.observeSources({}); }), EBUSY);
     ASSERT_EQ(us.connect(us.source(0)), 0);
 
     Bytes longest(2000, 0x11);
@@ -102,7 +145,7 @@ TEST(PipeWireMidiTest, PacketsArriveAsTheyWereSent) {
     const auto before = std::chrono::steady_clock::now();
     keys.send(sent);
     EXPECT_TRUE(eventually([&] { return us.packets() == expected; })) << us.packets().size();
-    const std::chrono::nanoseconds time(us.listener.times().back());
+    const std::chrono::nanoseconds time = us.lastTime();
     EXPECT_GT(time, before.time_since_epoch() - 1s);
     EXPECT_LT(time, std::chrono::steady_clock::now().time_since_epoch() + 1s);
 
@@ -113,7 +156,7 @@ TEST(PipeWireMidiTest, PacketsArriveAsTheyWereSent) {
     keys.play(8);
     ASSERT_TRUE(us.hears(other, 9));
     EXPECT_EQ(us.packets().size(), heard + 1);
-    us.listener.input->disconnect();
+    us.input->disconnect();
     EXPECT_TRUE(eventually([&] {
         return server.links().find("TessivoInput") == std::string::npos ||
                server.links().find("|") == std::string::npos;
@@ -142,7 +185,7 @@ TEST(PipeWireMidiTest, PluggingInAndOutIsTold) {
     EXPECT_TRUE(us.hears(*keys, 3)) << "linked again";
     keys.reset();
     EXPECT_TRUE(eventually([&] { return us.notices().size() == 4; }));
-    us.listener.input->disconnect();
+    us.input->disconnect();
     EXPECT_EQ(us.connect(source), ENOENT) << "it has just vanished";
 }
 

@@ -24,23 +24,13 @@ using namespace tessivo::test;
 
 namespace {
 
-// The calls of one process function, under the guard. The list below only grows while streams are
-// opened and is read when they are closed.
+// The calls of one process function, under the guard. Made while streams are opened, read when
+// they are closed.
 struct GuardedProcess {
-    std::string name;
-    void* data;
-    const pw_stream_events* stream = nullptr;
-    const pw_filter_events* filter = nullptr;
-    pw_stream_events guardedStream{};
-    pw_filter_events guardedFilter{};
-    std::atomic<int> calls{0};
-    int mostWakeUps = 0; // in one call
-    realtime::Violations violations{};
-
     template <typename Process> void run(Process&& process) {
+        ++calls;
         if (realtime::isCounting()) {
             process(); // within another one, which counts for both
-            ++calls;
             return;
         }
         thread_local const bool watched = realtime::watchSystemCalls();
@@ -50,16 +40,30 @@ struct GuardedProcess {
         violations += seen;
         violations.systemCalls += watched ? 0 : 1;
         mostWakeUps = std::max(mostWakeUps, seen.wakeUps);
-        ++calls;
     }
+
+    std::string name;
+    void* data = nullptr;
+    pw_stream_events stream{};
+    pw_filter_events filter{};
+    std::atomic<int> calls{0};
+    int mostWakeUps = 0; // in one call
+    realtime::Violations violations{};
 };
 
 std::mutex guardedMutex;
 std::list<GuardedProcess> guarded;
 
-GuardedProcess& guard(const std::string& name, void* data) {
+GuardedProcess& guard(const char* name, void* data) {
     const std::scoped_lock lock(guardedMutex);
-    return guarded.emplace_back(name, data);
+    GuardedProcess& process = guarded.emplace_back();
+    process.name = name;
+    process.data = data;
+    return process;
+}
+
+template <typename Function> Function* clientLibrary(Function* /*type*/, const char* name) {
+    return reinterpret_cast<Function*>(dlsym(RTLD_NEXT, name));
 }
 
 } // namespace
@@ -68,44 +72,42 @@ GuardedProcess& guard(const std::string& name, void* data) {
 // the process functions: only our own code, and what it calls, is watched.
 extern "C" void pw_stream_add_listener(pw_stream* stream, spa_hook* hook,
                                        const pw_stream_events* events, void* data) {
-    static const auto next = reinterpret_cast<decltype(&pw_stream_add_listener)>(
-        dlsym(RTLD_NEXT, "pw_stream_add_listener"));
+    static auto* const next = clientLibrary(&pw_stream_add_listener, "pw_stream_add_listener");
     if (events->process == nullptr) {
         next(stream, hook, events, data);
         return;
     }
     const pw_properties* properties = pw_stream_get_properties(stream);
     GuardedProcess& process = guard(pw_properties_get(properties, PW_KEY_MEDIA_CATEGORY), data);
-    process.stream = events;
-    process.guardedStream = *events;
-    process.guardedStream.process = [](void* self) {
+    process.stream = *events;
+    static pw_stream_events guardedEvents = *events;
+    guardedEvents.process = [](void* self) {
         auto& us = *static_cast<GuardedProcess*>(self);
-        us.run([&us] { us.stream->process(us.data); });
+        us.run([&us] { us.stream.process(us.data); });
     };
-    next(stream, hook, &process.guardedStream, &process);
+    next(stream, hook, &guardedEvents, &process);
 }
 
 extern "C" void pw_filter_add_listener(pw_filter* filter, spa_hook* hook,
                                        const pw_filter_events* events, void* data) {
-    static const auto next = reinterpret_cast<decltype(&pw_filter_add_listener)>(
-        dlsym(RTLD_NEXT, "pw_filter_add_listener"));
+    static auto* const next = clientLibrary(&pw_filter_add_listener, "pw_filter_add_listener");
     if (pw_filter_get_name(filter) != std::string_view("Tessivo")) {
         next(filter, hook, events, data); // a controller of the test
         return;
     }
     GuardedProcess& process = guard("MIDI", data);
-    process.filter = events;
-    process.guardedFilter = *events;
-    process.guardedFilter.state_changed = [](void* self, pw_filter_state old, pw_filter_state state,
-                                             const char* error) {
+    process.filter = *events;
+    static pw_filter_events guardedEvents = *events;
+    guardedEvents.state_changed = [](void* self, pw_filter_state old, pw_filter_state state,
+                                     const char* error) {
         auto& us = *static_cast<GuardedProcess*>(self);
-        us.filter->state_changed(us.data, old, state, error);
+        us.filter.state_changed(us.data, old, state, error);
     };
-    process.guardedFilter.process = [](void* self, spa_io_position* position) {
+    guardedEvents.process = [](void* self, spa_io_position* position) {
         auto& us = *static_cast<GuardedProcess*>(self);
-        us.run([&us, position] { us.filter->process(us.data, position); });
+        us.run([&us, position] { us.filter.process(us.data, position); });
     };
-    next(filter, hook, &process.guardedFilter, &process);
+    next(filter, hook, &guardedEvents, &process);
 }
 
 TEST(RealtimeGuardTest, SeesAllocationsLocksAndSystemCalls) {
