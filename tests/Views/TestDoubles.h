@@ -133,27 +133,21 @@ public:
         return names;
     }
 
-    // A library of those loops, each a day older than the one before, with audio of one second.
-    Q_INVOKABLE void fill(const QStringList& names) {
+    // A library of those loops, each a day older than the one before, with audio of one second,
+    // each in a file of its own or all in one.
+    Q_INVOKABLE void fill(const QStringList& names, bool oneFile = false) {
         clear();
         std::vector<SavedLoop> loops;
         for (const QString& name : names) {
-            const QString file = fileOf(loops.size());
+            const QString file = fileOf(oneFile ? 0 : loops.size());
             const auto age = std::chrono::hours(24) * loops.size();
+            if (!oneFile || loops.empty())
+                writeOneSecond(file);
             loops.emplace_back(name, file, secondsSince2001Now() - age, 5.0, 16'044);
-            writeOneSecond(file);
         }
-        writeLibrary(loops);
-    }
-    // A library of that many loops, all of one file.
-    Q_INVOKABLE void fillWith(int count) {
-        fill({});
-        writeOneSecond(fileOf(0));
-        std::vector<SavedLoop> loops;
-        for (int i = 0; i < count; ++i)
-            loops.emplace_back(QStringLiteral("Loop %1").arg(i), fileOf(0),
-                               SecondsSince2001(count - i), 1.0, 16'044);
-        writeLibrary(loops);
+        QFile file(LoopFileManager::libraryMetadataURL().toLocalFile());
+        QVERIFY(file.open(QIODevice::WriteOnly));
+        file.write(LibraryMetadata::encode(loops));
     }
     Q_INVOKABLE void removeFileOf(int loop) {
         QVERIFY(QFile::remove(pathOf(fileOf(static_cast<std::size_t>(loop)))));
@@ -197,12 +191,6 @@ private:
         test::writeFile(pathOf(file).toStdString(), 4000,
                         {test::noise(4000, static_cast<unsigned>(qHash(file)))});
     }
-    static void writeLibrary(const std::vector<SavedLoop>& loops) {
-        QFile file(LoopFileManager::libraryMetadataURL().toLocalFile());
-        QVERIFY(file.open(QIODevice::WriteOnly));
-        file.write(LibraryMetadata::encode(loops));
-    }
-
     static QString location() { return pathOf(kName); }
 };
 

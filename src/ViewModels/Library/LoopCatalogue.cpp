@@ -33,7 +33,7 @@ std::vector<LoopCatalogue::Row> LoopCatalogue::identified(const std::vector<Save
     for (const SavedLoop& loop : loops) {
         rows.push_back({kUnknown, loop});
     }
-    // Each known loop is found once, though records that somebody wrote may share an id.
+    // Each old entry is used once, because records that somebody edited may share an id.
     std::vector<bool> isTaken(entries_.size(), false);
     const auto recognize = [&](auto&& markOf) {
         QHash<std::decay_t<decltype(markOf(loops.front()))>, std::size_t> known;
@@ -61,7 +61,8 @@ std::vector<LoopCatalogue::Row> LoopCatalogue::identified(const std::vector<Save
     return rows;
 }
 
-// Forgets names that no loop has any more, and gives the loops what is known of theirs.
+// Drops the keys of names that no loop has any more, and gives every entry the keys of its name if
+// they exist.
 void LoopCatalogue::keepKeysInUse() {
     KeysOfNames inUse;
     everyEntryHasKeys_ = true;
@@ -104,7 +105,7 @@ void LoopCatalogue::makeKeysAhead() {
                     });
 }
 
-// What is not known yet is worked out now.
+// Makes the missing keys now.
 void LoopCatalogue::ensureKeys() {
     if (everyEntryHasKeys_) {
         return;
@@ -133,7 +134,7 @@ std::vector<LoopCatalogue::Row> LoopCatalogue::rows(const QString& searchText, S
     }
     ensureKeys();
     const TextSearch::Pattern pattern(maker_->search.folded(searchText));
-    // In the order in which the keys lie in memory, which is several times as fast.
+    // In the order of the keys in memory, which is several times as fast.
     std::vector<char> isFound(entries_.size());
     std::transform(entries_.begin(), entries_.end(), isFound.begin(), [&](const Entry& entry) {
         return static_cast<char>(pattern.isIn(entry.keys->folded));

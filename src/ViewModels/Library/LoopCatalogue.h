@@ -15,8 +15,8 @@
 
 namespace tessivo {
 
-// The loops of the library made ready for being searched and put in order. What that needs to
-// know of a name is worked out once, in the background as a rule. Main thread only.
+// The loops of the library, prepared for search and sorting. The keys of a name that both need are
+// made once, usually ahead in the background. Main thread only.
 class LoopCatalogue : public QObject {
     Q_OBJECT
 
@@ -26,12 +26,12 @@ public:
 
     LoopCatalogue();
 
-    // Takes a new list in place of the last one. A loop is known again by its id, or else by
-    // its audio file, which a renamed record or a rebuilt library keeps.
+    // Replaces the list. A loop keeps its identity if its id is in the old list, or else its audio
+    // file, which stays the same when a loop is renamed or the library is rebuilt.
     void setLoops(const std::vector<SavedLoop>& loops);
 
-    // Those whose name contains the text, all for an empty one. Loops of equal rank keep the
-    // order that the list has.
+    // The loops whose name contains the text, or all for an empty text. Loops of equal rank keep
+    // the order of the list.
     std::vector<Row> rows(const QString& searchText, SortOrder order);
 
     std::optional<Identity> identityOf(const QUuid& id) const;
@@ -41,12 +41,12 @@ private:
         QString folded;
         QByteArray sortKey;
     };
-    using KeysOfNames = std::unordered_map<QString, NameKeys>; // its entries stay in place
+    using KeysOfNames = std::unordered_map<QString, NameKeys>; // addresses of entries are stable
     struct Entry {
         Row row;
-        const NameKeys* keys = nullptr; // none until somebody needs them
+        const NameKeys* keys = nullptr; // null until they are made
     };
-    // Knows the user's language. Any thread.
+    // Uses the rules of the user's language. Any thread.
     struct KeyMaker {
         NameKeys keysOf(const QString& name) const {
             return {search.folded(name), collation.sortKey(name)};

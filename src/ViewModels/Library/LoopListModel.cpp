@@ -16,19 +16,19 @@ namespace {
 
 using Row = LoopListModel::Row;
 
-// A list view takes some 10 to 20 us for each step, and more of them than this would be felt
-// while typing.
+// A list view takes 10 to 20 us for each step; more steps than this would be felt while typing.
 constexpr int kMostSteps = 64;
 
 QDateTime toDateTime(SecondsSince2001 date) {
-    // The file may say anything; three thousand years tell as much as three million.
+    // The file may contain any number, and a very large one overflows milliseconds. Three thousand
+    // years are enough.
     constexpr double kFarthest = 1e11;
     const double seconds = std::clamp(date.count(), -kFarthest, kFarthest) +
                            static_cast<double>(kUnixTimeOf2001.count());
     return QDateTime::fromMSecsSinceEpoch(static_cast<qint64>(std::floor(seconds * 1000.0)));
 }
 
-// The row without which the others are in ascending order, if there is one.
+// The index whose removal leaves the others in ascending order, if there is one.
 std::optional<int> onlyOneOutOfPlace(const std::vector<int>& places) {
     const auto begin = places.begin();
     const auto end = places.end();
@@ -49,26 +49,26 @@ int size(const std::vector<Row>& rows) {
 
 } // namespace
 
-// How one list becomes another: which rows go and which come, or which one moves.
+// How one list becomes another: the rows that are removed and inserted, or the one that moves.
 class LoopListModel::Steps {
 public:
     Steps(const std::vector<Row>& from, const std::vector<Row>& to);
 
-    // A list view can follow without being late or losing its place, which it may do when
-    // several rows move, or one together with other steps.
+    // Whether a list view can follow in time and without losing its scroll position, which it may
+    // lose when several rows move, or one row together with other steps.
     bool areFew() const { return count_ <= kMostSteps && (inOrder_ || moved_); }
-    // Where in the other list a row of the one is; -1 when it is gone.
+    // The place of a row in the new list; -1 when it is removed.
     int placeOf(const Row& row) const { return places_[row.identity]; }
-    // Whether a row of the other list has come anew.
+    // Whether the row at this place of the new list is inserted.
     bool isNew(int place) const { return isNew_[static_cast<std::size_t>(place)]; }
-    // The row that moves when nothing else does.
+    // The row that moves, if that is the only change.
     std::optional<int> moved() const { return moved_; }
 
 private:
     std::vector<int> places_; // by identity
     std::vector<bool> isNew_; // by place
-    int count_ = 0;           // runs of rows that go or come
-    bool inOrder_ = true;     // those that stay
+    int count_ = 0;           // runs of removed or inserted rows
+    bool inOrder_ = true;     // the rows that stay keep their order
     std::optional<int> moved_;
 };
 
@@ -108,7 +108,7 @@ LoopListModel::Steps::Steps(const std::vector<Row>& from, const std::vector<Row>
 LoopListModel::LoopListModel(QObject* parent)
     : QAbstractListModel(parent) {
     datesTimer_.setSingleShot(true);
-    datesTimer_.setTimerType(Qt::PreciseTimer); // never within the second that it ends
+    datesTimer_.setTimerType(Qt::PreciseTimer); // a coarse timer may fire before the second is over
     connect(&datesTimer_, &QTimer::timeout, this, &LoopListModel::refreshDates);
 }
 
@@ -196,7 +196,7 @@ void LoopListModel::removeFrom(int row, int count) {
     endRemoveRows();
 }
 
-// Takes them from the same rows of the other list.
+// Moves the rows out of the same places of the other list.
 void LoopListModel::insertAt(int row, std::vector<Row>& rows, int count) {
     beginInsertRows({}, row, row + count - 1);
     rows_.insert(rows_.begin() + row, std::make_move_iterator(rows.begin() + row),
@@ -224,7 +224,7 @@ void LoopListModel::refreshDates() {
     awaitNextDates();
 }
 
-// Seconds are counted only while a loop is that young.
+// The text of a date changes every second only in its first minute.
 void LoopListModel::awaitNextDates() {
     if (rows_.empty()) {
         datesTimer_.stop();

@@ -12,9 +12,9 @@
 
 namespace tessivo {
 
-// The rows of the library window. What changes is told row by row, so that a list keeps its
-// place, its hovered row and its preview marker; where that would be too many steps for a
-// list to follow quickly, the rows stay and show other loops. Main thread only.
+// The rows of the library window. A change is signalled as removed, inserted and moved rows, so
+// that a list view keeps its scroll position, its hovered row and its preview marker. When that
+// would take a list view too many steps, the rows stay and show other loops. Main thread only.
 class LoopListModel : public QAbstractListModel {
     Q_OBJECT
 
@@ -27,8 +27,8 @@ public:
         isPreviewingRole         // "isPreviewing"
     };
 
-    // What a person takes for one and the same loop has one number, also across a rename,
-    // which makes another record of it. The numbers are small: they count loops.
+    // The same number for the same loop, also after a rename, which replaces its record. The
+    // numbers count loops from 0, so they can index a vector.
     using Identity = std::uint32_t;
     struct Row {
         Identity identity = 0;

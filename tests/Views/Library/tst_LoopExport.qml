@@ -8,15 +8,8 @@ Item {
     width: 100
     height: 100
 
-    readonly property SavePanel panel: library.sheet ? library.sheet.savePanel as SavePanel : null
-
-    Component {
-        id: maker
-        LoopLibraryView {
-            id: libraryView
-            viewModel: Machine.viewModels.makeLibrary(libraryView)
-        }
-    }
+    readonly property SavePanel panel: library.window && library.window.librarySheet
+        ? library.window.librarySheet.savePanel as SavePanel : null
 
     // Where the desktop has no save panel of its own.
     LibraryTestCase {
@@ -30,13 +23,7 @@ Item {
             Disk.fill(["Beat", "a/b\n2.5"]);
             folder = Disk.emptyFolder();
             SaveLocations.folder = folder;
-            sheet = createTemporaryObject(maker, null);
-            sheet.requestActivate();
-            loaded();
-        }
-        function cleanup() {
-            sheet = null;
-            Background.finish();
+            open();
         }
         function part(name) {
             return find(scene.panel.contentItem.parent, name);
@@ -46,8 +33,7 @@ Item {
             return found !== null && found.visible;
         }
         function ask(loop) {
-            sheet.requestActivate();
-            tryVerify(() => sheet.active);
+            activate(sheet);
             mouseClick(rows()[loop], 100, 20, Qt.RightButton);
             tryVerify(() => shown("Export"));
             mouseClick(item("Export"));
@@ -137,11 +123,11 @@ Item {
                 : where + "/Beat.wav", true);
             answered();
             tryVerify(() => shown("Error"));
-            verify(data.message.test(sheet.viewModel.errorMessage), sheet.viewModel.errorMessage);
-            tryVerify(() => alertSays(sheet.viewModel.errorMessage));
+            verify(data.message.test(viewModel.errorMessage), viewModel.errorMessage);
+            tryVerify(() => alertSays(viewModel.errorMessage));
             keyClick(Qt.Key_Return);
-            tryVerify(() => !sheet.viewModel.showingError);
-            compare(sheet.viewModel.errorMessage, "");
+            tryVerify(() => !viewModel.showingError);
+            compare(viewModel.errorMessage, "");
             compare(SaveLocations.folder, data.folder === "file:///proc" ? data.folder : folder);
         }
 

@@ -9,20 +9,14 @@ Item {
     width: 100
     height: 100
 
-    property ContentView window: null
     property ContentView otherWindow: null
-    readonly property MIDISettingsView sheet: window ? window.midiSheet : null
-
-    Component {
-        id: maker
-        ContentView {
-            viewModels: Machine.viewModels
-        }
-    }
 
     // The sheet over the real window, with the real manager and controllers made by hand.
-    ViewTestCase {
+    SheetTestCase {
+        id: test
+
         name: "MIDISettingsView"
+        sheet: window ? window.midiSheet : null
 
         readonly property var commands: ["Record", "Play", "Stop", "Clear"]
         property MIDIManager manager: null
@@ -38,44 +32,30 @@ Item {
         }
 
         function init() {
-            scene.window = createTemporaryObject(maker, null);
-            manager = scene.window.midiManager;
+            makeWindow();
+            manager = window.midiManager;
             Controllers.store([80, 0, 1, 2]);
             Controllers.unplugAll();
             tryVerify(() => !manager.isConnected);
         }
 
         function open() {
-            scene.window.requestActivate();
-            tryVerify(() => scene.window.active);
-            mouseClick(find(scene.window.header, "MIDI Settings"));
-            tryVerify(() => scene.sheet && scene.sheet.active);
+            activate(window);
+            mouseClick(find(window.header, "MIDI Settings"));
+            tryVerify(() => sheet && sheet.active);
             flashes = [];
             manager.lastTriggeredActionChanged.connect(noteFlash);
         }
         function cleanup() {
             manager.lastTriggeredActionChanged.disconnect(noteFlash);
         }
-        // Where what has just come into sight will be.
-        function click(name) {
-            for (let part = item(name); part; part = part.parent)
-                tryVerify(() => !isPolishScheduled(part));
-            mouseClick(item(name));
-        }
         // With the first device connected.
         function openWith(...devices) {
             for (const device of devices)
                 Controllers.plugIn(device);
             open();
-            click(devices[0]);
+            click(item(devices[0]));
             tryVerify(() => manager.isConnected);
-        }
-        function item(name) {
-            return find(scene.sheet.contentItem.parent, name);
-        }
-        function shown(name) {
-            const found = item(name);
-            return found !== null && found.visible;
         }
         function learnButton(command) {
             return item("Learn " + command) ?? item("Listening for " + command);
@@ -93,10 +73,6 @@ Item {
             return commands.filter(command => Qt.colorEqual(row(command).color,
                 Qt.alpha(Theme.blue, 0.2)) && row(command).Accessible.description === "Triggered");
         }
-        function leave() {
-            scene.sheet.dismissed();
-            tryCompare(scene, "sheet", null);
-        }
 
         function test_without_a_device() {
             open();
@@ -107,15 +83,15 @@ Item {
             for (const command of commands)
                 verify(!learnButton(command).enabled);
             compare(rows(), ["G#5 (80)", "C-1 (0)", "C#-1 (1)", "D-1 (2)"]);
-            compare([scene.sheet.width, scene.sheet.height], [350, 650]);
-            compare([scene.sheet.minimumWidth, scene.sheet.maximumWidth], [300, 400]);
-            compare([scene.sheet.minimumHeight, scene.sheet.maximumHeight], [600, 800]);
+            compare([sheet.width, sheet.height], [350, 650]);
+            compare([sheet.minimumWidth, sheet.maximumWidth], [300, 400]);
+            compare([sheet.minimumHeight, sheet.maximumHeight], [600, 800]);
 
             // A device that is plugged in is listed, and waits to be picked.
             Controllers.plugIn("keys");
             tryVerify(() => shown("keys"));
             verify(shown("Disconnected") && !item("keys").Accessible.checked);
-            click("keys");
+            click(item("keys"));
             verify(shown("Connected") && shown("Device: keys") && item("keys").Accessible.checked);
             verify(Qt.colorEqual(item("Connected").color, Theme.green));
             verify(learnButton("Record").enabled);
@@ -141,7 +117,7 @@ Item {
             verify(twins()[0].activeFocus);
             keyClick(Qt.Key_Return);
             compare(Controllers.connectedIndex(), 0);
-            click("Refresh");
+            click(item("Refresh"));
             verify(twins()[0].activeFocus && shown("last"));
         }
 
@@ -157,7 +133,7 @@ Item {
             mouseClick(learnButton("Clear"));
             compare(listening(), [], "the button itself ends it");
             mouseClick(learnButton("Clear"));
-            click("Stop Learning");
+            click(item("Stop Learning"));
             compare(listening(), []);
             verify(!shown("Stop Learning"));
 
@@ -169,8 +145,8 @@ Item {
             compare(Controllers.storedNotes(), [80, 0, 1, 2]);
 
             // What was learned is in effect, but only a save keeps it.
-            click("Cancel");
-            tryCompare(scene, "sheet", null);
+            click(item("Cancel"));
+            tryCompare(test, "sheet", null);
             compare(Controllers.notesInEffect(), [80, 60, 1, 2]);
             compare(Controllers.storedNotes(), [80, 0, 1, 2]);
         }
@@ -178,16 +154,16 @@ Item {
         function test_notes_command_the_looper_while_the_sheet_is_open() {
             openWith("keys");
             Disk.clear();
-            Disk.playIn(scene.window.viewModel);
-            tryCompare(scene.window.loopState, "canPlay", true);
+            Disk.playIn(window.viewModel);
+            tryCompare(window.loopState, "canPlay", true);
             Controllers.play(2);
             compare(flashed().map(flash => flash.lit), [["Clear"], []]);
-            tryCompare(scene.window.loopState, "canPlay", false);
+            tryCompare(window.loopState, "canPlay", false);
             // The window's own keys wait.
-            verify(!find(scene.window.contentItem, "Record").parent.keysEnabled);
+            verify(!find(window.contentItem, "Record").parent.keysEnabled);
 
             // Whatever window there is has the commands, and none is no harm.
-            scene.otherWindow = createTemporaryObject(maker, null);
+            scene.otherWindow = createTemporaryObject(contentView, null);
             Disk.playIn(scene.otherWindow.viewModel);
             tryCompare(scene.otherWindow.loopState, "canPlay", true);
             Controllers.play(2);
@@ -204,7 +180,7 @@ Item {
             openWith("keys");
             const defaults = ["G#5 (80)", "C-1 (0)", "C#-1 (1)", "D-1 (2)"];
             const ask = () => {
-                click("Reset to Defaults");
+                click(item("Reset to Defaults"));
                 tryVerify(() => shown("Reset MIDI Configuration") && item("Reset"));
             };
             const answered = () => tryVerify(() => !shown("Reset MIDI Configuration"));
@@ -226,7 +202,7 @@ Item {
             answered();
             compare(rows(), ["C4 (60)", "C#4 (61)", "D4 (62)", "D#4 (63)"]);
             ask();
-            click("Reset");
+            click(item("Reset"));
             answered();
             compare(rows(), defaults);
             compare(Controllers.notesInEffect(), [60, 61, 62, 63]);
@@ -245,16 +221,16 @@ Item {
             keyClick(Qt.Key_Space);
             answered();
             compare(rows(), defaults);
-            click("Cancel");
-            tryCompare(scene, "sheet", null);
+            click(item("Cancel"));
+            tryCompare(test, "sheet", null);
             compare(Controllers.storedNotes(), [60, 61, 62, 63]);
             open();
             compare(rows(), ["C4 (60)", "A#4 (70)", "D4 (62)", "D#4 (63)"], "afresh");
             ask();
-            click("Reset");
+            click(item("Reset"));
             answered();
-            click("Save");
-            tryCompare(scene, "sheet", null);
+            click(item("Save"));
+            tryCompare(test, "sheet", null);
             compare([Controllers.storedNotes(), Controllers.notesInEffect()],
                     [[80, 0, 1, 2], [80, 0, 1, 2]]);
         }
@@ -262,12 +238,12 @@ Item {
         function test_every_way_out_ends_learning_data() {
             return [
                 { tag: "Escape", close: () => keyClick(Qt.Key_Escape) },
-                { tag: "Cancel", close: () => click("Cancel") },
-                { tag: "Save", close: () => click("Save"), saves: true },
+                { tag: "Cancel", close: () => click(item("Cancel")) },
+                { tag: "Save", close: () => click(item("Save")), saves: true },
                 { tag: "Ctrl+Return", close: () => keyClick(Qt.Key_Return, Qt.ControlModifier),
                     saves: true },
-                { tag: "window", close: () => scene.sheet.close() },
-                { tag: "main window", close: () => scene.window.destroy() }
+                { tag: "window", close: () => sheet.close() },
+                { tag: "main window", close: () => window.destroy() }
             ];
         }
         function test_every_way_out_ends_learning(data) {
@@ -277,21 +253,21 @@ Item {
             compare(flashed()[1].listening, []);
             mouseClick(learnButton("Record"));
             keyClick(Qt.Key_Return);
-            verify(manager.isLearningMode && scene.sheet.visible, "Return alone does nothing");
+            verify(manager.isLearningMode && sheet.visible, "Return alone does nothing");
             data.close();
             tryCompare(manager, "isLearningMode", false);
             compare(Controllers.storedNotes(), [80, 0, data.saves ? 90 : 1, 2]);
             if (data.tag !== "main window")
-                verify(!scene.window.showingMIDISettings && !scene.window.showingSheet);
+                verify(!window.showingMIDISettings && !window.showingSheet);
         }
 
         function test_sheets_come_one_after_the_other() {
             open();
-            scene.window.loopState.showingSaveDialog = true;
-            tryCompare(scene, "sheet", null);
-            verify(scene.window.saveSheet.visible);
-            scene.window.loopState.showingSaveDialog = false;
-            tryVerify(() => scene.sheet && scene.sheet.visible && !scene.window.saveSheet);
+            window.loopState.showingSaveDialog = true;
+            tryCompare(test, "sheet", null);
+            verify(window.saveSheet.visible);
+            window.loopState.showingSaveDialog = false;
+            tryVerify(() => sheet && sheet.visible && !window.saveSheet);
         }
 
         function test_the_keyboard_reaches_everything_and_brings_it_into_sight() {
@@ -309,9 +285,9 @@ Item {
                 verify(stop.activeFocus, name);
                 verify(stop.width > 0 && stop.width <= 302, name);
                 const y = stop.mapToItem(null, 0, 0).y;
-                verify(y >= 0 && y + stop.height <= scene.sheet.height, name + " at " + y);
+                verify(y >= 0 && y + stop.height <= sheet.height, name + " at " + y);
                 if (name === endless)
-                    tryVerify(() => shows(scene.sheet.contentItem.parent, endless), 3000, "in full");
+                    tryVerify(() => shows(sheet.contentItem.parent, endless), 3000, "in full");
             }
             item("Learn Play").forceActiveFocus(Qt.BacktabFocusReason);
             keyClick(Qt.Key_Space);

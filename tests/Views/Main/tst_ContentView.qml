@@ -7,21 +7,13 @@ Item {
     width: 100
     height: 100
 
-    Component {
-        id: maker
-        ContentView {
-            viewModels: Machine.viewModels
-        }
-    }
-
-    // The whole window with its real controller, on a machine without a sound server.
-    ViewTestCase {
+    // The whole window with its real controller.
+    SheetTestCase {
         name: "ContentView"
 
         function test_window() {
-            const window = createTemporaryObject(maker, null);
-            window.requestActivate();
-            tryVerify(() => window.active);
+            makeWindow();
+            activate(window);
             const content = window.contentItem;
             const toolbarHeight = window.height - content.height;
             compare([content.width, content.height], [400, 500]);

@@ -20,7 +20,6 @@ Item {
         name: "LevelMeterView"
 
         function init() {
-            meter.segmentCount = 20;
             meter.level = 0;
         }
 
@@ -61,18 +60,6 @@ Item {
             meter.level = data.level;
             segments().forEach((segment, i) =>
                 compare(segment.opacity, i < data.lit ? 1 : 0.3, "segment " + i));
-        }
-
-        function test_other_counts() {
-            meter.segmentCount = 0;
-            compare(segments().length, 0);
-            tryCompare(meter, "width", 0);
-            compare(meter.height, 20);
-            meter.segmentCount = 5;
-            meter.level = 0.1;
-            compare(segments().filter(segment => segment.opacity === 1).length, 4);
-            verify(Qt.colorEqual(segments()[3].color, Theme.yellow));
-            verify(Qt.colorEqual(segments()[4].color, Theme.red));
         }
 
         function test_only_what_changed_is_painted_again() {

@@ -114,14 +114,6 @@ Item {
             compare(scene.calls, ["stop", "play"]);
         }
 
-        function test_a_click_leaves_the_keys_alone() {
-            state.stop(true);
-            mouseClick(button("Record"));
-            verify(!button("Record").activeFocus);
-            keyClick(Qt.Key_Space);
-            compare(scene.calls, ["record", "play"]);
-        }
-
         function test_the_tab_key_gives_space_and_return_away() {
             state.stop(true);
             keyClick(Qt.Key_Tab);
