@@ -67,9 +67,11 @@ inline LoopHeard examine(const Listened& heard, std::size_t begin, std::size_t e
     while (last + 1 < end && follows(speaker[last], speaker[last + 1])) {
         ++last;
     }
+    // A frame from the middle, which no fade changes when it is heard again.
+    const std::size_t middle = plain + (last - plain) / 2;
     std::size_t again = last + 1;
     while (again + 1 < end &&
-           (speaker[again] != speaker[plain] || speaker[again + 1] != speaker[plain + 1])) {
+           (speaker[again] != speaker[middle] || speaker[again + 1] != speaker[middle + 1])) {
         ++again;
     }
     if (again + 1 >= end) {
@@ -77,7 +79,7 @@ inline LoopHeard examine(const Listened& heard, std::size_t begin, std::size_t e
     }
 
     LoopHeard loop;
-    loop.length = static_cast<std::int64_t>(again - plain);
+    loop.length = static_cast<std::int64_t>(again - middle);
     const std::int64_t lastMark = Mark::frame(speaker[last]);
     loop.first = (lastMark - loop.length + 1 + Mark::kFrames) % Mark::kFrames;
     const std::size_t next = plainFrom(last + 2);

@@ -62,6 +62,8 @@ public:
     // The one command that begins a take and that ends it and lets it sound. Returns its time
     // in frames, of which only differences mean something.
     virtual double press() = 0;
+    // Returns when the program says that its loop sounds.
+    virtual void awaitLoop() = 0;
     // Ends the sound; the next press begins a take again.
     virtual void stop() = 0;
 };
@@ -85,6 +87,7 @@ public:
     const char* name() const override { return "Tessivo"; }
     pid_t id() const override { return app_.id(); }
     double press() override { return static_cast<double>(play(kRecord)); }
+    void awaitLoop() override { app_.await("Playback started"); }
     void stop() override {
         play(kStop);
         app_.await("Playback stopped");
@@ -154,11 +157,10 @@ public:
         send(text("/sl/0/hit") + text(",s") + text("record"));
         return std::chrono::duration<double>(now).count() * kRate;
     }
+    void awaitLoop() override { await(kPlaying); }
     void stop() override {
         send(text("/sl/0/hit") + text(",s") + text("undo_all"));
-        if (!test::eventually([&] { return state() == kOff; })) {
-            throw std::runtime_error("the peer does not stop");
-        }
+        await(kOff);
     }
     void set(const std::string& path, const std::string& control, float value) {
         send(text(path) + text(",sf") + text(control) + number(value));
@@ -166,6 +168,7 @@ public:
 
 private:
     static constexpr int kOff = 0;
+    static constexpr int kPlaying = 4;
 
     static sockaddr_in local(std::uint16_t port) {
         sockaddr_in address{};
@@ -217,6 +220,12 @@ private:
             }
         }
         return state;
+    }
+
+    void await(int wanted) const {
+        if (!test::eventually([&] { return state() == wanted; })) {
+            throw std::runtime_error("the peer is not in state " + std::to_string(wanted));
+        }
     }
 
     void start() {

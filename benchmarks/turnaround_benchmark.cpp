@@ -181,10 +181,12 @@ int report(const Stage& stage, const Looper& looper, const std::vector<Take>& ta
     }
     std::printf("%s, cycle of %d frames, %zu takes: %d heard whole, %lld of them with silence in "
                 "the loop; %d never heard twice, %d broken, %d left out because the server lost "
-                "cycles\n",
+                "cycles; a direct link from microphone to speaker takes %lld frames, which are "
+                "subtracted\n",
                 looper.name(), stage.server.quantum(), takes.size(), faults[LoopHeard::Fault::none],
                 static_cast<long long>(holes), faults[LoopHeard::Fault::silent],
-                faults[LoopHeard::Fault::broken], faults[LoopHeard::Fault::disturbed]);
+                faults[LoopHeard::Fault::broken], faults[LoopHeard::Fault::disturbed],
+                static_cast<long long>(all.linkDelay));
     if (!turnaround.all.empty()) {
         turnaround.print("turnaround, loop behind the end of its take");
         silence.print("silence after the take");
