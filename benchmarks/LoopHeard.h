@@ -41,6 +41,15 @@ inline LoopHeard examine(const Listened& heard, std::size_t begin, std::size_t e
     const auto follows = [](float sample, float next) {
         return Mark::isExact(sample) && next == Mark::sample(0, Mark::frame(sample) + 1);
     };
+    // Without any cycle lost up to there, the frames of microphone and speaker tell the time.
+    const auto faultUntil = [&](std::size_t last, LoopHeard::Fault fault) {
+        for (std::size_t at = begin + 1; at < last; ++at) {
+            if (!follows(heard.microphone[at - 1], heard.microphone[at])) {
+                return LoopHeard::Fault::disturbed;
+            }
+        }
+        return fault;
+    };
     // Looks for frames that are no fade: whole numbers, each one after the other.
     const auto plainFrom = [&](std::size_t at) {
         constexpr std::size_t kEnough = 16;
@@ -53,11 +62,6 @@ inline LoopHeard examine(const Listened& heard, std::size_t begin, std::size_t e
         return end;
     };
 
-    for (std::size_t at = begin + 1; at < end; ++at) {
-        if (!follows(heard.microphone[at - 1], heard.microphone[at])) {
-            return {.fault = LoopHeard::Fault::disturbed};
-        }
-    }
     std::size_t audible = begin;
     while (audible < end && speaker[audible] == 0.0F) {
         ++audible;
@@ -75,17 +79,17 @@ inline LoopHeard examine(const Listened& heard, std::size_t begin, std::size_t e
         ++again;
     }
     if (again + 1 >= end) {
-        return {.fault = LoopHeard::Fault::silent};
+        return {.fault = faultUntil(end, LoopHeard::Fault::silent)};
     }
 
-    LoopHeard loop;
+    LoopHeard loop{.fault = faultUntil(again, LoopHeard::Fault::none)};
     loop.length = static_cast<std::int64_t>(again - middle);
     const std::int64_t lastMark = Mark::frame(speaker[last]);
     loop.first = (lastMark - loop.length + 1 + Mark::kFrames) % Mark::kFrames;
     const std::size_t next = plainFrom(last + 2);
     if (next >= end ||
         speaker[next] != Mark::sample(0, loop.first + static_cast<std::int64_t>(next - last - 1))) {
-        return {.fault = LoopHeard::Fault::broken};
+        return {.fault = faultUntil(end, LoopHeard::Fault::broken)};
     }
     // The microphone's marks go on frame by frame, so its frame with that mark is counted.
     const std::int64_t now = Mark::frame(heard.microphone[begin]);

@@ -279,7 +279,7 @@ int takeLengths(int quantum, int times, bool isBlocked) {
     }
     const unsigned waits = disturber.orders().mainThreadWaits;
     std::printf("Tessivo, cycle of %d frames, %d takes between two notes, main thread %s: %d not "
-                "contiguous\n",
+                "contiguous, for cycles lost by the server or by us\n",
                 quantum, times, isBlocked ? "blocked for 200 ms around each note" : "free", broken);
     length.print("length of the file minus distance of the notes");
     begin.print("first frame of the file behind the first note");
