@@ -92,7 +92,7 @@ public:
     }
 
     sound::OfflineDevice* device = nullptr;
-    SimpleLooperViewModel controller(makeLooperDevice());
+    SimpleLooperViewModel controller;
     RealTimeTurner turner;
 };
 
