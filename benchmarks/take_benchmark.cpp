@@ -11,7 +11,6 @@
 
 #include "Platform/Sound/File/AudioFile.h"
 #include "Platform/System/LogLine.h"
-#include "SystemDevices.h"
 #include "Utils/AudioUtils.h"
 #include "ViewModels/SimpleLooperViewModel.h"
 
@@ -92,7 +91,7 @@ public:
     }
 
     sound::OfflineDevice* device = nullptr;
-    SimpleLooperViewModel controller(makeLooperDevice());
+    SimpleLooperViewModel controller;
     RealTimeTurner turner;
 };
 
