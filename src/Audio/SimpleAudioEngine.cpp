@@ -141,7 +141,7 @@ void SimpleAudioEngine::enableLevelMonitoring() {
     updateTapHandler();
 }
 
-void SimpleAudioEngine::enableRecording(sound::TapBlock recordingHandler) {
+void SimpleAudioEngine::enableRecording(sound::TapHandler recordingHandler) {
     logLine("🎛️ [ENGINE] Enabling recording in unified tap");
     isRecordingActive_ = true;
     tapHandler_ = std::move(recordingHandler);
@@ -183,7 +183,7 @@ void SimpleAudioEngine::installUnifiedTap() {
     inputNode().installTap(kTapBufferFrames, format, tapHandler_);
 }
 
-sound::TapBlock SimpleAudioEngine::makeLevelHandler() {
+sound::TapHandler SimpleAudioEngine::makeLevelHandler() {
     return [self = QPointer(this), clock = levelClock_](const auto& buffer, const auto&) {
         if (!clock->isDue()) {
             return;

@@ -30,7 +30,7 @@ public:
     void start();
     void enableLevelMonitoring();
     // From now on every captured buffer goes to the handler first and then to the level meter.
-    void enableRecording(sound::TapBlock recordingHandler);
+    void enableRecording(sound::TapHandler recordingHandler);
     // Returns when the recording handler has had everything captured so far.
     void disableRecording();
     void stop();
@@ -57,7 +57,7 @@ private:
     void handleConfigurationChange();
     void updateTapHandler();
     void installUnifiedTap();
-    sound::TapBlock makeLevelHandler();
+    sound::TapHandler makeLevelHandler();
 
     sound::AudioEngine audioEngine_;
     std::shared_ptr<sound::MixerNode> monitoringMixerNode_;
@@ -65,7 +65,7 @@ private:
     std::unique_ptr<SimplePlayer> player_;
     bool isEngineRunning_ = false;
     float inputLevel_ = 0.0F;
-    sound::TapBlock tapHandler_;
+    sound::TapHandler tapHandler_;
     bool isLevelMonitoringEnabled_ = false;
     bool isRecordingActive_ = false;
     struct LevelClock;

@@ -179,14 +179,15 @@ bool LoopLibrary::applyChanges(Loops& loops) {
     return !changes.empty();
 }
 
-// Changes the published list at once. During a load the result is changed too, when it comes,
-// and the file is written only then: the published list may lack what other stores changed.
-void LoopLibrary::change(const Change& onList, Change onResult) {
+// Applies onPublished to the published list now. While a load runs, onLoaded is kept for the list
+// that it delivers, and the file is written after that: the published list may lack what other
+// stores changed.
+void LoopLibrary::change(const Change& onPublished, Change onLoaded) {
     Loops loops = savedLoops_;
-    onList(loops);
+    onPublished(loops);
     publish(savedLoops_, std::move(loops), &LoopLibrary::savedLoopsChanged);
     if (loadPending_) {
-        changesDuringLoad_.push_back(std::move(onResult));
+        changesDuringLoad_.push_back(std::move(onLoaded));
     } else {
         saveLibrary();
     }

@@ -68,7 +68,7 @@ private:
     void finishRebuild(Loops loops);
     void failRebuild(const std::string& reason);
     bool applyChanges(Loops& loops);
-    void change(const Change& onList, Change onResult);
+    void change(const Change& onPublished, Change onLoaded);
     bool loadAgainIfOutdated();
     void saveLibrary();
 

@@ -21,7 +21,7 @@
 namespace tessivo {
 namespace {
 
-// From the end of a take to its playback, so that the posted writes of the state come first.
+// From the end of a take to its playback: long enough for the state to be seen stopped.
 constexpr std::chrono::milliseconds kPlaybackDelay{100};
 
 // Reports when the size of an existing take cannot be read.
@@ -177,16 +177,16 @@ void SimpleLooperViewModel::stopRecording() {
 
 void SimpleLooperViewModel::stopRecordingAndStartPlayback() {
     stopRecording();
-    const std::uint64_t order = ++playbackOrder_;
-    MainQueue::postAfter(kPlaybackDelay, this, [this, order] {
-        if (order == playbackOrder_) {
+    const std::uint64_t number = ++deferredPlaybackNumber_;
+    MainQueue::postAfter(kPlaybackDelay, this, [this, number] {
+        if (number == deferredPlaybackNumber_) {
             startPlayback();
         }
     });
 }
 
 void SimpleLooperViewModel::cancelDeferredPlayback() {
-    ++playbackOrder_;
+    ++deferredPlaybackNumber_;
 }
 
 void SimpleLooperViewModel::startPlayback() {

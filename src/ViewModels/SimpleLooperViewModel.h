@@ -20,7 +20,7 @@ class SimpleRecorder;
 
 // The looper's one controller: turns the transport commands and the monitoring switch into
 // calls on the audio engine, its recorder and its player, and into writes of the loop
-// state. Main thread only.
+// state. Main thread only, except saveCurrentLoop().
 //
 // Writes of the loop state are posted, so within one operation the state keeps its old values;
 // diagnostic lines appear at once. A change of the loop state is signalled as a change of the
@@ -94,7 +94,8 @@ private:
     SimpleAudioEngine audioEngine_;
     SimpleRecorder* recorder_ = nullptr; // the engine's, from the first recording on
     SimplePlayer* player_ = nullptr;     // the engine's, from the first playback on
-    std::uint64_t playbackOrder_ = 0;    // number of the deferred playback that is still valid
+    std::uint64_t deferredPlaybackNumber_ =
+        0; // number of the deferred playback that is still valid
     std::mutex currentAudioMutex_;
     CurrentAudio currentAudio_;
 };

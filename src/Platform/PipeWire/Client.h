@@ -13,16 +13,17 @@ namespace tessivo::pipewire {
 // lost is made anew as soon as a server is there again.
 class Client {
 public:
-    // The client's user. Called with the loop locked; settle() on the loop's thread.
+    // The client's user. Called with the loop locked; reconcile() on the loop's thread.
     class User {
     public:
         // Every connection begins and ends with one of these. What belongs to the connection is
         // created in the one and destroyed in the other.
         virtual void connected(Connection& connection) = 0;
         virtual void disconnecting() = 0;
-        // Does what follows from what has changed; see Loop. Returns whether something is
-        // awaited that is not announced by an event: then it is called again soon.
-        virtual bool settle() = 0;
+        // Opens, closes and reports whatever the latest events call for; see Loop::wake().
+        // Returns whether it waits for something that no event announces: then it is called
+        // again soon.
+        virtual bool reconcile() = 0;
 
     protected:
         ~User() = default;
@@ -51,7 +52,7 @@ public:
     bool await(std::chrono::nanoseconds limit, const Condition& condition) {
         return loop_.await(limit, condition);
     }
-    void attend() { loop_.attend(); }
+    void wake() { loop_.wake(); }
 
     // All of the following with the loop locked.
 
@@ -71,7 +72,7 @@ public:
 
 private:
     void open();
-    void settle();
+    void reconcile();
 
     Settings settings_;
     User& user_;

@@ -83,12 +83,18 @@ void AudioEngine::start() {
     device_->start(*this, {capturing_});
     running_ = true;
     // A server that came only now may run at another rate than was expected before.
-    if (const double rate = device_->formats().renderRate; rate != renderRate_) {
-        stopTap();
-        renderRate_ = rate;
-        startTap();
-        updatePlan();
+    followRate(device_->formats().renderRate);
+}
+
+// Ramps, the tap's queue and whatever a node derives from the rate are made anew for it.
+void AudioEngine::followRate(double renderRate) {
+    if (renderRate == renderRate_) {
+        return;
     }
+    stopTap();
+    renderRate_ = renderRate;
+    startTap();
+    updatePlan();
 }
 
 bool AudioEngine::usesInput() const {
@@ -129,7 +135,8 @@ ReaderThread& AudioEngine::readerThread() {
     return *readerThread_;
 }
 
-void AudioEngine::installTap(std::uint32_t bufferSize, const AudioFormat& format, TapBlock block) {
+void AudioEngine::installTap(std::uint32_t bufferSize, const AudioFormat& format,
+                             TapHandler block) {
     removeTap();
     tap_ = InstalledTap{bufferSize, format, std::move(block), nullptr};
     startTap();
@@ -172,7 +179,7 @@ void AudioEngine::stopTap() {
 void AudioEngine::devicesChanged() {
     formats_ = device_->formats();
     if (!running_) {
-        renderRate_ = formats_.renderRate;
+        followRate(formats_.renderRate);
     }
     // A tap that was installed while there was no input begins with the first one.
     if (tap_ && tap_->format.channelCount() == 0 && formats_.input.channelCount() > 0) {

@@ -6,7 +6,7 @@
 #include "Platform/Sound/MixerNode.h"
 #include "Platform/Sound/NodeHost.h"
 #include "Platform/Sound/OutputNode.h"
-#include "Platform/Sound/Render/PlanBuilder.h"
+#include "Platform/Sound/PlanBuilder.h"
 #include "Platform/Sound/Render/PlanExchange.h"
 #include "Platform/Sound/Tap/TapThread.h"
 
@@ -66,7 +66,7 @@ private:
     struct InstalledTap {
         std::uint32_t bufferSize = 0;
         AudioFormat format;
-        TapBlock block;
+        TapHandler block;
         std::shared_ptr<TapQueue> queue; // none while there is no input
     };
 
@@ -77,12 +77,13 @@ private:
     double renderRate() const override { return renderRate_; }
     double outputLatency() const override { return device_->outputLatency(); }
     ReaderThread& readerThread() override;
-    void installTap(std::uint32_t bufferSize, const AudioFormat& format, TapBlock block) override;
+    void installTap(std::uint32_t bufferSize, const AudioFormat& format, TapHandler block) override;
     void removeTap() override;
 
     // Audio callback.
     void render(const RenderCycle& cycle) TESSIVO_REALTIME override;
 
+    void followRate(double renderRate); // Hz
     bool usesInput() const;
     void captureIfUsed();
     void startTap();

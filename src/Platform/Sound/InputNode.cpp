@@ -30,7 +30,7 @@ AudioFormat InputNode::outputFormat() const {
                : format;
 }
 
-void InputNode::installTap(std::uint32_t bufferSize, const AudioFormat& format, TapBlock block) {
+void InputNode::installTap(std::uint32_t bufferSize, const AudioFormat& format, TapHandler block) {
     host()->installTap(bufferSize, format, std::move(block));
 }
 

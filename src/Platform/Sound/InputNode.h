@@ -2,7 +2,7 @@
 
 #include "Platform/Sound/AudioFormat.h"
 #include "Platform/Sound/AudioNode.h"
-#include "Platform/Sound/Tap/TapBlock.h"
+#include "Platform/Sound/Tap/TapHandler.h"
 
 #include <cstdint>
 
@@ -24,7 +24,7 @@ public:
     // from the engine's. There is one tap: an installed one is removed first. A tap
     // installed while there is no input delivers in the input's format once there is one.
     // A rate that cannot be converted ends the tap; the engine's diagnostics say so.
-    void installTap(std::uint32_t bufferSize, const AudioFormat& format, TapBlock block);
+    void installTap(std::uint32_t bufferSize, const AudioFormat& format, TapHandler block);
 
     // Delivers all frames captured before the call, the last short buffer included, and
     // returns when the block has had them; the block is not called again. Harmless without

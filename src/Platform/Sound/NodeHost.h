@@ -1,7 +1,7 @@
 #pragma once
 
 #include "Platform/Sound/Device/AudioDevice.h"
-#include "Platform/Sound/Tap/TapBlock.h"
+#include "Platform/Sound/Tap/TapHandler.h"
 
 #include <cstdint>
 
@@ -27,7 +27,7 @@ public:
 
     // See InputNode.
     virtual void installTap(std::uint32_t bufferSize, const AudioFormat& format,
-                            TapBlock block) = 0;
+                            TapHandler block) = 0;
     virtual void removeTap() = 0;
 
 protected:

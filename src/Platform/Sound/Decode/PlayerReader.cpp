@@ -145,8 +145,8 @@ void PlayerReader::discard() {
     dropScheduled(0);
 }
 
-// Few enough that a higher render rate does not make them more than the ring has room for
-// beyond the read-ahead.
+// Limits a step so that, converted to the render rate, it fits the ring's room beyond the
+// read-ahead.
 std::int64_t PlayerReader::framesPerStep(const AudioFileReader& file) const {
     const double limit =
         kReadChunkFrames * std::min(1.0, 2.0 * file.format().sampleRate() / renderRate_);
@@ -168,14 +168,14 @@ std::optional<milliseconds> PlayerReader::decode() {
     }
     ring_->setMoreToCome(true);
     const auto count = std::min(framesPerStep(file), file.length() - filePosition_);
-    if (wholeFile_ != scheduled.file) {
+    if (fileInMemory_ != scheduled.file) {
         readStep(file, count);
-        wholeFile_ = count == file.length() ? scheduled.file : nullptr;
+        fileInMemory_ = count == file.length() ? scheduled.file : nullptr;
     }
     filePosition_ += count;
     const bool passDone = filePosition_ == file.length();
     std::uint32_t passes = 1;
-    if (wholeFile_) {
+    if (fileInMemory_) {
         const auto inStep = static_cast<std::uint32_t>(framesPerStep(file) / count);
         passes = std::min(scheduled.passes - passesDone_, inStep);
     }

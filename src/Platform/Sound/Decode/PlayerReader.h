@@ -89,8 +89,9 @@ private:
     std::optional<Clock::time_point> endTakenAt_; // when the first pass end left the ring
     double converterRate_ = 0.0;                  // Hz, of the files that it converts
     std::unique_ptr<RateConverter> converter_;
-    std::vector<float> stereo_;                  // the decoded step, interleaved
-    std::shared_ptr<AudioFileReader> wholeFile_; // the one that stereo_ holds whole, or none
+    std::vector<float> stereo_; // the decoded step, interleaved
+    std::shared_ptr<AudioFileReader>
+        fileInMemory_; // a short file that stereo_ holds whole: later passes need no disk
     bool failed_ = false;
     bool retired_ = false;
 };

@@ -31,7 +31,7 @@ public:
 
 private:
     static constexpr std::uint32_t kCapacity = 4 * kMaxRenderFrames;
-    // Frames that stayed in it for so many cycles only add latency: dropped.
+    // A fill level that was never undercut in so many cycles is only latency: it is dropped.
     static constexpr std::uint32_t kTrimCycles = 512;
 
     void drop(std::uint32_t frames) TESSIVO_REALTIME;
@@ -40,8 +40,8 @@ private:
     std::uint32_t first_ = 0;
     std::uint32_t size_ = 0;
     bool fetched_ = true;
-    std::uint32_t lowest_ = 0;
-    std::uint32_t cycles_ = 0;
+    std::uint32_t lowestFill_ = 0;
+    std::uint32_t cyclesWatched_ = 0;
 };
 
 } // namespace tessivo::sound

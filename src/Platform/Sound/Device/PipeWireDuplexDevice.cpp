@@ -34,7 +34,7 @@ AudioError worded(const std::system_error& error) {
 
 PipeWireDuplexDevice::PipeWireDuplexDevice(const std::string& applicationName, Connect when)
     : client_({"tessivo-sound", applicationName, kRoundTrips}, *this)
-    , streams_(applicationName, cycles_, [this] { client_.attend(); }) {
+    , streams_(applicationName, cycles_, [this] { client_.wake(); }) {
     if (when == Connect::atStart) {
         return;
     }
@@ -68,7 +68,7 @@ void PipeWireDuplexDevice::start(AudioRenderer& renderer, const Request& request
         streams_.start(*renderRate_, request);
         cycles_.start(renderer, *renderRate_);
         streams_.follow(client_.connection()->core(), *defaults_);
-        client_.attend(); // for the poll interval and the change notice
+        client_.wake(); // for the poll interval and the change notice
     });
 }
 
@@ -86,7 +86,7 @@ void PipeWireDuplexDevice::setChangeHandler(std::function<void()> handler) {
 }
 
 void PipeWireDuplexDevice::connected(pipewire::Connection& connection) {
-    defaults_.emplace(connection, [this] { client_.attend(); });
+    defaults_.emplace(connection, [this] { client_.wake(); });
     formats_.connected();
     if (client_.hasBeenAnswered()) {
         formats_.awaitReturn();
@@ -99,7 +99,7 @@ void PipeWireDuplexDevice::disconnecting() {
     requestNamesAt_.reset();
 }
 
-bool PipeWireDuplexDevice::settle() {
+bool PipeWireDuplexDevice::reconcile() {
     pipewire::Connection* const connection = client_.answeredConnection();
     if (connection == nullptr) {
         return false;

@@ -30,7 +30,7 @@ public:
 
 private:
     mutable std::mutex mutex_;
-    AudioDevice::Formats formats_{{}, {}, 48000.0}; // the owner reads it without the mutex
+    AudioDevice::Formats formats_{{}, {}, 48000.0}; // written by the owner only
     std::string inputSerial_;
     std::string outputSerial_;
     std::optional<std::chrono::steady_clock::time_point> returnDeadline_;

@@ -26,8 +26,9 @@ private:
                      std::uint32_t frames) TESSIVO_REALTIME;
 
     std::vector<std::unique_ptr<RenderStep>> steps_;
-    std::vector<StereoBlock> blocks_;   // one a step
-    std::vector<StereoBuffer> buffers_; // one a step; zeroed, so that no page is missing later
+    std::vector<StereoBlock> blocks_; // one a step
+    std::vector<StereoBuffer>
+        buffers_; // one a step; written once at first, so that the callback causes no page fault
     std::shared_ptr<TapQueue> tap_;
     std::uint32_t rampFrames_;
 };

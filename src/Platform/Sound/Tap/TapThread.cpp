@@ -15,7 +15,7 @@ namespace tessivo::sound {
 
 struct TapThread::Tap {
     Tap(std::shared_ptr<TapQueue> tapQueue, double rate, std::uint32_t bufferSize,
-        const AudioFormat& format, TapBlock tapBlock)
+        const AudioFormat& format, TapHandler tapBlock)
         : queue(std::move(tapQueue))
         , queueRate(rate)
         , buffer(format, bufferSize)
@@ -34,7 +34,7 @@ struct TapThread::Tap {
     std::shared_ptr<TapQueue> queue;
     double queueRate;      // Hz
     AudioPCMBuffer buffer; // being filled
-    TapBlock block;        // none any more after an error
+    TapHandler block;      // none any more after an error
 
 private:
     void deliverConverted(bool finish);
@@ -127,7 +127,7 @@ TapThread::TapThread(DiagnosticSink diagnostics)
 TapThread::~TapThread() = default;
 
 void TapThread::install(std::shared_ptr<TapQueue> queue, double queueRate, std::uint32_t bufferSize,
-                        const AudioFormat& format, TapBlock block) {
+                        const AudioFormat& format, TapHandler block) {
     auto tap =
         std::make_shared<Tap>(std::move(queue), queueRate, bufferSize, format, std::move(block));
     {

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "Platform/Sound/Diagnostics.h"
-#include "Platform/Sound/Tap/TapBlock.h"
+#include "Platform/Sound/Tap/TapHandler.h"
 #include "Platform/Sound/Tap/TapQueue.h"
 
 #include <condition_variable>
@@ -24,7 +24,7 @@ public:
     // Delivers the frames of the queue, at queueRate (Hz), in that format, which has the
     // queue's channels.
     void install(std::shared_ptr<TapQueue> queue, double queueRate, std::uint32_t bufferSize,
-                 const AudioFormat& format, TapBlock block);
+                 const AudioFormat& format, TapHandler block);
 
     // Returns when the block has had all frames that are in the queue; the callback must not
     // use it any more. Harmless without a tap.

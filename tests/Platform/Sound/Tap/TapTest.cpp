@@ -15,7 +15,7 @@ struct Take {
     std::vector<std::uint32_t> lengths;
     bool contiguous = true;
 
-    TapBlock block() {
+    TapHandler block() {
         return [this](const AudioPCMBuffer& buffer, const AudioTime& time) {
             contiguous =
                 contiguous && (samples.empty() ||
