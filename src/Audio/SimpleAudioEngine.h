@@ -26,7 +26,7 @@ public:
     // Stops; a take in progress is completed with all that was captured.
     ~SimpleAudioEngine() override;
 
-    // Throws what the device says when it cannot start. Harmless when running.
+    // Throws what the device says when it cannot start. Does nothing when already running.
     void start();
     void enableLevelMonitoring();
     // From now on every captured buffer goes to the handler first and then to the level meter.

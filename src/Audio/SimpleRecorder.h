@@ -21,8 +21,8 @@ public:
     explicit SimpleRecorder(SimpleAudioEngine& audioEngine);
     ~SimpleRecorder() override;
 
-    // Begins a take. Throws AudioError when its file cannot be made; recordingURL() is then
-    // the location at which there is no file. Harmless during a take.
+    // Begins a take. Throws AudioError when its file cannot be created; recordingURL() is then the
+    // location that was tried. Does nothing during a take.
     void startRecording();
 
     // Ends the take; when it returns, the file is complete and holds all that was captured.

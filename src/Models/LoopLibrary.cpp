@@ -245,7 +245,7 @@ void LoopLibrary::renameLoop(const SavedLoop& loop, const QString& newName) {
     const auto index = old - savedLoops_.begin();
     change([&](Loops& loops) { loops[static_cast<std::size_t>(index)] = renamed; },
            [renamed](Loops& loops) {
-               // By its file: a rebuild gives records new ids.
+               // By its file: a rebuild gives entries new ids.
                const auto same = std::find_if(loops.begin(), loops.end(), [&](const auto& other) {
                    return other.filename() == renamed.filename();
                });

@@ -21,7 +21,8 @@
 namespace tessivo {
 namespace {
 
-// From the end of a take to its playback: long enough for the state to be seen stopped.
+// From the end of a take to the start of its playback: long enough for the state to be seen
+// stopped. It is heard as a pause before the first pass.
 constexpr std::chrono::milliseconds kPlaybackDelay{100};
 
 // Reports when the size of an existing take cannot be read.

@@ -10,10 +10,11 @@ namespace {
 // Inaudible as a delay, and hardly any load.
 constexpr std::chrono::milliseconds kPollInterval{1};
 
-// Packets in one call of the handler. The next notice waits for no more than these.
+// Packets in one call of the handler. setPacketHandler() waits for one such call at most; notices
+// wait until the queue is empty.
 constexpr std::size_t kPacketsAtOnce = 256;
 
-// A packet's memory is freed when a long system message made it larger than this.
+// A packet's memory is freed when a long system exclusive message made it larger than this.
 constexpr std::size_t kKeptBytes = 256;
 
 } // namespace

@@ -11,7 +11,8 @@ namespace tessivo::midi {
 
 namespace {
 
-// Without a sound stream, a controller alone decides how short the cycles of the graph are.
+// Requests short cycles: when no sound stream runs, the cycles could be long, and notes would
+// arrive late.
 constexpr const char* kRequestedLatency = "64/48000";
 
 } // namespace

@@ -13,7 +13,8 @@ namespace tessivo::pipewire {
 // lost is made anew as soon as a server is there again.
 class Client {
 public:
-    // The client's user. Called with the loop locked; reconcile() on the loop's thread.
+    // What the owner of a client implements. Called with the loop locked; reconcile() on the loop's
+    // thread.
     class User {
     public:
         // Every connection begins and ends with one of these. What belongs to the connection is
@@ -44,7 +45,7 @@ public:
     // Not locked. Ends the connection and the loop's thread.
     void stop();
 
-    // As the loop's.
+    // The same as Loop::locked(), await() and wake().
     template <typename Work> decltype(auto) locked(Work&& work) {
         return loop_.locked(std::forward<Work>(work));
     }
@@ -57,8 +58,9 @@ public:
     // All of the following with the loop locked.
 
     // Connects unless there is a connection, and awaits the server's first answers. Throws
-    // std::system_error when there is no server (what connecting said), when it does not answer
-    // within the limit (ETIMEDOUT), or when the client library cannot be used (ENOSYS).
+    // std::system_error when there is no server (with the error of the connection attempt), when it
+    // does not answer within the limit (ETIMEDOUT), or when the client library cannot be used
+    // (ENOSYS).
     void connect(std::chrono::nanoseconds limit);
     void disconnect();
 

@@ -29,8 +29,9 @@ public:
         return std::forward<Work>(work)();
     }
 
-    // Has reconcile called soon, once for several calls, and await() look at its condition.
-    // Objects must not be destroyed in their own event functions; reconcile may do that.
+    // Requests a call of reconcile() on the loop's thread (several requests may lead to one call),
+    // and makes await() test its condition again. An event function must not destroy the object
+    // that called it; reconcile() may.
     void wake();
 
     // Loop locked. How often reconcile is called anyway; 0 is never.
@@ -51,7 +52,7 @@ public:
     }
 
     // Not locked. When it returns, reconcile and event functions are not running and are not
-    // called again. Harmless when repeated.
+    // called again. May be repeated.
     void stop();
 
 private:

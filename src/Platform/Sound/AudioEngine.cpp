@@ -37,7 +37,8 @@ AudioEngine::~AudioEngine() {
     device_->setChangeHandler({});
     AudioEngine::removeTap();
     stop();
-    // The threads end before what they use, and the last notices come.
+    // The threads end first, because they use the other members. The reader thread sends the
+    // notices that are still due before it ends.
     readerThread_.reset();
     tapThread_.reset();
     for (const auto& node : attached_) {
@@ -150,7 +151,7 @@ void AudioEngine::removeTap() {
 }
 
 void AudioEngine::startTap() {
-    // A device that names no rate is as good as none.
+    // Without an input channel, or without a known rate, there is nothing to tap yet.
     if (!tap_ || !AudioFormat::standard(tap_->format.sampleRate(), tap_->format.channelCount())) {
         return;
     }
@@ -163,7 +164,7 @@ void AudioEngine::startTap() {
     tapThread_->install(tap_->queue, renderRate_, tap_->bufferSize, format, tap_->block);
 }
 
-// The block has all frames when the callback has left the plan that fills the queue and the
+// The handler has had all frames when the callback has left the plan that fills the queue and the
 // tap thread has emptied it.
 void AudioEngine::stopTap() {
     if (!tap_ || !tap_->queue) {

@@ -105,7 +105,6 @@ void LoopCatalogue::makeKeysAhead() {
                     });
 }
 
-// Makes the missing keys now.
 void LoopCatalogue::ensureKeys() {
     if (everyEntryHasKeys_) {
         return;

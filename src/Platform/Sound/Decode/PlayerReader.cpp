@@ -145,8 +145,8 @@ void PlayerReader::discard() {
     dropScheduled(0);
 }
 
-// Limits a step so that, converted to the render rate, it fits the ring's room beyond the
-// read-ahead.
+// At most kReadChunkFrames, and so few that conversion makes at most twice as many: the ring has
+// room for these beyond the read-ahead (PlayerRing::capacityFor()).
 std::int64_t PlayerReader::framesPerStep(const AudioFileReader& file) const {
     const double limit =
         kReadChunkFrames * std::min(1.0, 2.0 * file.format().sampleRate() / renderRate_);

@@ -58,7 +58,7 @@ public:
     virtual void start(AudioRenderer& renderer, const Request& request) = 0;
 
     // Ends cycles; when it returns, render() is not running and is not called again.
-    // Harmless when not started.
+    // Does nothing when not started.
     virtual void stop() = 0;
 
     // Time from a rendered frame to the moment it is heard, seconds. Any thread.

@@ -11,7 +11,7 @@ namespace tessivo::sound {
 
 namespace {
 
-// The user's own settings of the sound server take precedence.
+// Short cycles, for a short delay. Not requested when the environment sets PIPEWIRE_LATENCY.
 constexpr int kRequestedLatencyFrames = 64;
 
 pw_properties* streamProperties(const PipeWireStreamSettings& settings, bool capture,

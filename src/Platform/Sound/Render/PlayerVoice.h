@@ -16,7 +16,7 @@ namespace tessivo::sound {
 // frames out of the ring, fades them out after a stop and counts underruns.
 class PlayerVoice {
 public:
-    // Adds the frames that were missing to `underruns`.
+    // underruns: the counter to which render() adds missing frames.
     PlayerVoice(std::shared_ptr<PlayerRing> ring,
                 std::shared_ptr<std::atomic<std::int64_t>> underruns)
         : ring_(std::move(ring))

@@ -6,8 +6,8 @@
 
 namespace tessivo::sound {
 
-// What a tap does with each buffer. Runs on the tap thread, one buffer at a time. It may wait
-// for a disk, as the queue behind it holds 40 s.
+// Receives each buffer of a tap. Called on the tap thread, one buffer at a time. It may wait for a
+// disk, as the queue before it holds 40 s.
 using TapHandler = std::function<void(const AudioPCMBuffer&, const AudioTime&)>;
 
 } // namespace tessivo::sound

@@ -181,7 +181,7 @@ void TapThread::work(Tap& tap, bool finish) {
             diagnostics_("The disk was blocked for too long: " + std::to_string(lost) +
                          " captured frames were lost and replaced by silence");
         }
-        // What the block holds is released here, on the thread that used it.
+        // What the handler holds is released here, on the thread that used it.
         tap.block = nullptr;
     }
 }

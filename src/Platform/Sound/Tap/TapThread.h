@@ -12,7 +12,7 @@
 namespace tessivo::sound {
 
 // The thread on which taps run: it takes captured frames from the tap queue, cuts them into
-// buffers and calls the tap's block, which may wait for a disk. One tap at a time. install()
+// buffers and calls the tap's handler, which may wait for a disk. One tap at a time. install()
 // and remove() belong to the main thread. A tap that fails ends with one diagnostic line.
 class TapThread {
 public:
@@ -26,8 +26,8 @@ public:
     void install(std::shared_ptr<TapQueue> queue, double queueRate, std::uint32_t bufferSize,
                  const AudioFormat& format, TapHandler block);
 
-    // Returns when the block has had all frames that are in the queue; the callback must not
-    // use it any more. Harmless without a tap.
+    // Returns when the handler has had all frames that are in the queue; the callback must not use
+    // the queue any more. Does nothing without a tap.
     void remove();
 
 private:
