@@ -11,6 +11,7 @@
 
 #include "Platform/Sound/File/AudioFile.h"
 #include "Platform/System/LogLine.h"
+#include "SystemDevices.h"
 #include "Utils/AudioUtils.h"
 #include "ViewModels/SimpleLooperViewModel.h"
 

@@ -58,3 +58,23 @@ function(tessivo_describe_types target)
         endif()
     endforeach()
 endfunction()
+
+# tessivo_qml_module(name URI uri [SOURCES ...] QML_FILES ... [RESOURCES ...]): a static QML module,
+# compiled ahead of time. A program links it and its plugin, name + "plugin", and imports the plugin.
+function(tessivo_qml_module name)
+    qt_add_library(${name} STATIC)
+    qt_add_qml_module(${name} VERSION 1.0 RESOURCE_PREFIX /qt-project.org/imports ${ARGN})
+    target_link_libraries(${name} PRIVATE tessivo_options)
+    # Every generated file includes the same headers, which take most of its compilation.
+    target_precompile_headers(${name} PRIVATE
+        <QtQml/qqmlprivate.h> <QtQml/qqmlcomponent.h> <QtQml/qqmlengine.h> <QtQml/qjsengine.h>)
+    tessivo_silence_generated_qml(${name})
+endfunction()
+
+# Our warnings are for what is written here, not for what the QML compiler generates.
+function(tessivo_silence_generated_qml name)
+    get_target_property(sources ${name} SOURCES)
+    list(FILTER sources INCLUDE REGEX "/qmlcache/")
+    set_source_files_properties(${sources} TARGET_DIRECTORY ${name}
+        PROPERTIES COMPILE_OPTIONS -w)
+endfunction()

@@ -8,6 +8,7 @@
 # sound    to run a private sound server
 # display  to run it on a virtual display
 # test     to build and run the tests and the checks of the sources
+# peer     to measure another looper beside it
 set -euo pipefail
 # shellcheck source=scripts/lib.sh
 source "$(dirname "${BASH_SOURCE[0]}")/lib.sh"
@@ -26,6 +27,7 @@ declare -A groups=(
     [test]="clang libclang-rt-dev clang-format clang-tidy shellcheck git libgtest-dev
         libbenchmark-dev qt6-declarative-dev-tools qml6-module-qttest at-spi2-core
         python3-pyatspi"
+    [peer]="sooperlooper pipewire-jack"
 )
 
 (($# > 0)) || fail "usage: packages.sh GROUP... (${!groups[*]})"

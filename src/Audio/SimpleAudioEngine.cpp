@@ -2,7 +2,6 @@
 
 #include "Audio/SimplePlayer.h"
 #include "Audio/SimpleRecorder.h"
-#include "Platform/Sound/Device/PipeWireDevice.h"
 #include "Platform/System/LogLine.h"
 #include "Platform/System/MainQueue.h"
 
@@ -40,9 +39,6 @@ struct SimpleAudioEngine::LevelClock {
     }
 };
 
-SimpleAudioEngine::SimpleAudioEngine()
-    : SimpleAudioEngine(std::make_unique<sound::PipeWireDevice>("Tessivo")) {}
-
 SimpleAudioEngine::SimpleAudioEngine(std::unique_ptr<sound::AudioDevice> device)
     : audioEngine_(
           std::move(device), [](auto task) { MainQueue::post(std::move(task)); },
@@ -73,7 +69,6 @@ void SimpleAudioEngine::setupAudioEngine() {
                 sound::rateText(std::max(input.sampleRate(), output.sampleRate())) + "Hz");
     }
 
-    sound::AudioFormat connection = input;
     if (input.channelCount() < 3) {
         logLine("🎛️ [ENGINE] Channel count OK - direct connection");
     } else {
@@ -86,10 +81,9 @@ void SimpleAudioEngine::setupAudioEngine() {
             return;
         }
         logLine("🎛️ [ENGINE] Using stereo input format: " + stereo->description());
-        connection = *stereo;
     }
-    audioEngine_.connect(inputNode(), *monitoringMixerNode_, connection);
-    audioEngine_.connect(*monitoringMixerNode_, *audioEngine_.mainMixerNode(), connection);
+    audioEngine_.connect(inputNode(), *monitoringMixerNode_);
+    audioEngine_.connect(*monitoringMixerNode_, *audioEngine_.mainMixerNode());
 
     logLine("🎛️ [ENGINE] Starting with input format: " + input.description());
     logLine("🎛️ [ENGINE] Input format settings: " + input.settings().description());
