@@ -7,8 +7,8 @@ const CommandMoment* innermost = nullptr;
 
 } // namespace
 
-CommandMoment::CommandMoment(Moment stamp)
-    : moment_(believable(stamp))
+CommandMoment::CommandMoment(Moment moment)
+    : moment_(moment)
     , outer_(innermost) {
     innermost = this;
 }

@@ -11,8 +11,7 @@ namespace tessivo {
 // Main thread only. Scopes nest; the innermost one counts.
 class CommandMoment {
 public:
-    // A stamp that is not believable counts as now.
-    explicit CommandMoment(Moment stamp);
+    explicit CommandMoment(Moment moment);
     ~CommandMoment();
     CommandMoment(const CommandMoment&) = delete;
     CommandMoment& operator=(const CommandMoment&) = delete;

@@ -22,7 +22,7 @@ bool TimedApplication::notify(QObject* receiver, QEvent* event) {
     if (!moment) {
         return QGuiApplication::notify(receiver, event);
     }
-    const CommandMoment scope(*moment);
+    const CommandMoment scope(believable(*moment));
     return QGuiApplication::notify(receiver, event);
 }
 
@@ -33,9 +33,9 @@ std::optional<Moment> TimedApplication::momentOf(std::uint64_t timestamp, Moment
     }
     // Display servers count milliseconds in 32 bits, which run over every seven weeks.
     const auto nowInMs = std::chrono::floor<milliseconds>(now);
-    const auto age = static_cast<std::int32_t>(
-        static_cast<std::uint32_t>(nowInMs.time_since_epoch().count()) -
-        static_cast<std::uint32_t>(timestamp));
+    const auto age =
+        static_cast<std::int32_t>(static_cast<std::uint32_t>(nowInMs.time_since_epoch().count()) -
+                                  static_cast<std::uint32_t>(timestamp));
     return nowInMs - milliseconds(age);
 }
 

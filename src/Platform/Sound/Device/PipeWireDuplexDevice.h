@@ -31,7 +31,9 @@ public:
     Formats formats() const override { return formats_.get(); } // any thread
     void start(AudioRenderer& renderer, const Request& request) override;
     void stop() override;
+    double inputLatency() const override { return 0.0; }
     double outputLatency() const override { return cycles_.outputLatency(); }
+    void setShortCycles(bool /*wanted*/) override {}
     void setChangeHandler(std::function<void()> handler) override; // not from the handler
 
 private:
