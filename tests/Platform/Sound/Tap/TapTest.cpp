@@ -125,7 +125,7 @@ TEST(TapTest, OverflowIsSilenceOfTheSameLengthAndOneLine) {
             }
             write(buffer, time);
         });
-    const Channels played{noise(45 * 48000, 1)};
+    const Channels played{noise(45 * 48000 + 60'000, 1)};
     feed(rig, played, 1024);
     const auto lost = rig.engine->statistics().overrunFrames;
     EXPECT_GT(lost, 4 * 48000);
