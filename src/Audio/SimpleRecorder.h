@@ -21,8 +21,8 @@ public:
     explicit SimpleRecorder(SimpleAudioEngine& audioEngine);
     ~SimpleRecorder() override;
 
-    // Begins a take at the current command's moment. Throws AudioError when its file cannot be made; recordingURL() is then
-    // the location at which there is no file. Harmless during a take.
+    // Begins a take at the current command's moment. Throws AudioError when its file cannot be
+    // made; recordingURL() is then the location at which there is no file. Harmless during a take.
     void startRecording();
 
     // Ends the take at the current command's moment; when it returns, the file is complete and

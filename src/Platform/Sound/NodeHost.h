@@ -35,7 +35,7 @@ public:
     // What a command of that moment means in frames. The same for the same moment, until
     // there is another one.
     virtual CommandFrames framesOf(Moment moment) = 0;
-    virtual const Timeline& timeline() const = 0;
+    virtual const Timeline& timeline() const = 0; // any thread
 
     // What the input node delivers.
     virtual InputCapture& capture() = 0;

@@ -15,12 +15,13 @@ RenderPlan::RenderPlan(std::vector<std::unique_ptr<RenderStep>> steps,
 
 void RenderPlan::render(const RenderCycle& cycle, std::int64_t position) TESSIVO_REALTIME {
     for (std::uint32_t offset = 0; offset < cycle.frames; offset += kMaxRenderFrames) {
-        renderBlock(cycle, position + offset, offset, std::min(kMaxRenderFrames, cycle.frames - offset));
+        renderBlock(cycle, position + offset, offset,
+                    std::min(kMaxRenderFrames, cycle.frames - offset));
     }
 }
 
-void RenderPlan::renderBlock(const RenderCycle& cycle, std::int64_t position,
-                             std::uint32_t offset, std::uint32_t frames) TESSIVO_REALTIME {
+void RenderPlan::renderBlock(const RenderCycle& cycle, std::int64_t position, std::uint32_t offset,
+                             std::uint32_t frames) TESSIVO_REALTIME {
     RenderContext context{{}, blocks_, position, frames, rampFrames_};
     if (!cycle.input.empty()) {
         context.input.left = cycle.input.front() + offset;

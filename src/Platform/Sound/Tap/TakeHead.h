@@ -18,7 +18,7 @@ public:
     TakeHead(std::int64_t begin, double renderRate, bool mono);
 
     std::int64_t begin() const { return begin_; }
-    double renderRate() const { return renderRate_; } // Hz
+    double renderRate() const { return renderRate_; }   // Hz
     std::int64_t capacity() const { return capacity_; } // frames
 
     // Audio callback. What was captured from that position on; a null pointer means silence.

@@ -65,7 +65,7 @@ private:
     const double queueRate_;
     std::int64_t next_;
     std::int64_t silent_ = 0;
-    AudioPCMBuffer buffer_;       // being filled
+    AudioPCMBuffer buffer_;      // being filled
     std::int64_t delivered_ = 0; // frames, at the format's rate
     // Where the format's rate is another one.
     std::unique_ptr<RateConverter> converter_;

@@ -97,9 +97,9 @@ std::int64_t TapQueue::lengthOf(std::size_t run) const {
 std::uint32_t TapQueue::copy(std::int64_t from, std::uint32_t frames, std::uint32_t channel,
                              float* target) const {
     std::fill_n(target, frames, 0.0F);
-    const auto after =
-        std::upper_bound(kept_.begin(), kept_.end(), from,
-                         [](std::int64_t position, const Run& run) { return position < run.position; });
+    const auto after = std::upper_bound(
+        kept_.begin(), kept_.end(), from,
+        [](std::int64_t position, const Run& run) { return position < run.position; });
     auto index = static_cast<std::size_t>(after - kept_.begin());
     index -= index > 0 ? 1 : 0;
     std::uint32_t silent = frames;

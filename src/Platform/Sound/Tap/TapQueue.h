@@ -14,10 +14,10 @@ namespace tessivo::sound {
 // reader), which keeps them for as long as it likes. Stereo, at the render rate; a frame is
 // known by its position on the engine's timeline.
 //
-// It holds 40 s and the history in chunks of planar samples. A chunk that the reader has released is used again
-// before a new one is touched, so resident memory grows only with what is kept. When all chunks
-// are full, frames are dropped and overrunFrames() counts them. Positions that were never
-// pushed, or dropped, read as silence.
+// It holds 40 s and the history in chunks of planar samples. A chunk that the reader has released
+// is used again before a new one is touched, so resident memory grows only with what is kept. When
+// all chunks are full, frames are dropped and overrunFrames() counts them. Positions that were
+// never pushed, or dropped, read as silence.
 class TapQueue {
 public:
     explicit TapQueue(double sampleRate); // Hz
@@ -74,7 +74,7 @@ private:
     std::uint32_t firstUnused_ = 0; // chunks from here on have never been touched
 
     // Reader.
-    std::deque<Run> kept_; // oldest first
+    std::deque<Run> kept_;      // oldest first
     std::int64_t readable_ = 0; // frames stored
     std::int64_t end_ = 0;
 };
