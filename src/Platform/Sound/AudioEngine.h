@@ -102,6 +102,7 @@ private:
 
     Timeline timeline_;
     InputCapture capture_;
+    // The command that is being carried out.
     struct Command {
         Moment moment;
         CommandFrames frames;
