@@ -10,4 +10,7 @@ namespace tessivo::sound {
 // for a disk, as the queue behind it holds 40 s.
 using TapBlock = std::function<void(const AudioPCMBuffer&, const AudioTime&)>;
 
+// What a meter does with the newest buffer of the input's first channel. Runs on the tap thread.
+using MeterBlock = std::function<void(const AudioPCMBuffer&)>;
+
 } // namespace tessivo::sound
