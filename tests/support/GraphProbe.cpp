@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <iterator>
 #include <stdexcept>
 
 namespace tessivo::test {
@@ -72,6 +73,19 @@ std::vector<float> GraphProbe::recording(std::size_t input) const {
     return {all.begin(), all.begin() + std::min<std::ptrdiff_t>(frames_, std::ssize(all))};
 }
 
+GraphProbe::Clock GraphProbe::clockOf(std::int64_t frame) const {
+    const auto end = cycles_.begin() + static_cast<std::ptrdiff_t>(cycleCount_.load());
+    const auto next = std::upper_bound(cycles_.begin(), end, frame,
+                                       [](auto f, const Cycle& cycle) { return f < cycle.first; });
+    if (next == cycles_.begin()) {
+        return {};
+    }
+    const Cycle& cycle = *std::prev(next);
+    const std::int64_t offset = frame - cycle.first;
+    return {cycle.clock.nanoseconds + std::llround(static_cast<double>(offset) * cycle.framePeriod),
+            cycle.clock.position + offset, cycle.clock.driver};
+}
+
 void GraphProbe::process(const spa_io_position& position) {
     const auto count = static_cast<std::uint32_t>(position.clock.duration);
     const std::int64_t first = frames_;
@@ -89,6 +103,14 @@ void GraphProbe::process(const spa_io_position& position) {
             recordings_[port->index][static_cast<std::size_t>(first + frame)] =
                 samples != nullptr ? samples[frame] : 0.0F;
         }
+    }
+    if (cycleCount_ < cycles_.size()) {
+        cycles_[cycleCount_] = {first,
+                                {static_cast<std::int64_t>(position.clock.nsec),
+                                 static_cast<std::int64_t>(position.clock.position),
+                                 position.clock.id},
+                                1e9 * position.clock.rate.num / position.clock.rate.denom};
+        ++cycleCount_;
     }
     frames_ = first + count;
 }

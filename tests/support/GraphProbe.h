@@ -29,6 +29,13 @@ public:
     ~GraphProbe() override;
 
     std::int64_t frames() const { return frames_; } // recorded so far, and emitted
+    // The graph's time and position at which it emitted a frame.
+    struct Clock {
+        std::int64_t nanoseconds = 0;
+        std::int64_t position = 0;
+        std::uint32_t driver = 0; // whose position it is
+    };
+    Clock clockOf(std::int64_t frame) const;
     // What one input has heard.
     std::vector<float> recording(std::size_t input) const;
 
@@ -39,6 +46,13 @@ private:
     std::vector<Port*> outputs_;
     std::vector<Port*> inputs_;
     std::vector<std::vector<float>> recordings_;
+    struct Cycle {
+        std::int64_t first;
+        Clock clock;
+        double framePeriod; // ns
+    };
+    std::vector<Cycle> cycles_ = std::vector<Cycle>(1 << 16);
+    std::atomic<std::size_t> cycleCount_{0};
     std::atomic<std::int64_t> frames_{0};
 };
 

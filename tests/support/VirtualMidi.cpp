@@ -47,12 +47,8 @@ public:
         failWith(isThere ? 0 : ENOENT);
         system_.connected_ = source;
         ++system_.connections_;
-        system_.thread_.setListening(true);
     }
-    void disconnect() override {
-        system_.connected_ = 0;
-        system_.thread_.setListening(false);
-    }
+    void disconnect() override { system_.connected_ = 0; }
 
 private:
     VirtualMidi& system_;
@@ -82,6 +78,7 @@ bool VirtualMidi::send(SourceRef source, std::span<const std::vector<std::uint8_
     for (const std::vector<std::uint8_t>& packet : packets) {
         all = thread_.queue().push(time, packet) && all;
     }
+    thread_.wake();
     return all;
 }
 

@@ -75,6 +75,10 @@ public:
     virtual double inputLatency() const = 0;
     virtual double outputLatency() const = 0;
 
+    // Frames that were rendered in vain or not in time, so that the speaker missed them, since
+    // construction. Any thread.
+    virtual std::int64_t missedOutputFrames() const { return 0; }
+
     // Asks for short cycles, because the input is being heard, or leaves their length to the
     // server. What the user has set comes first. Also while started.
     virtual void setShortCycles(bool wanted) = 0;

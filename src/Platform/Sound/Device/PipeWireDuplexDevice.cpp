@@ -3,6 +3,7 @@
 #include "Platform/Sound/AudioError.h"
 
 #include <cerrno>
+#include <string>
 #include <system_error>
 #include <utility>
 
@@ -16,6 +17,11 @@ using namespace std::chrono_literals;
 constexpr auto kAnswerTime = 1s;
 // How long a session manager may take to name the default devices before we request the names.
 constexpr auto kNamesTime = 300ms;
+// What short cycles have at first and at most, frames.
+constexpr std::uint32_t kShortestCycle = 64;
+constexpr std::uint32_t kLongestShortCycle = 512;
+// What the change of their length costs is over by then.
+constexpr auto kChangeTime = 300ms;
 // The list of objects; then the names of the default devices; then their formats.
 constexpr int kRoundTrips = 3;
 
@@ -32,8 +38,10 @@ AudioError worded(const std::system_error& error) {
 
 } // namespace
 
-PipeWireDuplexDevice::PipeWireDuplexDevice(const std::string& applicationName, Connect when)
-    : client_({"tessivo-sound", applicationName, kRoundTrips}, *this)
+PipeWireDuplexDevice::PipeWireDuplexDevice(const std::string& applicationName, Connect when,
+                                           DiagnosticSink diagnostics)
+    : diagnostics_(std::move(diagnostics))
+    , client_({"tessivo-sound", applicationName, kRoundTrips}, *this)
     , streams_(applicationName, cycles_, [this] { client_.attend(); }) {
     if (when == Connect::atStart) {
         return;
@@ -68,6 +76,7 @@ void PipeWireDuplexDevice::start(AudioRenderer& renderer, const Request& request
         streams_.start(*renderRate_, request);
         cycles_.start(renderer, *renderRate_);
         streams_.follow(client_.connection()->core(), *defaults_);
+        requestCycles();
         client_.attend(); // for the poll interval and the change notice
     });
 }
@@ -78,6 +87,42 @@ void PipeWireDuplexDevice::stop() {
         cycles_.stop();
         streams_.close();
     });
+}
+
+void PipeWireDuplexDevice::setShortCycles(bool wanted) {
+    client_.locked([&] {
+        if (wanted != (shortCycles_ > 0)) {
+            shortCycles_ = wanted ? kShortestCycle : 0;
+            requestCycles();
+            client_.attend(); // for the poll interval
+        }
+    });
+}
+
+void PipeWireDuplexDevice::requestCycles() {
+    if (renderRate_ && defaults_) {
+        streams_.requestCycles(shortCycles_, defaults_->clock());
+    }
+    cyclesRequestedAt_ = Clock::now();
+}
+
+void PipeWireDuplexDevice::lengthenCycles() {
+    const std::int64_t before = std::exchange(knownLosses_, losses());
+    if (shortCycles_ == 0 || shortCycles_ >= kLongestShortCycle || before == knownLosses_ ||
+        Clock::now() < cyclesRequestedAt_ + kChangeTime || !streams_.decideCycles() ||
+        defaults_->clock().isForced) {
+        return;
+    }
+    shortCycles_ *= 2;
+    requestCycles();
+    if (diagnostics_) {
+        diagnostics_("⚠️ Sound was lost in short cycles, asking for " +
+                     std::to_string(shortCycles_) + " frames");
+    }
+}
+
+std::int64_t PipeWireDuplexDevice::losses() const {
+    return cycles_.missedFrames() + cycles_.missedOutputFrames();
 }
 
 void PipeWireDuplexDevice::setChangeHandler(std::function<void()> handler) {
@@ -108,9 +153,12 @@ bool PipeWireDuplexDevice::settle() {
     publish();
     if (renderRate_) {
         streams_.follow(connection->core(), *defaults_);
+        lengthenCycles();
     }
     tellChange();
-    return formats_.awaitsReturn() || requestNamesAt_.has_value() || streams_.isPollNeeded();
+    const bool mayLengthen = renderRate_ && shortCycles_ > 0 && shortCycles_ < kLongestShortCycle;
+    return mayLengthen || formats_.awaitsReturn() || requestNamesAt_.has_value() ||
+           streams_.isPollNeeded();
 }
 
 void PipeWireDuplexDevice::requestNames() {

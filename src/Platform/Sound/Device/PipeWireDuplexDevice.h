@@ -5,6 +5,7 @@
 #include "Platform/Sound/Device/PipeWireCycles.h"
 #include "Platform/Sound/Device/PipeWireStreams.h"
 #include "Platform/Sound/Device/PublishedFormats.h"
+#include "Platform/Sound/Diagnostics.h"
 
 #include <chrono>
 #include <mutex>
@@ -23,7 +24,10 @@ public:
         now,    // and wait at most a second for the server's first answers
         atStart // the first start(); until then there are no formats and no change notices
     };
-    explicit PipeWireDuplexDevice(const std::string& applicationName, Connect when = Connect::now);
+    // Short cycles have 64 frames at first. When cycles get lost the device asks for twice as
+    // many, up to 512, and tells the sink, on a thread of its own.
+    explicit PipeWireDuplexDevice(const std::string& applicationName, Connect when = Connect::now,
+                                  DiagnosticSink diagnostics = {});
     ~PipeWireDuplexDevice() override;
     PipeWireDuplexDevice(const PipeWireDuplexDevice&) = delete;
     PipeWireDuplexDevice& operator=(const PipeWireDuplexDevice&) = delete;
@@ -31,9 +35,10 @@ public:
     Formats formats() const override { return formats_.get(); } // any thread
     void start(AudioRenderer& renderer, const Request& request) override;
     void stop() override;
-    double inputLatency() const override { return 0.0; }
+    double inputLatency() const override { return cycles_.inputLatency(); }
     double outputLatency() const override { return cycles_.outputLatency(); }
-    void setShortCycles(bool /*wanted*/) override {}
+    std::int64_t missedOutputFrames() const override { return cycles_.missedOutputFrames(); }
+    void setShortCycles(bool wanted) override;
     void setChangeHandler(std::function<void()> handler) override; // not from the handler
 
 private:
@@ -44,6 +49,9 @@ private:
     void publish();
     void requestNames();
     void tellChange();
+    void requestCycles();
+    void lengthenCycles();
+    std::int64_t losses() const;
 
     PipeWireCycles cycles_; // outlives the thread that runs its callbacks
     PublishedFormats formats_;
@@ -52,6 +60,10 @@ private:
     std::function<void()> handler_;
 
     // The rest is used with the loop locked only.
+    std::uint32_t shortCycles_ = 0; // frames; 0 while their length is left to the server
+    std::int64_t knownLosses_ = 0;  // frames
+    std::chrono::steady_clock::time_point cyclesRequestedAt_;
+    DiagnosticSink diagnostics_;
     std::optional<double> renderRate_; // from start() to stop()
     bool isChangeUntold_ = false;
     std::optional<std::chrono::steady_clock::time_point> requestNamesAt_;
