@@ -2,8 +2,10 @@
 
 #include <pipewire/filter.h>
 #include <pipewire/pipewire.h>
+#include <spa/param/latency-utils.h>
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <iterator>
 #include <stdexcept>
@@ -42,16 +44,24 @@ struct GraphProbe::Port {
 };
 
 GraphProbe::GraphProbe(const std::string& name, std::size_t outputs, std::size_t inputs,
-                       std::size_t recordedFrames)
+                       std::size_t recordedFrames, std::chrono::nanoseconds latency)
     : GraphNode(name, {{PW_KEY_MEDIA_TYPE, "Audio"},
                        {PW_KEY_MEDIA_CATEGORY, "Filter"},
                        {PW_KEY_MEDIA_ROLE, "DSP"}})
     , recordings_(inputs, std::vector<float>(recordedFrames)) {
-    const auto add = [this](bool isOutput, const char* prefix, std::size_t index) {
+    const auto add = [this, latency](bool isOutput, const char* prefix, std::size_t index) {
+        spa_latency_info info{};
+        info.direction = isOutput ? SPA_DIRECTION_OUTPUT : SPA_DIRECTION_INPUT;
+        info.min_ns = info.max_ns = static_cast<std::uint64_t>(latency.count());
+        std::array<std::uint8_t, 256> storage{};
+        spa_pod_builder builder{};
+        spa_pod_builder_init(&builder, storage.data(), storage.size());
+        const spa_pod* stated = spa_latency_build(&builder, SPA_PARAM_Latency, &info);
         auto* port =
             static_cast<Port*>(addPort(isOutput, sizeof(Port),
                                        {{PW_KEY_FORMAT_DSP, "32 bit float mono audio"},
-                                        {PW_KEY_PORT_NAME, prefix + std::to_string(index)}}));
+                                        {PW_KEY_PORT_NAME, prefix + std::to_string(index)}},
+                                       {}, latency.count() > 0 ? stated : nullptr));
         port->index = index;
         return port;
     };

@@ -3,6 +3,7 @@
 #include "support/GraphNode.h"
 
 #include <atomic>
+#include <chrono>
 #include <cstddef>
 #include <cstdint>
 #include <string>
@@ -24,8 +25,10 @@ struct Mark {
 // which are recorded from the first cycle on, without loss. The test links it.
 class GraphProbe final : public GraphNode {
 public:
+    // Its ports state that latency: what they send is that old, what they take is heard so late.
     GraphProbe(const std::string& name, std::size_t outputs, std::size_t inputs,
-               std::size_t recordedFrames = std::size_t{60} * 48000);
+               std::size_t recordedFrames = std::size_t{60} * 48000,
+               std::chrono::nanoseconds latency = {});
     ~GraphProbe() override;
 
     std::int64_t frames() const { return frames_; } // recorded so far, and emitted

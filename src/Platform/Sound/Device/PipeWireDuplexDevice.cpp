@@ -14,7 +14,8 @@ namespace {
 using Clock = std::chrono::steady_clock;
 using namespace std::chrono_literals;
 
-constexpr auto kAnswerTime = 1s;
+// The longest that the main thread waits for a server. One that works needs a few milliseconds.
+constexpr auto kAnswerTime = 250ms;
 // How long a session manager may take to name the default devices before we request the names.
 constexpr auto kNamesTime = 300ms;
 // What short cycles have at first and at most, frames.
@@ -29,8 +30,6 @@ AudioError worded(const std::system_error& error) {
     switch (error.code().value()) {
     case ENOSYS:
         return AudioError("The sound system's client library could not be set up.");
-    case ETIMEDOUT:
-        return AudioError("The sound server does not answer: " + error.code().message() + ".");
     default:
         return AudioError("The sound server could not be reached: " + error.code().message() + ".");
     }
@@ -48,7 +47,9 @@ PipeWireDuplexDevice::PipeWireDuplexDevice(const std::string& applicationName, C
     }
     client_.locked([this] {
         try {
-            client_.connect(kAnswerTime);
+            if (!client_.reach(kAnswerTime)) {
+                return; // the formats come with a change notice
+            }
         } catch (const std::system_error&) {
             return; // start() tries again, and reports it
         }
@@ -66,16 +67,21 @@ PipeWireDuplexDevice::~PipeWireDuplexDevice() {
 void PipeWireDuplexDevice::start(AudioRenderer& renderer, const Request& request) {
     stop();
     client_.locked([&] {
+        bool answers = false;
         try {
-            client_.connect(kAnswerTime);
+            answers = client_.reach(kAnswerTime);
         } catch (const std::system_error& error) {
             throw worded(error);
         }
-        publish();
+        if (answers) {
+            publish();
+        }
         renderRate_ = formats_.get().renderRate;
         streams_.start(*renderRate_, request);
         cycles_.start(renderer, *renderRate_);
-        streams_.follow(client_.connection()->core(), *defaults_);
+        if (answers) {
+            streams_.follow(client_.connection()->core(), *defaults_);
+        }
         requestCycles();
         client_.attend(); // for the poll interval and the change notice
     });
@@ -126,8 +132,11 @@ std::int64_t PipeWireDuplexDevice::losses() const {
 }
 
 void PipeWireDuplexDevice::setChangeHandler(std::function<void()> handler) {
-    const std::scoped_lock lock(handlerMutex_);
-    handler_ = std::move(handler);
+    {
+        const std::scoped_lock lock(handlerMutex_);
+        handler_ = std::move(handler);
+    }
+    client_.attend();
 }
 
 void PipeWireDuplexDevice::connected(pipewire::Connection& connection) {
@@ -178,11 +187,10 @@ void PipeWireDuplexDevice::publish() {
 }
 
 void PipeWireDuplexDevice::tellChange() {
-    if (std::exchange(isChangeUntold_, false)) {
-        const std::scoped_lock lock(handlerMutex_);
-        if (handler_) {
-            handler_();
-        }
+    const std::scoped_lock lock(handlerMutex_);
+    // Without a handler the change is kept for the next one.
+    if (handler_ && std::exchange(isChangeUntold_, false)) {
+        handler_();
     }
 }
 

@@ -16,12 +16,13 @@ namespace tessivo::sound {
 
 // The default capture device and the default playback device of the running PipeWire server, as
 // one device with one clock. A playback device's monitor is never used as an input. When there is
-// no server at construction, start() tries again; a server that goes away after it has answered
-// once is reconnected automatically.
+// no server at construction, start() tries again. When a server does not answer soon, start()
+// returns and cycles begin when it does; until then their rate is taken to be 48 kHz, and the
+// streams convert. A server that goes away is reconnected automatically.
 class PipeWireDuplexDevice final : public AudioDevice, private pipewire::Client::User {
 public:
     enum class Connect {
-        now,    // and wait at most a second for the server's first answers
+        now,    // and wait at most 250 ms for the server's first answers
         atStart // the first start(); until then there are no formats and no change notices
     };
     // Short cycles have 64 frames at first. When cycles get lost the device asks for twice as

@@ -5,7 +5,9 @@
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
+#include <array>
+#include <atomic>
+#include <cmath>
 #include <cstdlib>
 #include <string>
 
@@ -89,6 +91,26 @@ TEST(PipeWireClockTest, AnotherLengthOfCyclesLosesNothing) {
         ASSERT_TRUE(rig.renders(4800));
     }
     rig.checkedLosses();
+}
+
+// Half of what is stated, because the virtual microphone and speaker, which are linked as well,
+// state nothing.
+TEST(PipeWireClockTest, TheLatenciesAreThoseThatTheGraphStates) {
+    Clocked rig({"--quantum", "1024"});
+    ASSERT_TRUE(rig.renders(9600));
+    EXPECT_LT(rig.device.inputLatency(), 0.001);
+    EXPECT_LT(rig.device.outputLatency(), 0.001);
+    const GraphProbe source("early", 1, 0, 0, 40ms);
+    const GraphProbe sink("late", 0, 1, 0, 100ms);
+    rig.server.link("early:out_0", "Tessivo:input_FL");
+    rig.server.link("Tessivo:output_FL", "late:in_0");
+    const auto states = [](double latency, double seconds) {
+        return std::abs(latency - seconds) < 0.001;
+    };
+    EXPECT_TRUE(eventually([&] { return states(rig.device.inputLatency(), 0.02); }, 2s))
+        << rig.device.inputLatency();
+    EXPECT_TRUE(eventually([&] { return states(rig.device.outputLatency(), 0.05); }, 2s))
+        << rig.device.outputLatency();
 }
 
 // Short while the input is heard, and longer when the machine cannot keep up.
