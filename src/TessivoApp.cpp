@@ -3,9 +3,9 @@
 #include "Platform/System/BackgroundQueue.h"
 #include "SystemDevices.h"
 #include "ViewModels/Main/HeldKeys.h"
+#include "ViewModels/Main/TimedApplication.h"
 #include "ViewModels/Main/ViewModelFactory.h"
 
-#include <QGuiApplication>
 #include <QIcon>
 #include <QQmlApplicationEngine>
 #include <QQuickStyle>
@@ -28,7 +28,7 @@ public:
         QGuiApplication::setApplicationName(u"Tessivo"_s);
         QGuiApplication::setApplicationDisplayName(u"Tessivo"_s);
         QGuiApplication::setDesktopFileName(u"tessivo"_s);
-        QGuiApplication application(argc, argv);
+        TimedApplication application(argc, argv);
         QGuiApplication::setWindowIcon(
             QIcon(u":/qt-project.org/imports/Tessivo/icons/tessivo.svg"_s));
         QQuickStyle::setStyle(u"Basic"_s);

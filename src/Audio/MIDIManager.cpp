@@ -1,5 +1,6 @@
 #include "Audio/MIDIManager.h"
 
+#include "Platform/System/CommandMoment.h"
 #include "Platform/System/LogLine.h"
 #include "Platform/System/MainQueue.h"
 
@@ -221,14 +222,14 @@ void MIDIManager::handleMIDIPacketList(midi::PacketList packets) {
         const std::uint8_t note = packet.bytes[1];
         logLine("🎵 MIDI Note On: " + numberAndName(note) +
                 " velocity: " + std::to_string(packet.bytes[2]));
-        postNote(note);
+        postNote({note, Moment(std::chrono::nanoseconds(packet.time))});
     }
     if (system_->lostPackets() != toldLostPackets_.load()) {
         postProcessing();
     }
 }
 
-void MIDIManager::postNote(std::uint8_t note) {
+void MIDIManager::postNote(PlayedNote note) {
     {
         const std::scoped_lock lock(notesMutex_);
         if (notes_.size() >= mostNotesWaiting_) {
@@ -262,13 +263,13 @@ void MIDIManager::processNotes() {
     tellLosses();
 }
 
-std::optional<std::uint8_t> MIDIManager::nextNote() {
+std::optional<MIDIManager::PlayedNote> MIDIManager::nextNote() {
     const std::scoped_lock lock(notesMutex_);
     if (notes_.empty()) {
         isProcessingPosted_ = false;
         return {};
     }
-    const std::uint8_t note = notes_.front();
+    const PlayedNote note = notes_.front();
     notes_.pop_front();
     return note;
 }
@@ -289,12 +290,16 @@ void MIDIManager::tellLosses() {
     }
 }
 
-void MIDIManager::processMIDINote(std::uint8_t note) {
+void MIDIManager::processMIDINote(PlayedNote played) {
+    const std::uint8_t note = played.number;
     if (isLearningMode_ && learningAction_) {
         learn(*learningAction_, note);
     } else if (const auto action = configuration_.actionForNote(note)) {
         setLastTriggeredAction(action);
-        triggerTransportAction(*action);
+        {
+            const CommandMoment scope(believable(played.at));
+            triggerTransportAction(*action);
+        }
         runLater(kTriggeredShown,
                  [self = shared_from_this()] { self->setLastTriggeredAction({}); });
         logLine("🎬 MIDI triggered: " + spoken(*action));

@@ -3,6 +3,7 @@
 #include "Models/MIDIConfiguration.h"
 #include "Models/TransportAction.h"
 #include "Platform/Midi/MidiSystem.h"
+#include "Platform/Realtime/Moment.h"
 #include "Platform/System/ObservableObject.h"
 #include "Utils/MIDIUtils.h"
 
@@ -36,7 +37,7 @@ class MIDIManager : public ObservableObject, public std::enable_shared_from_this
 public:
     using Callback = std::function<void()>;
 
-    // More than anybody plays while the main thread is blocked, at one byte each.
+    // More than anybody plays while the main thread is blocked, at 16 bytes each.
     static constexpr std::size_t kMostNotesWaiting = 1U << 20U;
 
     // Sets the MIDI system of the shared manager. The program's entry calls this, once, before
@@ -69,7 +70,8 @@ public:
     bool isLearningMode() const { return isLearningMode_; }
     std::optional<TransportAction> learningAction() const { return learningAction_; }
 
-    // What the commands do. Main thread.
+    // What the commands do. Main thread. While one runs, the current CommandMoment is the time at
+    // which the note was due.
     Callback onRecord;
     Callback onPlay;
     Callback onStop;
@@ -104,19 +106,24 @@ private:
     void setupMIDI();
     void tearDown();
 
+    struct PlayedNote {
+        std::uint8_t number;
+        Moment at;
+    };
+
     // MIDI thread.
     void handleMIDINotification(midi::SetupChange change);
     void handleMIDIPacketList(midi::PacketList packets);
-    void postNote(std::uint8_t note);
+    void postNote(PlayedNote note);
     void postProcessing();
 
     // Main thread.
     void handleSourcesChanged();
     void dropConnection();
     void processNotes();
-    std::optional<std::uint8_t> nextNote();
+    std::optional<PlayedNote> nextNote();
     void tellLosses();
-    void processMIDINote(std::uint8_t note);
+    void processMIDINote(PlayedNote played);
     void learn(TransportAction action, std::uint8_t note);
     void triggerTransportAction(TransportAction action);
     void setLastTriggeredAction(std::optional<TransportAction> action);
@@ -134,7 +141,7 @@ private:
 
     const std::size_t mostNotesWaiting_;
     std::mutex notesMutex_; // of the next three
-    std::deque<std::uint8_t> notes_;
+    std::deque<PlayedNote> notes_;
     bool isProcessingPosted_ = false;
     std::uint64_t droppedNotes_ = 0;             // since the last line about it
     std::atomic<std::uint64_t> toldLostPackets_; // the system's count at that line

@@ -177,6 +177,7 @@ float SimpleAudioEngine::calculateLevel(const sound::AudioPCMBuffer& buffer) {
 
 void SimpleAudioEngine::setInputMonitoring(bool enabled) {
     monitoringMixerNode_->setOutputVolume(enabled ? 1.0F : 0.0F);
+    audioEngine_.setShortCycles(enabled);
     logLine(std::string("🎛️ [ENGINE] Input monitoring ") + (enabled ? "enabled" : "disabled"));
 }
 

@@ -1,5 +1,6 @@
 #include "Audio/MIDIManager.h"
 
+#include "Platform/System/CommandMoment.h"
 #include "Platform/System/LogLine.h"
 #include "support/QtTestSupport.h"
 #include "support/VirtualMidi.h"
@@ -184,6 +185,25 @@ TEST(MIDIManagerTest, ObeysTheNoteOnThatBeginsAPacketAndIgnoresEverythingElse) {
     rig.triggered.clear();
     rig.played(channels);
     EXPECT_EQ(rig.triggered, Actions(16, Action::play));
+}
+
+TEST(MIDIManagerTest, ACommandIsGivenWhenItsNoteIsDue) {
+    ManagerRig rig({"Keys"});
+    std::vector<Moment> given;
+    rig.manager->onPlay = [&given] {
+        given.push_back(CommandMoment::current());
+    };
+    const Moment now = momentNow();
+    const std::vector<Bytes> note{noteOn(kPlayNote)};
+    for (const Moment due : {now - milliseconds(150), now - milliseconds(1500), Moment{}}) {
+        ASSERT_TRUE(rig.system->send(rig.sources[0], note, due));
+    }
+    rig.said();
+    ASSERT_EQ(given.size(), 3U);
+    EXPECT_EQ(given[0], now - milliseconds(150));
+    EXPECT_GE(given[1], now) << "a note of more than a second ago";
+    EXPECT_GE(given[2], given[1]);
+    EXPECT_GE(CommandMoment::current(), given[2]);
 }
 
 TEST(MIDIManagerTest, ShowsATriggeredActionUntilTheEarliestClearWhichALaterOneDoesNotCancel) {

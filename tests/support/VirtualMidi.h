@@ -2,6 +2,7 @@
 
 #include "Platform/Midi/MidiSystem.h"
 #include "Platform/Midi/MidiThread.h"
+#include "Platform/Realtime/Moment.h"
 
 #include <atomic>
 #include <cstdint>
@@ -21,9 +22,10 @@ public:
     void removeSource(SourceRef source);
     void notify(SetupChange change) { thread_.notify(change); }
 
-    // As when the audio callback has received them. False when something was lost, or when that
-    // source is not connected.
-    bool send(SourceRef source, std::span<const std::vector<std::uint8_t>> packets);
+    // As when the audio callback has received them, due at that time. False when something was
+    // lost, or when that source is not connected.
+    bool send(SourceRef source, std::span<const std::vector<std::uint8_t>> packets,
+              Moment due = momentNow());
     bool send(SourceRef source, std::vector<std::uint8_t> packet);
 
     // The errno value with which the next call of that operation fails; 0 for none.

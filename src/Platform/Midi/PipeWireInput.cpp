@@ -76,7 +76,6 @@ void PipeWireInput::connect(SourceRef source) {
             removeLink();
             fail(failure != 0 ? failure : ETIMEDOUT);
         }
-        parts_.thread.setListening(true);
     });
 }
 
@@ -88,7 +87,6 @@ void PipeWireInput::removeLink() {
     link_.reset();
     connected_ = 0;
     parts_.sources.setConnected(0);
-    parts_.thread.setListening(false);
     parts_.client.attend(); // notices may have been held for the connected source
 }
 
@@ -99,7 +97,7 @@ void PipeWireInput::disconnecting() {
 
 void PipeWireInput::openPort() {
     port_ = std::make_unique<PipeWireInputPort>(parts_.client.connection()->core(), clientName_,
-                                                portName_, parts_.thread.queue(),
+                                                portName_, parts_.thread,
                                                 [this] { parts_.client.attend(); });
 }
 

@@ -41,6 +41,17 @@ void Client::connect(std::chrono::nanoseconds limit) {
     hasBeenAnswered_ = true;
 }
 
+bool Client::reach(std::chrono::nanoseconds limit) {
+    if (connection() == nullptr) {
+        disconnect();
+        open();
+        persists_ = true;
+        await(limit, [this] { return connection() == nullptr || connection()->hasAnswered(); });
+    }
+    hasBeenAnswered_ = hasBeenAnswered_ || answeredConnection() != nullptr;
+    return answeredConnection() != nullptr;
+}
+
 void Client::disconnect() {
     if (connection_) {
         user_.disconnecting();
@@ -67,7 +78,8 @@ void Client::open() {
 
 void Client::settle() {
     hasBeenAnswered_ = hasBeenAnswered_ || answeredConnection() != nullptr;
-    if (hasBeenAnswered_ && connection() == nullptr) {
+    const bool returns = hasBeenAnswered_ || persists_;
+    if (returns && connection() == nullptr) {
         disconnect();
         try {
             open();
@@ -76,7 +88,7 @@ void Client::settle() {
         }
     }
     const bool userWaits = user_.settle();
-    const bool serverIsAway = hasBeenAnswered_ && !connection_;
+    const bool serverIsAway = returns && !connection_;
     loop_.setPollInterval(userWaits || serverIsAway ? kPollInterval : 0ms);
 }
 

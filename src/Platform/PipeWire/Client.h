@@ -60,6 +60,10 @@ public:
     // within the limit (ETIMEDOUT), or when the client library cannot be used (ENOSYS).
     void connect(std::chrono::nanoseconds limit);
     void disconnect();
+    // The same for users who need not have an answer at once: awaits one only for a connection
+    // that it makes, and returns whether there is one. Without a server it throws as well; a
+    // connection that breaks before it was answered is made anew from then on.
+    bool reach(std::chrono::nanoseconds limit);
 
     // The connection; null when there is none that works.
     Connection* connection();
@@ -76,6 +80,7 @@ private:
     Settings settings_;
     User& user_;
     bool hasBeenAnswered_ = false;
+    bool persists_ = false; // reconnects also when no server has answered yet
     Loop loop_;
     std::optional<Connection> connection_;
 };

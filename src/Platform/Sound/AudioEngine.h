@@ -53,6 +53,9 @@ public:
     void stop();
     bool isRunning() const { return running_; }
 
+    // Asks the device for short cycles or leaves their length to the server.
+    void setShortCycles(bool wanted) { device_->setShortCycles(wanted); }
+
     // The notice that devices or their formats changed. Runs on the main thread, after the
     // nodes' formats have been renewed.
     void setConfigurationChangeHandler(std::function<void()> handler);

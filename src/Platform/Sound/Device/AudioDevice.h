@@ -60,7 +60,8 @@ public:
     // The latest known formats: as of the last change notice, or newer.
     virtual Formats formats() const = 0;
 
-    // Starts cycles. Throws AudioError when the sound server cannot be reached. Once started,
+    // Starts cycles. Throws AudioError when there is no sound server; waits for a slow
+    // one only briefly. Once started,
     // the device follows changes of the default devices and reconnects to a restarted server;
     // it stays started while there is no device or server, but then there are no cycles.
     virtual void start(AudioRenderer& renderer, const Request& request) = 0;
@@ -74,6 +75,10 @@ public:
     // moment at which it is heard.
     virtual double inputLatency() const = 0;
     virtual double outputLatency() const = 0;
+
+    // Frames that were rendered in vain or not in time, so that the speaker missed them, since
+    // construction. Any thread.
+    virtual std::int64_t missedOutputFrames() const { return 0; }
 
     // Asks for short cycles, because the input is being heard, or leaves their length to the
     // server. What the user has set comes first. Also while started.

@@ -20,7 +20,8 @@ public:
     void clear() TESSIVO_REALTIME;
 
     // Begins a cycle. Frames that were not fetched since the previous one are late: dropped.
-    void beginCycle() TESSIVO_REALTIME;
+    // Returns how many.
+    std::uint32_t beginCycle() TESSIVO_REALTIME;
     // When it is full, the oldest frames are dropped.
     void push(std::span<const float* const> channels, std::uint32_t frames) TESSIVO_REALTIME;
 

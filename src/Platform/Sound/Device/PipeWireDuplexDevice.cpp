@@ -3,6 +3,7 @@
 #include "Platform/Sound/AudioError.h"
 
 #include <cerrno>
+#include <string>
 #include <system_error>
 #include <utility>
 
@@ -13,9 +14,15 @@ namespace {
 using Clock = std::chrono::steady_clock;
 using namespace std::chrono_literals;
 
-constexpr auto kAnswerTime = 1s;
+// The longest that the main thread waits for a server. One that works needs a few milliseconds.
+constexpr auto kAnswerTime = 250ms;
 // How long a session manager may take to name the default devices before we request the names.
 constexpr auto kNamesTime = 300ms;
+// What short cycles have at first and at most, frames.
+constexpr std::uint32_t kShortestCycle = 64;
+constexpr std::uint32_t kLongestShortCycle = 512;
+// What the change of their length costs is over by then.
+constexpr auto kChangeTime = 300ms;
 // The list of objects; then the names of the default devices; then their formats.
 constexpr int kRoundTrips = 3;
 
@@ -23,8 +30,6 @@ AudioError worded(const std::system_error& error) {
     switch (error.code().value()) {
     case ENOSYS:
         return AudioError("The sound system's client library could not be set up.");
-    case ETIMEDOUT:
-        return AudioError("The sound server does not answer: " + error.code().message() + ".");
     default:
         return AudioError("The sound server could not be reached: " + error.code().message() + ".");
     }
@@ -32,15 +37,19 @@ AudioError worded(const std::system_error& error) {
 
 } // namespace
 
-PipeWireDuplexDevice::PipeWireDuplexDevice(const std::string& applicationName, Connect when)
-    : client_({"tessivo-sound", applicationName, kRoundTrips}, *this)
+PipeWireDuplexDevice::PipeWireDuplexDevice(const std::string& applicationName, Connect when,
+                                           DiagnosticSink diagnostics)
+    : diagnostics_(std::move(diagnostics))
+    , client_({"tessivo-sound", applicationName, kRoundTrips}, *this)
     , streams_(applicationName, cycles_, [this] { client_.attend(); }) {
     if (when == Connect::atStart) {
         return;
     }
     client_.locked([this] {
         try {
-            client_.connect(kAnswerTime);
+            if (!client_.reach(kAnswerTime)) {
+                return; // the formats come with a change notice
+            }
         } catch (const std::system_error&) {
             return; // start() tries again, and reports it
         }
@@ -58,16 +67,22 @@ PipeWireDuplexDevice::~PipeWireDuplexDevice() {
 void PipeWireDuplexDevice::start(AudioRenderer& renderer, const Request& request) {
     stop();
     client_.locked([&] {
+        bool answers = false;
         try {
-            client_.connect(kAnswerTime);
+            answers = client_.reach(kAnswerTime);
         } catch (const std::system_error& error) {
             throw worded(error);
         }
-        publish();
+        if (answers) {
+            publish();
+        }
         renderRate_ = formats_.get().renderRate;
         streams_.start(*renderRate_, request);
         cycles_.start(renderer, *renderRate_);
-        streams_.follow(client_.connection()->core(), *defaults_);
+        if (answers) {
+            streams_.follow(client_.connection()->core(), *defaults_);
+        }
+        requestCycles();
         client_.attend(); // for the poll interval and the change notice
     });
 }
@@ -80,9 +95,48 @@ void PipeWireDuplexDevice::stop() {
     });
 }
 
+void PipeWireDuplexDevice::setShortCycles(bool wanted) {
+    client_.locked([&] {
+        if (wanted != (shortCycles_ > 0)) {
+            shortCycles_ = wanted ? kShortestCycle : 0;
+            requestCycles();
+            client_.attend(); // for the poll interval
+        }
+    });
+}
+
+void PipeWireDuplexDevice::requestCycles() {
+    if (renderRate_ && defaults_) {
+        streams_.requestCycles(shortCycles_, defaults_->clock());
+    }
+    cyclesRequestedAt_ = Clock::now();
+}
+
+void PipeWireDuplexDevice::lengthenCycles() {
+    const std::int64_t before = std::exchange(knownLosses_, losses());
+    if (shortCycles_ == 0 || shortCycles_ >= kLongestShortCycle || before == knownLosses_ ||
+        Clock::now() < cyclesRequestedAt_ + kChangeTime || !streams_.decideCycles() ||
+        defaults_->clock().isForced) {
+        return;
+    }
+    shortCycles_ *= 2;
+    requestCycles();
+    if (diagnostics_) {
+        diagnostics_("⚠️ Sound was lost in short cycles, asking for " +
+                     std::to_string(shortCycles_) + " frames");
+    }
+}
+
+std::int64_t PipeWireDuplexDevice::losses() const {
+    return cycles_.missedFrames() + cycles_.missedOutputFrames();
+}
+
 void PipeWireDuplexDevice::setChangeHandler(std::function<void()> handler) {
-    const std::scoped_lock lock(handlerMutex_);
-    handler_ = std::move(handler);
+    {
+        const std::scoped_lock lock(handlerMutex_);
+        handler_ = std::move(handler);
+    }
+    client_.attend();
 }
 
 void PipeWireDuplexDevice::connected(pipewire::Connection& connection) {
@@ -108,9 +162,12 @@ bool PipeWireDuplexDevice::settle() {
     publish();
     if (renderRate_) {
         streams_.follow(connection->core(), *defaults_);
+        lengthenCycles();
     }
     tellChange();
-    return formats_.awaitsReturn() || requestNamesAt_.has_value() || streams_.isPollNeeded();
+    const bool mayLengthen = renderRate_ && shortCycles_ > 0 && shortCycles_ < kLongestShortCycle;
+    return mayLengthen || formats_.awaitsReturn() || requestNamesAt_.has_value() ||
+           streams_.isPollNeeded();
 }
 
 void PipeWireDuplexDevice::requestNames() {
@@ -130,11 +187,10 @@ void PipeWireDuplexDevice::publish() {
 }
 
 void PipeWireDuplexDevice::tellChange() {
-    if (std::exchange(isChangeUntold_, false)) {
-        const std::scoped_lock lock(handlerMutex_);
-        if (handler_) {
-            handler_();
-        }
+    const std::scoped_lock lock(handlerMutex_);
+    // Without a handler the change is kept for the next one.
+    if (handler_ && std::exchange(isChangeUntold_, false)) {
+        handler_();
     }
 }
 

@@ -5,6 +5,7 @@
 #include "Platform/Sound/Device/PipeWireCycles.h"
 #include "Platform/Sound/Device/PipeWireStreams.h"
 #include "Platform/Sound/Device/PublishedFormats.h"
+#include "Platform/Sound/Diagnostics.h"
 
 #include <chrono>
 #include <mutex>
@@ -15,15 +16,19 @@ namespace tessivo::sound {
 
 // The default capture device and the default playback device of the running PipeWire server, as
 // one device with one clock. A playback device's monitor is never used as an input. When there is
-// no server at construction, start() tries again; a server that goes away after it has answered
-// once is reconnected automatically.
+// no server at construction, start() tries again. When a server does not answer soon, start()
+// returns and cycles begin when it does; until then their rate is taken to be 48 kHz, and the
+// streams convert. A server that goes away is reconnected automatically.
 class PipeWireDuplexDevice final : public AudioDevice, private pipewire::Client::User {
 public:
     enum class Connect {
-        now,    // and wait at most a second for the server's first answers
+        now,    // and wait at most 250 ms for the server's first answers
         atStart // the first start(); until then there are no formats and no change notices
     };
-    explicit PipeWireDuplexDevice(const std::string& applicationName, Connect when = Connect::now);
+    // Short cycles have 64 frames at first. When cycles get lost the device asks for twice as
+    // many, up to 512, and tells the sink, on a thread of its own.
+    explicit PipeWireDuplexDevice(const std::string& applicationName, Connect when = Connect::now,
+                                  DiagnosticSink diagnostics = {});
     ~PipeWireDuplexDevice() override;
     PipeWireDuplexDevice(const PipeWireDuplexDevice&) = delete;
     PipeWireDuplexDevice& operator=(const PipeWireDuplexDevice&) = delete;
@@ -31,9 +36,10 @@ public:
     Formats formats() const override { return formats_.get(); } // any thread
     void start(AudioRenderer& renderer, const Request& request) override;
     void stop() override;
-    double inputLatency() const override { return 0.0; }
+    double inputLatency() const override { return cycles_.inputLatency(); }
     double outputLatency() const override { return cycles_.outputLatency(); }
-    void setShortCycles(bool /*wanted*/) override {}
+    std::int64_t missedOutputFrames() const override { return cycles_.missedOutputFrames(); }
+    void setShortCycles(bool wanted) override;
     void setChangeHandler(std::function<void()> handler) override; // not from the handler
 
 private:
@@ -44,6 +50,9 @@ private:
     void publish();
     void requestNames();
     void tellChange();
+    void requestCycles();
+    void lengthenCycles();
+    std::int64_t losses() const;
 
     PipeWireCycles cycles_; // outlives the thread that runs its callbacks
     PublishedFormats formats_;
@@ -52,6 +61,10 @@ private:
     std::function<void()> handler_;
 
     // The rest is used with the loop locked only.
+    std::uint32_t shortCycles_ = 0; // frames; 0 while their length is left to the server
+    std::int64_t knownLosses_ = 0;  // frames
+    std::chrono::steady_clock::time_point cyclesRequestedAt_;
+    DiagnosticSink diagnostics_;
     std::optional<double> renderRate_; // from start() to stop()
     bool isChangeUntold_ = false;
     std::optional<std::chrono::steady_clock::time_point> requestNamesAt_;
