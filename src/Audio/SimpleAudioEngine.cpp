@@ -129,7 +129,7 @@ void SimpleAudioEngine::releaseRecording() {
     inputNode().release();
 }
 
-void SimpleAudioEngine::enableRecording(sound::TapBlock recordingHandler, Moment since) {
+void SimpleAudioEngine::enableRecording(sound::TapHandler recordingHandler, Moment since) {
     logLine("🎛️ [ENGINE] Enabling recording in unified tap");
     isRecordingActive_ = true;
     const sound::AudioFormat format = inputNode().outputFormat();

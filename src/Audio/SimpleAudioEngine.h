@@ -37,7 +37,7 @@ public:
     void releaseRecording();
     // Every buffer captured from that moment on goes to the handler first and then to the level
     // meter.
-    void enableRecording(sound::TapBlock recordingHandler, Moment since);
+    void enableRecording(sound::TapHandler recordingHandler, Moment since);
     // Returns when the recording handler has had everything captured before that moment. The
     // result is how many of its frames that is: it may have had some more. Nothing when the
     // engine has been stopped since.

@@ -101,7 +101,7 @@ void SimpleLooperViewModel::playButtonPressed() {
     }
     switch (loopState_.transportState()) {
     case TransportState::stopped:
-        ++playbackOrder_; // now instead of later; what sounds of the take goes on
+        ++deferredPlaybackNumber_; // now instead of later; what sounds of the take goes on
         startPlayback();
         break;
     case TransportState::recording:
@@ -183,16 +183,16 @@ void SimpleLooperViewModel::stopRecordingAndStartPlayback() {
     player_->setVolume(loopState_.playbackVolume());
     player_->soundTake(CommandMoment::current());
     stopRecording();
-    const std::uint64_t order = ++playbackOrder_;
+    const std::uint64_t order = ++deferredPlaybackNumber_;
     MainQueue::postAfter(kPlaybackDelay, this, [this, order] {
-        if (order == playbackOrder_) {
+        if (order == deferredPlaybackNumber_) {
             startPlayback();
         }
     });
 }
 
 void SimpleLooperViewModel::cancelDeferredPlayback() {
-    ++playbackOrder_;
+    ++deferredPlaybackNumber_;
     dropTake();
 }
 

@@ -95,7 +95,8 @@ private:
     SimpleAudioEngine audioEngine_;
     SimpleRecorder* recorder_ = nullptr; // the engine's, from the first recording on
     SimplePlayer* player_ = nullptr;     // the engine's, from the first playback on
-    std::uint64_t playbackOrder_ = 0;    // number of the deferred playback that is still valid
+    std::uint64_t deferredPlaybackNumber_ =
+        0; // number of the deferred playback that is still valid
     std::mutex currentAudioMutex_;
     CurrentAudio currentAudio_;
 };

@@ -10,7 +10,7 @@ struct Take {
     std::vector<std::uint32_t> lengths;
     bool contiguous = true;
 
-    sound::TapBlock block() {
+    sound::TapHandler block() {
         return [this](const sound::AudioPCMBuffer& buffer, const sound::AudioTime& time) {
             contiguous =
                 contiguous && (samples.empty() ||

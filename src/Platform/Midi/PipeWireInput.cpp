@@ -87,7 +87,7 @@ void PipeWireInput::removeLink() {
     link_.reset();
     connected_ = 0;
     parts_.sources.setConnected(0);
-    parts_.client.attend(); // notices may have been held for the connected source
+    parts_.client.wake(); // notices may have been held for the connected source
 }
 
 void PipeWireInput::disconnecting() {
@@ -98,7 +98,7 @@ void PipeWireInput::disconnecting() {
 void PipeWireInput::openPort() {
     port_ = std::make_unique<PipeWireInputPort>(parts_.client.connection()->core(), clientName_,
                                                 portName_, parts_.thread,
-                                                [this] { parts_.client.attend(); });
+                                                [this] { parts_.client.wake(); });
 }
 
 template <typename Condition> void PipeWireInput::awaitAnswer(const Condition& condition) {
@@ -107,7 +107,7 @@ template <typename Condition> void PipeWireInput::awaitAnswer(const Condition& c
     awaited_ = false;
 }
 
-void PipeWireInput::settle(SourceList::Clock::time_point now) {
+void PipeWireInput::reconcile(SourceList::Clock::time_point now) {
     if (awaited_) {
         return;
     }

@@ -44,8 +44,8 @@ public:
 
     void disconnecting(); // as Client::User
     // While the server answers: makes or removes what has to be made or removed.
-    void settle(SourceList::Clock::time_point now);
-    bool willRetry() const; // settle() is to be called again in a while
+    void reconcile(SourceList::Clock::time_point now);
+    bool willRetry() const; // reconcile() is to be called again in a while
 
 private:
     void openPort();

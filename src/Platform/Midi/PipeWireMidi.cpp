@@ -99,7 +99,7 @@ void PipeWireMidi::reachServer() {
 }
 
 void PipeWireMidi::connected(pipewire::Connection& connection) {
-    ports_.emplace(connection, parts_.sources, [this] { parts_.client.attend(); });
+    ports_.emplace(connection, parts_.sources, [this] { parts_.client.wake(); });
 }
 
 void PipeWireMidi::disconnecting() {
@@ -110,14 +110,14 @@ void PipeWireMidi::disconnecting() {
     parts_.sources.serverLost();
 }
 
-bool PipeWireMidi::settle() {
+bool PipeWireMidi::reconcile() {
     const auto now = SourceList::Clock::now();
     if (parts_.client.answeredConnection() != nullptr) {
         if (!parts_.sources.hasServer()) {
             parts_.sources.serverBack(now);
         }
         if (parts_.input != nullptr) {
-            parts_.input->settle(now);
+            parts_.input->reconcile(now);
         }
     }
     for (const SetupChange change : parts_.sources.takeNotices(now)) {

@@ -31,7 +31,7 @@ private:
 
     void connected(pipewire::Connection& connection) override;
     void disconnecting() override;
-    bool settle() override;
+    bool reconcile() override;
 
     void reachServer();
 

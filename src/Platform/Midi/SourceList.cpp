@@ -24,7 +24,7 @@ void SourceList::appeared(const std::string& name, Place place) {
     if (known != sources_.end()) {
         known->place = place;
         known->present = true;
-        known->told = false;
+        known->removalTold = false;
     } else {
         sources_.push_back({++lastReference_, name, place, true, false, {}});
     }
@@ -63,11 +63,12 @@ void SourceList::serverBack(Clock::time_point now) {
 
 void SourceList::setConnected(SourceRef source) {
     connected_ = source;
-    std::erase_if(sources_, [source](const Entry& s) { return s.told && s.reference != source; });
+    std::erase_if(sources_,
+                  [source](const Entry& s) { return s.removalTold && s.reference != source; });
 }
 
 bool SourceList::isAwaited(const Entry& source) const {
-    return !source.present && !source.told && source.reference == connected_;
+    return !source.present && !source.removalTold && source.reference == connected_;
 }
 
 std::vector<const SourceList::Entry*> SourceList::listed() const {
@@ -97,8 +98,8 @@ std::vector<SetupChange> SourceList::takeNotices(Clock::time_point now) {
         return {};
     }
     for (Entry& source : sources_) {
-        if (!source.present && !source.told && now >= source.missingUntil) {
-            source.told = true;
+        if (!source.present && !source.removalTold && now >= source.missingUntil) {
+            source.removalTold = true;
             notices_.push_back(SetupChange::objectRemoved);
         }
     }
@@ -110,7 +111,7 @@ std::vector<SetupChange> SourceList::takeNotices(Clock::time_point now) {
 
 bool SourceList::somethingIsMissing() const {
     return std::any_of(sources_.begin(), sources_.end(),
-                       [](const Entry& source) { return !source.present && !source.told; });
+                       [](const Entry& source) { return !source.present && !source.removalTold; });
 }
 
 } // namespace tessivo::midi

@@ -33,7 +33,7 @@ public:
         std::string name; // empty when it has none for its user
         Place place;
         bool present = true;
-        bool told = false;              // its removal; only the connected one is kept then
+        bool removalTold = false;       // its removal; only the connected one is kept then
         Clock::time_point missingUntil; // when its removal is told, unless it is back
     };
 

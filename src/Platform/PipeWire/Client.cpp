@@ -18,7 +18,7 @@ constexpr auto kPollInterval = 100ms;
 Client::Client(Settings settings, User& user)
     : settings_(std::move(settings))
     , user_(user)
-    , loop_(settings_.threadName, [this] { settle(); }) {}
+    , loop_(settings_.threadName, [this] { reconcile(); }) {}
 
 Client::~Client() {
     stop();
@@ -72,11 +72,11 @@ void Client::open() {
         throw std::system_error(ENOSYS, std::system_category());
     }
     connection_.emplace(loop_.context(), settings_.applicationName, settings_.roundTrips,
-                        [this] { attend(); });
+                        [this] { wake(); });
     user_.connected(*connection_);
 }
 
-void Client::settle() {
+void Client::reconcile() {
     hasBeenAnswered_ = hasBeenAnswered_ || answeredConnection() != nullptr;
     const bool returns = hasBeenAnswered_ || persists_;
     if (returns && connection() == nullptr) {
@@ -87,7 +87,7 @@ void Client::settle() {
             // Still away.
         }
     }
-    const bool userWaits = user_.settle();
+    const bool userWaits = user_.reconcile();
     const bool serverIsAway = returns && !connection_;
     loop_.setPollInterval(userWaits || serverIsAway ? kPollInterval : 0ms);
 }

@@ -13,7 +13,7 @@ namespace tessivo::pipewire {
 // lost is made anew as soon as a server is there again.
 class Client {
 public:
-    // The client's user. Called with the loop locked; settle() on the loop's thread.
+    // The client's user. Called with the loop locked; reconcile() on the loop's thread.
     class User {
     public:
         // Every connection begins and ends with one of these. What belongs to the connection is
@@ -22,7 +22,7 @@ public:
         virtual void disconnecting() = 0;
         // Does what follows from what has changed; see Loop. Returns whether something is
         // awaited that is not announced by an event: then it is called again soon.
-        virtual bool settle() = 0;
+        virtual bool reconcile() = 0;
 
     protected:
         ~User() = default;
@@ -51,7 +51,7 @@ public:
     bool await(std::chrono::nanoseconds limit, const Condition& condition) {
         return loop_.await(limit, condition);
     }
-    void attend() { loop_.attend(); }
+    void wake() { loop_.wake(); }
 
     // All of the following with the loop locked.
 
@@ -75,7 +75,7 @@ public:
 
 private:
     void open();
-    void settle();
+    void reconcile();
 
     Settings settings_;
     User& user_;

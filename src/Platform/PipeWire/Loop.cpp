@@ -7,8 +7,8 @@
 
 namespace tessivo::pipewire {
 
-Loop::Loop(const char* threadName, std::function<void()> settle)
-    : settle_(std::move(settle)) {
+Loop::Loop(const char* threadName, std::function<void()> reconcile)
+    : settle_(std::move(reconcile)) {
     static const bool initialised = (pw_init(nullptr, nullptr), true);
     loop_.reset(initialised ? pw_thread_loop_new(threadName, nullptr) : nullptr);
     if (loop_ != nullptr) {
@@ -32,7 +32,7 @@ void Loop::stop() {
     pw_thread_loop_stop(loop_.get());
 }
 
-void Loop::attend() {
+void Loop::wake() {
     signalEvent(pw_thread_loop_get_loop(loop_.get()), event_);
     pw_thread_loop_signal(loop_.get(), false);
 }

@@ -12,9 +12,9 @@ namespace tessivo::pipewire {
 // protects whatever they touch. Functions are for any thread unless they say otherwise.
 class Loop {
 public:
-    // settle is called on the thread, with the loop locked, after each attend() and each poll
+    // reconcile is called on the thread, with the loop locked, after each wake() and each poll
     // interval. Throws std::system_error when there is no memory or no descriptor for a thread.
-    Loop(const char* threadName, std::function<void()> settle);
+    Loop(const char* threadName, std::function<void()> reconcile);
     ~Loop();
     Loop(const Loop&) = delete;
     Loop& operator=(const Loop&) = delete;
@@ -29,11 +29,11 @@ public:
         return std::forward<Work>(work)();
     }
 
-    // Has settle called soon, once for several calls, and await() look at its condition.
-    // Objects must not be destroyed in their own event functions; settle may do that.
-    void attend();
+    // Has reconcile called soon, once for several calls, and await() look at its condition.
+    // Objects must not be destroyed in their own event functions; reconcile may do that.
+    void wake();
 
-    // Loop locked. How often settle is called anyway; 0 is never.
+    // Loop locked. How often reconcile is called anyway; 0 is never.
     void setPollInterval(std::chrono::milliseconds interval);
 
     // Loop locked; not on the loop's thread. Unlocks the loop until the condition holds. False
@@ -50,7 +50,7 @@ public:
         return true;
     }
 
-    // Not locked. When it returns, settle and event functions are not running and are not
+    // Not locked. When it returns, reconcile and event functions are not running and are not
     // called again. Harmless when repeated.
     void stop();
 

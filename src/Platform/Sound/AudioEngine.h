@@ -6,7 +6,7 @@
 #include "Platform/Sound/MixerNode.h"
 #include "Platform/Sound/NodeHost.h"
 #include "Platform/Sound/OutputNode.h"
-#include "Platform/Sound/Render/PlanBuilder.h"
+#include "Platform/Sound/PlanBuilder.h"
 #include "Platform/Sound/Render/PlanExchange.h"
 #include "Platform/Sound/Render/Timeline.h"
 #include "Platform/Sound/Tap/InputCapture.h"

@@ -31,7 +31,7 @@ AudioFormat InputNode::outputFormat() const {
                : format;
 }
 
-void InputNode::installTap(std::uint32_t bufferSize, const AudioFormat& format, TapBlock block,
+void InputNode::installTap(std::uint32_t bufferSize, const AudioFormat& format, TapHandler block,
                            std::optional<Moment> from) {
     removeTap();
     std::optional<std::int64_t> begin;

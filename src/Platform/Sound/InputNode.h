@@ -3,7 +3,7 @@
 #include "Platform/Realtime/Moment.h"
 #include "Platform/Sound/AudioFormat.h"
 #include "Platform/Sound/AudioNode.h"
-#include "Platform/Sound/Tap/TapBlock.h"
+#include "Platform/Sound/Tap/TapHandler.h"
 
 #include <cstdint>
 #include <memory>
@@ -31,7 +31,7 @@ public:
     // installed while there is no input delivers in the input's format once there is one.
     // A rate that cannot be converted ends the tap; the engine's diagnostics say so. Frames
     // that the system lost are silence of the same length.
-    void installTap(std::uint32_t bufferSize, const AudioFormat& format, TapBlock block,
+    void installTap(std::uint32_t bufferSize, const AudioFormat& format, TapHandler block,
                     std::optional<Moment> from = {});
 
     // Delivers all frames before the sound made at `until`, or all captured before the call,

@@ -1,7 +1,7 @@
 #include "Platform/Sound/MixerNode.h"
 
+#include "Platform/Sound/PlanBuilder.h"
 #include "Platform/Sound/Render/GainUnit.h"
-#include "Platform/Sound/Render/PlanBuilder.h"
 
 #include <utility>
 #include <vector>

@@ -1,7 +1,7 @@
 #include "Platform/Sound/OutputNode.h"
 
 #include "Platform/Sound/NodeHost.h"
-#include "Platform/Sound/Render/PlanBuilder.h"
+#include "Platform/Sound/PlanBuilder.h"
 
 namespace tessivo::sound {
 

@@ -3,8 +3,8 @@
 #include "Platform/Sound/AudioError.h"
 #include "Platform/Sound/Decode/ReaderThread.h"
 #include "Platform/Sound/NodeHost.h"
+#include "Platform/Sound/PlanBuilder.h"
 #include "Platform/Sound/Render/GainUnit.h"
-#include "Platform/Sound/Render/PlanBuilder.h"
 #include "Platform/Sound/Render/PlayerVoice.h"
 
 #include <algorithm>

@@ -178,14 +178,14 @@ std::optional<milliseconds> PlayerReader::decode() {
     }
     ring_->setMoreToCome(true);
     const auto count = std::min(framesPerStep(file), file.length() - filePosition_);
-    if (wholeFile_ != scheduled.file) {
+    if (fileInMemory_ != scheduled.file) {
         readStep(file, count);
-        wholeFile_ = count == file.length() ? scheduled.file : nullptr;
+        fileInMemory_ = count == file.length() ? scheduled.file : nullptr;
     }
     filePosition_ += count;
     const bool passDone = filePosition_ == file.length();
     std::uint32_t passes = 1;
-    if (wholeFile_) {
+    if (fileInMemory_) {
         const auto inStep = static_cast<std::uint32_t>(framesPerStep(file) / count);
         passes = std::min(scheduled.passes - passesDone_, inStep);
     }

@@ -99,11 +99,11 @@ private:
     std::optional<Clock::time_point> endTakenAt_; // when the first pass end left the ring
     double converterRate_ = 0.0;                  // Hz, of the files that it converts
     std::unique_ptr<RateConverter> converter_;
-    std::optional<Sounding> sounding_;           // until its first file is opened
-    bool joining_ = false;                       // it is to be read from the join on
-    std::size_t skip_ = 0;                       // converted frames that are over before the join
-    std::vector<float> stereo_;                  // the decoded step, interleaved
-    std::shared_ptr<AudioFileReader> wholeFile_; // the one that stereo_ holds whole, or none
+    std::optional<Sounding> sounding_; // until its first file is opened
+    bool joining_ = false;             // it is to be read from the join on
+    std::size_t skip_ = 0;             // converted frames that are over before the join
+    std::vector<float> stereo_;        // the decoded step, interleaved
+    std::shared_ptr<AudioFileReader> fileInMemory_; // the one that stereo_ holds whole, or none
     bool failed_ = false;
     bool retired_ = false;
 };

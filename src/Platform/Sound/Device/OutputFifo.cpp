@@ -12,8 +12,8 @@ OutputFifo::OutputFifo() {
 
 void OutputFifo::clear() TESSIVO_REALTIME {
     size_ = 0;
-    lowest_ = 0;
-    cycles_ = 0;
+    lowestFill_ = 0;
+    cyclesWatched_ = 0;
     fetched_ = true;
 }
 
@@ -52,10 +52,10 @@ std::uint32_t OutputFifo::pop(std::span<float* const> channels,
     }
     drop(count);
     fetched_ = true;
-    lowest_ = cycles_ == 0 ? size_ : std::min(lowest_, size_);
-    if (++cycles_ == kTrimCycles) {
-        drop(lowest_);
-        cycles_ = 0;
+    lowestFill_ = cyclesWatched_ == 0 ? size_ : std::min(lowestFill_, size_);
+    if (++cyclesWatched_ == kTrimCycles) {
+        drop(lowestFill_);
+        cyclesWatched_ = 0;
     }
     return frames - count;
 }

@@ -41,8 +41,8 @@ private:
     std::uint32_t first_ = 0;
     std::uint32_t size_ = 0;
     bool fetched_ = true;
-    std::uint32_t lowest_ = 0;
-    std::uint32_t cycles_ = 0;
+    std::uint32_t lowestFill_ = 0;
+    std::uint32_t cyclesWatched_ = 0;
 };
 
 } // namespace tessivo::sound

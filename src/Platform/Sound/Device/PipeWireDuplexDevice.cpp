@@ -41,7 +41,7 @@ PipeWireDuplexDevice::PipeWireDuplexDevice(const std::string& applicationName, C
                                            DiagnosticSink diagnostics)
     : diagnostics_(std::move(diagnostics))
     , client_({"tessivo-sound", applicationName, kRoundTrips}, *this)
-    , streams_(applicationName, cycles_, [this] { client_.attend(); }) {
+    , streams_(applicationName, cycles_, [this] { client_.wake(); }) {
     if (when == Connect::atStart) {
         return;
     }
@@ -83,7 +83,7 @@ void PipeWireDuplexDevice::start(AudioRenderer& renderer, const Request& request
             streams_.follow(client_.connection()->core(), *defaults_);
         }
         requestCycles();
-        client_.attend(); // for the poll interval and the change notice
+        client_.wake(); // for the poll interval and the change notice
     });
 }
 
@@ -100,7 +100,7 @@ void PipeWireDuplexDevice::setShortCycles(bool wanted) {
         if (wanted != (shortCycles_ > 0)) {
             shortCycles_ = wanted ? kShortestCycle : 0;
             requestCycles();
-            client_.attend(); // for the poll interval
+            client_.wake(); // for the poll interval
         }
     });
 }
@@ -136,11 +136,11 @@ void PipeWireDuplexDevice::setChangeHandler(std::function<void()> handler) {
         const std::scoped_lock lock(handlerMutex_);
         handler_ = std::move(handler);
     }
-    client_.attend();
+    client_.wake();
 }
 
 void PipeWireDuplexDevice::connected(pipewire::Connection& connection) {
-    defaults_.emplace(connection, [this] { client_.attend(); });
+    defaults_.emplace(connection, [this] { client_.wake(); });
     formats_.connected();
     if (client_.hasBeenAnswered()) {
         formats_.awaitReturn();
@@ -153,7 +153,7 @@ void PipeWireDuplexDevice::disconnecting() {
     requestNamesAt_.reset();
 }
 
-bool PipeWireDuplexDevice::settle() {
+bool PipeWireDuplexDevice::reconcile() {
     pipewire::Connection* const connection = client_.answeredConnection();
     if (connection == nullptr) {
         return false;

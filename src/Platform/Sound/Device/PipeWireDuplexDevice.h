@@ -45,7 +45,7 @@ public:
 private:
     void connected(pipewire::Connection& connection) override;
     void disconnecting() override;
-    bool settle() override;
+    bool reconcile() override;
 
     void publish();
     void requestNames();

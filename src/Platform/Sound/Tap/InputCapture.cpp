@@ -80,7 +80,7 @@ void InputCapture::stopThreadIfUnused() {
     }
 }
 
-void InputCapture::installTap(std::uint32_t bufferSize, const AudioFormat& format, TapBlock block,
+void InputCapture::installTap(std::uint32_t bufferSize, const AudioFormat& format, TapHandler block,
                               std::optional<std::int64_t> begin) {
     tap_ = InstalledTap{bufferSize, format, std::move(block), begin};
     if (AudioFormat::standard(format.sampleRate(), format.channelCount())) {

@@ -38,7 +38,7 @@ public:
 
     // See InputNode. Positions on the timeline; a tap without one begins with the next frame
     // and ends with the last one.
-    void installTap(std::uint32_t bufferSize, const AudioFormat& format, TapBlock block,
+    void installTap(std::uint32_t bufferSize, const AudioFormat& format, TapHandler block,
                     std::optional<std::int64_t> begin);
     std::optional<std::int64_t> removeTap(std::optional<std::int64_t> end);
     void hold(std::int64_t since);
@@ -49,7 +49,7 @@ private:
     struct InstalledTap {
         std::uint32_t bufferSize = 0;
         AudioFormat format;
-        TapBlock block;
+        TapHandler block;
         std::optional<std::int64_t> begin;
         bool running = false;
     };

@@ -2,7 +2,7 @@
 
 #include "Platform/Sound/AudioPCMBuffer.h"
 #include "Platform/Sound/Tap/TakeHead.h"
-#include "Platform/Sound/Tap/TapBlock.h"
+#include "Platform/Sound/Tap/TapHandler.h"
 #include "Platform/Sound/Tap/TapQueue.h"
 
 #include <cstdint>
@@ -22,7 +22,7 @@ public:
         std::int64_t begin = 0; // the position of its first frame
         std::uint32_t bufferSize = 0;
         AudioFormat format; // one or two channels
-        TapBlock block;
+        TapHandler block;
         std::shared_ptr<TakeHead> head; // or none
     };
 

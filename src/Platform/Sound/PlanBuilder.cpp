@@ -1,4 +1,4 @@
-#include "Platform/Sound/Render/PlanBuilder.h"
+#include "Platform/Sound/PlanBuilder.h"
 
 #include "Platform/Sound/Limits.h"
 
