@@ -12,24 +12,13 @@ cd "$TESSIVO_ROOT"
 starts=${1:-9}
 idle=${2:-20}
 build=${3:-build/release}
-private=$(mktemp -d)
-
-clean_up() {
-    local status=$?
-    trap - EXIT
-    end_remembered "$private"
-    scripts/virtual-display.sh stop "$private/display" || true
-    scripts/virtual-sound.sh stop "$private/sound" || true
-    rm -rf "$private"
-    exit "$status"
-}
-trap clean_up EXIT
-trap 'exit 130' INT TERM
+make_private
 
 # Milliseconds from just before the start of the process PROGRAM to the end of its first frame,
 # which the toolkit's own log tells with the time of day.
 start_measured() {
     local log=$private/$1.log begin drawn
+    : >"$log"
     begin=$(date +%s%3N)
     start_remembered "$private" "$log" env HOME="$private/home" QT_QPA_PLATFORM=xcb TZ=UTC \
         QT_LOGGING_RULES='qt.scenegraph.time.renderloop=true' QT_FORCE_STDERR_LOGGING=1 \
@@ -51,9 +40,7 @@ memory_of() {
 
 # Hundredths of a second of processor time of all threads so far.
 processor_time() {
-    local stat
-    stat=$(<"/proc/$process/stat")
-    awk '{ print $12 + $13 }' <<<"${stat##*) }"
+    stat_of "$process" | awk '{ print $12 + $13 }'
 }
 
 megabytes() {

@@ -11,7 +11,6 @@
 
 #include "Platform/Sound/File/AudioFile.h"
 #include "Platform/System/LogLine.h"
-#include "SystemDevices.h"
 #include "Utils/AudioUtils.h"
 #include "ViewModels/SimpleLooperViewModel.h"
 

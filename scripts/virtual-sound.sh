@@ -2,6 +2,8 @@
 # A private sound server with a virtual speaker and a virtual microphone, for tests and
 # demonstrations. Everything lives in one folder; no sound server of the desktop is touched.
 set -euo pipefail
+# shellcheck source=scripts/lib.sh
+source "$(dirname "${BASH_SOURCE[0]}")/lib.sh"
 
 usage() {
     cat >&2 <<'TEXT'
@@ -12,6 +14,7 @@ usage: virtual-sound.sh start DIR [options]   start, return when the devices are
        virtual-sound.sh create DIR NAME CLASS RATE POSITIONS
                                               make a device (CLASS: Audio/Sink, Audio/Source/Virtual)
        virtual-sound.sh destroy DIR NAME      remove a device
+       virtual-sound.sh play-riff DIR         play a riff into the microphone, again and again
 options: --quantum N         frames in a cycle (64)
          --rate N            rate of the graph, Hz (48000)
          --allowed-rates L   rates that the graph may switch to, "44100 48000" (none)
@@ -27,65 +30,21 @@ TEXT
     exit 2
 }
 
-fail() {
-    echo "virtual-sound: $*" >&2
-    exit 1
-}
-
 # Runs a command in the environment of the private server.
 inside() {
-    (become "$@")
+    env "${environment[@]}" "$@"
 }
 
-# The same in place of this shell, so that the command has the shell's process id.
-become() {
-    exec env -u PIPEWIRE_REMOTE -u PIPEWIRE_LATENCY -u PIPEWIRE_NODE -u PIPEWIRE_PROPS \
-        HOME="$dir/home" XDG_RUNTIME_DIR="$dir" PIPEWIRE_RUNTIME_DIR="$dir" \
-        XDG_CONFIG_HOME="$dir/config" XDG_STATE_HOME="$dir/state" XDG_CACHE_HOME="$dir/cache" \
-        DBUS_SESSION_BUS_ADDRESS="unix:path=$dir/bus" "$@"
-}
-
-# Starts a daemon with its output in DIR/NAME.log and its process id in DIR/NAME.pid.
+# launch NAME COMMAND...: starts a daemon there, with its output in DIR/NAME.log and its process
+# id in DIR/NAME.pid.
 launch() {
-    local name=$1
-    shift
-    become setsid "$@" </dev/null >>"$dir/$name.log" 2>&1 &
-    echo $! >"$dir/$name.pid"
-    disown
+    start_remembered "$dir" "$dir/$1.log" env "${environment[@]}" "${@:2}"
+    echo $! >"$dir/$1.pid"
 }
 
-# True while the process named in DIR/NAME.pid is alive and not a zombie.
-alive() {
-    local id
-    id=$(cat "$dir/$1.pid" 2>/dev/null) || return 1
-    [[ -r /proc/$id/stat ]] && ! grep -q '^State:[[:space:]]*Z' "/proc/$id/status" 2>/dev/null
-}
-
-# Ends the process named in DIR/NAME.pid with that signal, and insists after two seconds.
-end() {
-    local name=$1 signal=$2 attempt id
-    # The follower removes its own file when it is quicker than we are.
-    if alive "$name" && id=$(cat "$dir/$name.pid" 2>/dev/null); then
-        kill -CONT "$id" 2>/dev/null || true
-        kill -"$signal" "$id" 2>/dev/null || true
-        for ((attempt = 0; attempt < 100; ++attempt)); do
-            alive "$name" || break
-            sleep 0.02
-        done
-        alive "$name" && kill -KILL "$id" 2>/dev/null
-    fi
-    rm -f "$dir/$name.pid"
-}
-
-# Calls a test every 20 ms until it holds; fails after ten seconds.
+# await WHAT COMMAND...
 await() {
-    local what=$1 attempt
-    shift
-    for ((attempt = 0; attempt < 500; ++attempt)); do
-        "$@" && return 0
-        sleep 0.02
-    done
-    fail "$what did not appear within ten seconds, see $dir/*.log"
+    wait_until 10 "${@:2}" || fail "$1 did not appear within ten seconds, see $dir/*.log"
 }
 
 is_default() {
@@ -197,46 +156,24 @@ start() {
         esac
     fi
 
-    if alive pipewire; then
-        fail "a server already runs in $dir"
-    fi
+    [[ ! -e $dir/processes ]] || fail "a server already runs in $dir"
+    trap 'end_remembered "$dir"' EXIT
     chmod 700 "$dir"
     configure
     rm -f "$dir/bus"
     launch dbus dbus-daemon --session --nofork --nopidfile --address="unix:path=$dir/bus"
     await "the message bus" test -S "$dir/bus"
-    trap stop EXIT
     start_server
+    [[ -z $owner ]] || end_with "$dir" "$owner"
     trap - EXIT
-    if [[ -n $owner ]]; then
-        # A test that crashes cannot stop what it started.
-        launch owner "$0" follow "$dir" "$owner"
-    fi
-}
-
-stop() {
-    local name
-    for name in wireplumber pipewire dbus; do
-        end "$name" TERM
-    done
-    # Last: the follower itself may be what stops us.
-    if [[ ${following:-no} == no ]]; then
-        end owner TERM
-    fi
-}
-
-follow() {
-    while kill -0 "$1" 2>/dev/null && alive dbus; do
-        sleep 0.5
-    done
-    following=yes
-    stop
-    rm -f "$dir/owner.pid"
 }
 
 kill_server() {
-    end pipewire KILL
-    end wireplumber TERM
+    local server
+    server=$(<"$dir/pipewire.pid")
+    kill -KILL "$server" 2>/dev/null || true
+    wait_until 2 not_running "$server" || fail "the server does not end"
+    end_process "$(<"$dir/wireplumber.pid")"
 }
 
 create() {
@@ -245,18 +182,41 @@ create() {
     [[ $answer != *Error* ]] || fail "$answer"
 }
 
+# A two-second riff of plucked strings, without end and without a gap.
+play_riff() {
+    local semitones
+    # Offsets from A4, an eighth note each at 120 beats a minute.
+    for semitones in -36 -29 -24 -26 -21 -24 -29 -31; do
+        sox -R -n -r 48000 -c 2 -t f32 - synth 0.25 pluck "%$semitones" gain -3 fade 0.002 0 0.01
+    done | sox -t f32 -r 48000 -c 2 - -e float -b 32 "$dir/riff.wav"
+    mkfifo "$dir/riff"
+    launch riff pw-cat -p --target 0 -P '{ node.name = riff }' "$dir/riff"
+    launch riff-source sox -V1 "$dir/riff.wav" -t au "$dir/riff" repeat -
+    wait_until 10 riff_linked || fail "the riff did not reach the virtual microphone"
+}
+
+riff_linked() {
+    # The first succeeds once both ends are there.
+    inside pw-link riff:output_FL mic:input_FL 2>/dev/null &&
+        inside pw-link riff:output_FR mic:input_FR
+}
+
 (($# >= 2)) || usage
 command=$1
 mkdir -p "$2"
 dir=$(cd "$2" && pwd)
 shift 2
+environment=(-u PIPEWIRE_REMOTE -u PIPEWIRE_LATENCY -u PIPEWIRE_NODE -u PIPEWIRE_PROPS
+    "HOME=$dir/home" "XDG_RUNTIME_DIR=$dir" "PIPEWIRE_RUNTIME_DIR=$dir"
+    "XDG_CONFIG_HOME=$dir/config" "XDG_STATE_HOME=$dir/state" "XDG_CACHE_HOME=$dir/cache"
+    "DBUS_SESSION_BUS_ADDRESS=unix:path=$dir/bus")
 case $command in
     start) start "$@" ;;
-    stop) stop ;;
+    stop) end_remembered "$dir" ;;
     kill-server) kill_server ;;
     restart-server) start_server ;;
     create) (($# == 4)) || usage && create "$@" ;;
     destroy) (($# == 1)) || usage && inside timeout 5 pw-cli destroy "$1" >/dev/null ;;
-    follow) follow "$1" ;;
+    play-riff) play_riff ;;
     *) usage ;;
 esac

@@ -48,9 +48,9 @@ public:
     }
 
 private:
-    // Work that was started before the window closed is finished while the window's controller
-    // still exists to take the results. A result may start more work: a library that cannot be
-    // read is rebuilt, and the rebuilt one is written, which makes three rounds at most.
+    // Work that was started before the window closed is finished while the window's view model
+    // still exists to take the results. A result may start more work: a library that cannot be read
+    // is rebuilt, and the rebuilt one is written, which makes three rounds at most.
     static void finishBackgroundWork() {
         for (int round = 0; round < 3; ++round) {
             BackgroundQueue::waitForAll();

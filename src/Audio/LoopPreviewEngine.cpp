@@ -23,8 +23,8 @@ namespace {
 
 using namespace std::chrono_literals;
 
-// A preview is stopped when the device has taken no frame for this long. A server that restarts
-// or a speaker that wakes up needs less.
+// A preview is stopped when the device takes no frame between two checks, that is after 5 to 10 s.
+// A server that restarts or a speaker that wakes up needs less.
 constexpr auto kLongestSilence = 5s;
 
 // How often the end of a fade-out is polled, and for how long at most: without a device that
@@ -32,7 +32,7 @@ constexpr auto kLongestSilence = 5s;
 constexpr auto kFadePoll = 20ms;
 constexpr auto kLongestFade = 250ms;
 
-// A record may name any file, but only those in the library's folder are played, and no
+// An entry may name any file, but only those in the library's folder are played, and no
 // symbolic links to others.
 std::filesystem::path audioOf(const SavedLoop& loop) {
     if (const auto location = LoopFileManager::locationOf(loop)) {
@@ -46,8 +46,8 @@ std::filesystem::path audioOf(const SavedLoop& loop) {
                             loop.filename().toStdString() + "\"");
 }
 
-// Keeps an engine until the fade-out of its last preview has been heard, and then deletes itself.
-// When the application object ends first, the destructor waits for the fade-out.
+// Keeps an engine until the device has taken the fade-out of its last preview, and then deletes
+// itself. When the application object ends first, the destructor waits for that.
 class FadeOut final : public QObject {
 public:
     FadeOut(std::unique_ptr<sound::AudioEngine> engine, std::shared_ptr<sound::PlayerNode> player)

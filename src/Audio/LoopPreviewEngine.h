@@ -14,7 +14,7 @@
 
 namespace tessivo {
 
-// Lets saved loops be heard, one at a time and once through, beside the looper and without
+// Lets saved loops be heard, one at a time and once through, while the looper runs and without
 // disturbing it: on an engine of its own, which listens to no input. Main thread only.
 class LoopPreviewEngine : public ObservableObject {
     Q_OBJECT
@@ -30,7 +30,7 @@ public:
     ~LoopPreviewEngine() override;
 
     // Stops what is previewed, which may be the same loop, and plays this one from its
-    // beginning. Throws AudioError when the device cannot start, or when the record's file is
+    // beginning. Throws AudioError when the device cannot start, or when the entry's file is
     // not in the library's folder, is no audio or cannot be read; nothing is previewed then.
     //
     // The preview is over when its last frame has been heard. It is stopped when the device
@@ -45,7 +45,7 @@ public:
 
     bool isPlaying() const { return isPlaying_; }
     const std::optional<SavedLoop>& currentPreviewLoop() const { return currentPreviewLoop_; }
-    // Compares the records' ids only.
+    // Compares the entries' ids only.
     bool isPreviewingLoop(const SavedLoop& loop) const;
 
 signals:

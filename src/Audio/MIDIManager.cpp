@@ -29,7 +29,9 @@ constexpr milliseconds kTriggeredShown{300};
 constexpr milliseconds kLongestBatch{4};
 constexpr milliseconds kPause{1};
 
-constexpr std::uint8_t kNoteOn = 9; // upper half of the status byte, on any channel
+// The upper half of the status byte of a Note On; the lower half is the channel, and all channels
+// count. Velocity 0 counts too, although MIDI defines that as a Note Off.
+constexpr std::uint8_t kNoteOn = 9;
 
 std::string noteName(std::uint8_t note) {
     return MIDIUtils::midiNoteToName(note).toStdString();
@@ -39,7 +41,7 @@ std::string numberAndName(std::uint8_t note) {
     return std::to_string(note) + " (" + noteName(note) + ")";
 }
 
-// As a status number, in the diagnostic lines: negative.
+// The error as the diagnostic lines show it: the negated error number.
 std::string statusOf(const std::system_error& error) {
     return std::to_string(-error.code().value());
 }

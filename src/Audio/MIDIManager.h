@@ -21,8 +21,9 @@
 
 namespace tessivo {
 
-// The one object that talks to the MIDI system: listens to one source, turns its notes into
-// transport commands, learns notes, and keeps the list of sources up to date.
+// The one object that talks to the MIDI system: listens to one source, turns each Note On, of any
+// channel and velocity, into the transport command of its note, learns notes, and keeps the list of
+// sources up to date. Of a packet with several messages only the first is read.
 //
 // Everything runs on the main thread, callbacks included, except for the two handlers of the MIDI
 // system's thread, which only log and post. Notes for the main thread wait in a list of limited
@@ -77,8 +78,8 @@ public:
     Callback onStop;
     Callback onClear;
 
-    // Drops any previous connection first, also one to the same source. After a failure, which
-    // is told in a line, nothing is connected.
+    // Drops any previous connection first, also one to the same source. After a failure, which a
+    // diagnostic line reports, nothing is connected.
     void connectToDevice(midi::SourceRef source, QString name);
     void refreshAvailableDevices();
     // Refreshes the list, and connects to its first source if nothing is connected.
@@ -87,7 +88,6 @@ public:
     void startLearning(TransportAction action); // switches when another one is being learned
     Q_INVOKABLE void stopLearning();
 
-    // Stores the mapping.
     Q_INVOKABLE void saveConfiguration();
 
 signals:

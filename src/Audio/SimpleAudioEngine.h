@@ -28,7 +28,7 @@ public:
     // Stops; a take in progress is completed with all that was captured.
     ~SimpleAudioEngine() override;
 
-    // Throws what the device says when it cannot start. Harmless when running.
+    // Throws what the device says when it cannot start. Does nothing when already running.
     void start();
     void enableLevelMonitoring();
     // Keeps what is captured from that moment on until enableRecording() or

@@ -30,8 +30,8 @@ public:
     // Replaces the file; returns when the new one is on the disk.
     static void write(const std::vector<SavedLoop>& loops);
 
-    // Gives the present file a second, dated name, so that the next write does not lose its
-    // content. Does nothing when there is no file.
+    // Gives the present file a second, dated name (a hard link, or else a copy), so that the next
+    // write does not lose its content. Does nothing when there is no file.
     static void keepBeside();
 };
 

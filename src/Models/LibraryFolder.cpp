@@ -12,7 +12,6 @@
 #include <iterator>
 #include <list>
 #include <stdexcept>
-#include <string>
 
 namespace tessivo {
 namespace {

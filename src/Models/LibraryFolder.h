@@ -10,11 +10,11 @@ namespace tessivo {
 // on the disk and return the newest loop first; any thread.
 class LibraryFolder {
 public:
-    // A record of every loop in the folder; a file that cannot be read gives a diagnostic line
+    // An entry for every loop in the folder; a file that cannot be read gives a diagnostic line
     // instead. Throws a system error when the folder cannot be listed.
     static std::vector<SavedLoop> loops();
 
-    // Leaves out records whose audio is gone, with a diagnostic line for each.
+    // Leaves out entries whose audio is gone, with a diagnostic line for each.
     static std::vector<SavedLoop> withoutOrphans(std::vector<SavedLoop> loops);
 };
 

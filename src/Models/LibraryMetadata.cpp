@@ -32,7 +32,7 @@ double finite(double number, const char* what) {
                         "\" is missing or is not " + expected);
 }
 
-// Reads the fields of one record; the index is for error messages.
+// Reads the fields of one entry; the index is for error messages.
 class RecordReader {
 public:
     RecordReader(const QJsonObject& object, qsizetype index)
@@ -94,7 +94,7 @@ QByteArray LibraryMetadata::encode(const std::vector<SavedLoop>& loops) {
             {kFileSize, loop.fileSize()},
         });
     }
-    // The format escapes slashes, which occur only inside strings.
+    // Slashes are written as \/ in this file, which JSON allows. They occur only inside strings.
     return QJsonDocument(records).toJson(QJsonDocument::Compact).replace("/", "\\/");
 }
 

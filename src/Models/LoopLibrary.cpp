@@ -179,14 +179,15 @@ bool LoopLibrary::applyChanges(Loops& loops) {
     return !changes.empty();
 }
 
-// Changes the published list at once. During a load the result is changed too, when it comes,
-// and the file is written only then: the published list may lack what other stores changed.
-void LoopLibrary::change(const Change& onList, Change onResult) {
+// Applies onPublished to the published list now. While a load runs, onLoaded is kept for the list
+// that it delivers, and the file is written after that: the published list may lack what other
+// stores changed.
+void LoopLibrary::change(const Change& onPublished, Change onLoaded) {
     Loops loops = savedLoops_;
-    onList(loops);
+    onPublished(loops);
     publish(savedLoops_, std::move(loops), &LoopLibrary::savedLoopsChanged);
     if (loadPending_) {
-        changesDuringLoad_.push_back(std::move(onResult));
+        changesDuringLoad_.push_back(std::move(onLoaded));
     } else {
         saveLibrary();
     }
@@ -244,7 +245,7 @@ void LoopLibrary::renameLoop(const SavedLoop& loop, const QString& newName) {
     const auto index = old - savedLoops_.begin();
     change([&](Loops& loops) { loops[static_cast<std::size_t>(index)] = renamed; },
            [renamed](Loops& loops) {
-               // By its file: a rebuild gives records new ids.
+               // By its file: a rebuild gives entries new ids.
                const auto same = std::find_if(loops.begin(), loops.end(), [&](const auto& other) {
                    return other.filename() == renamed.filename();
                });

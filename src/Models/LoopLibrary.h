@@ -27,23 +27,23 @@ public:
     explicit LoopLibrary(QObject* parent = nullptr);
     ~LoopLibrary() override;
 
-    // Newest first; records of one date keep their order.
+    // Newest first; entries of one date keep their order.
     const std::vector<SavedLoop>& savedLoops() const { return savedLoops_; }
     bool isLoading() const { return isLoading_; }
     // The latest failure of loading, rebuilding or saving.
     const std::optional<LoopError>& lastError() const { return lastError_; }
 
-    // Reads the file in the background and leaves out records whose audio is gone. If the file
+    // Reads the file in the background and leaves out entries whose audio is gone. If the file
     // cannot be read it is kept under a dated name, and a new one is made from the folder.
     void loadLibrary();
     void refreshLibrary() { loadLibrary(); }
 
-    // Adds a record whose file is in place.
+    // Adds an entry; its audio file must already be in the folder.
     void saveLoop(const SavedLoop& loop);
-    // The renamed record has a new id and its old file. saveFailure for a blank name,
-    // duplicateName, fileNotFound for a record that is not in the list.
+    // The renamed entry has a new id and its old file. Throws saveFailure for a blank name,
+    // duplicateName, or fileNotFound for an entry that is not in the list.
     void renameLoop(const SavedLoop& loop, const QString& newName);
-    // Deletes the file, then the record. If the file manager throws, nothing has changed.
+    // Deletes the file, then the entry. If the file manager throws, nothing has changed.
     void deleteLoop(const SavedLoop& loop);
 
     // Bytes of all files.
@@ -68,7 +68,7 @@ private:
     void finishRebuild(Loops loops);
     void failRebuild(const std::string& reason);
     bool applyChanges(Loops& loops);
-    void change(const Change& onList, Change onResult);
+    void change(const Change& onPublished, Change onLoaded);
     bool loadAgainIfOutdated();
     void saveLibrary();
 

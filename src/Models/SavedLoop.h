@@ -48,7 +48,7 @@ public:
     friend std::size_t qHash(const SavedLoop& loop, std::size_t seed) noexcept;
 
 private:
-    friend class LibraryMetadata; // reads records with their ids
+    friend class LibraryMetadata; // reads entries with their ids
 
     QUuid id_;
     QString name_;

@@ -10,9 +10,9 @@
 
 namespace tessivo {
 
-// What the window shows of the looper. The controller writes it; each sheet resets its own
-// "showing" flag. Main thread only. objectWillChange() comes before each write, the signal of
-// the property after it.
+// What the window shows of the looper. SimpleLooperViewModel writes it; each sheet resets its own
+// "showing" flag. Main thread only. objectWillChange() comes before each write, the signal of the
+// property after it.
 class SimpleLoopState : public ObservableObject {
     Q_OBJECT
     Q_PROPERTY(
@@ -47,7 +47,7 @@ public:
     // Linear gain with which every playback starts.
     float playbackVolume() const { return playbackVolume_; }
     bool inputMonitoringEnabled() const { return inputMonitoringEnabled_; }
-    // The record of the current audio, if it is in the library.
+    // The library's entry of the current audio, if it is in the library.
     const std::optional<SavedLoop>& currentSavedLoop() const { return currentSavedLoop_; }
     bool showingSaveDialog() const { return showingSaveDialog_; }
     bool showingLoopLibrary() const { return showingLoopLibrary_; }

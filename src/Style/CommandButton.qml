@@ -2,7 +2,7 @@ import QtQuick
 import Tessivo.Style
 
 // One command of the main window. Pointer, shortcut and screen reader all cause the one signal,
-// and only while the command is available. Its children are its face.
+// and only while the command is available. Its children are what it shows.
 Item {
     id: root
 
@@ -10,7 +10,7 @@ Item {
     required property string toolTip
     required property bool available
     required property var keys
-    // False while a sheet in front of the window has the keyboard.
+    // False while a sheet in front of the window has the keyboard focus.
     required property bool keysEnabled
 
     property alias focusRingRadius: button.focusRingRadius

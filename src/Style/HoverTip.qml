@@ -8,7 +8,7 @@ HoverHandler {
     id: root
 
     required property string text
-    // Set when the keyboard is on the item, which shows the tool tip too.
+    // Set when the item has the keyboard focus, which shows the tool tip too.
     property bool focused: false
 
     readonly property T.ToolTip toolTip: T.ToolTip {

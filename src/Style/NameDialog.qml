@@ -1,7 +1,6 @@
 import QtQuick
 import Tessivo.Style
 
-// Asks for a name.
 ModalPopup {
     id: root
 

@@ -13,7 +13,7 @@ Grid {
 
     signal accepted()
 
-    // Gives the field the keyboard; the first typed letter replaces the text.
+    // Gives the field the keyboard focus and selects its text.
     function begin() {
         field.selectAll();
         field.forceActiveFocus(Qt.OtherFocusReason);

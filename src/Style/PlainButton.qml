@@ -1,8 +1,8 @@
 import QtQuick
 import Tessivo.Style
 
-// A button that draws nothing but its focus ring; its children are its face. A click does not give
-// it the focus, so that Space and Return remain the window's transport keys. Once it has been
+// A button that draws nothing but its focus ring; its children are what it shows. A click does not
+// give it the focus, so that Space and Return remain the window's transport keys. Once it has been
 // focused by the Tab key, Space and Return trigger it: once, when the key goes down, as the
 // transport keys do.
 //

@@ -6,11 +6,12 @@ import Tessivo.Style
 ListView {
     id: root
 
-    // The current row is marked only for the keyboard: not after the pointer was moved or clicked.
+    // The current row is marked only while the keyboard is in use: not after the pointer was moved
+    // or clicked.
     property bool pointerInUse: false
     readonly property bool showsCurrent: activeFocus && !pointerInUse
 
-    // Gives the list the keyboard.
+    // Gives the list the keyboard focus.
     function begin() {
         pointerInUse = false;
         forceActiveFocus(Qt.TabFocusReason);
@@ -26,7 +27,7 @@ ListView {
         pointerInUse = true;
     }
 
-    // When the list shows other things than before.
+    // Makes the first row current and scrolls to it. For a list whose content was replaced.
     function showTop() {
         currentIndex = count > 0 ? 0 : -1;
         positionViewAtBeginning();

@@ -8,7 +8,7 @@ Rectangle {
     property alias text: field.text
     property alias placeholderText: field.placeholderText
 
-    // Return or the Down key: the keyboard shall go to what was found.
+    // Return or the Down key: the keyboard focus should move to the results.
     signal leftDownwards()
 
     function begin(reason: int) {
@@ -16,7 +16,7 @@ Rectangle {
         field.selectAll();
     }
 
-    // Takes the keyboard and a text that was typed elsewhere.
+    // Takes the keyboard focus and a text that was typed elsewhere.
     function append(typed: string) {
         field.forceActiveFocus(Qt.ShortcutFocusReason);
         field.insert(field.length, typed);

@@ -6,7 +6,7 @@ import QtQuick.Templates as T
 T.ApplicationWindow {
     id: root
 
-    // Something in front of the sheet has the keyboard.
+    // Something in front of the sheet has the keyboard focus.
     property bool isCovered: false
     property bool canAccept: false
 

@@ -31,8 +31,8 @@ QtObject {
     readonly property color toolTipText: systemPalette.windowText
     readonly property color toolTipBorder: Qt.alpha(primaryText, 0.3)
 
-    // Dark enough to be read as text on a tint of the same colour and to be the ground of a white
-    // icon, which the usual signal colours are not. The dark desktop needs lighter ones.
+    // Dark enough to be readable as text on a tint of the same colour and as the background of a
+    // white icon, which the usual status colours are not. The dark desktop needs lighter ones.
     readonly property color red: dark ? "#f2463c" : "#cf2a22"
     readonly property color green: dark ? "#2fa84f" : "#178a3f"
     readonly property color yellow: dark ? "#d6a200" : "#d19c00"
@@ -62,6 +62,7 @@ QtObject {
     readonly property font monospacedCaption: scaledSystemFont(0.9, Font.Normal, "monospace")
     readonly property int smallestPixelSize: 8
     readonly property int smallestPointSize: 6
+    // Used where it is installed; elsewhere the desktop's font takes its place.
     readonly property font productName: Qt.font({
         family: "CircularStd-Bold",
         pixelSize: 24,

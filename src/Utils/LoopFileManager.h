@@ -10,7 +10,7 @@
 namespace tessivo {
 
 // All file operations on saved loops. Only the source of a save and the destination of an
-// export may be outside the saved-loops folder: if a record's file name has a directory part or
+// export may be outside the saved-loops folder: if an entry's file name has a directory part or
 // its file is a link, its audio counts as gone. Any thread; blocks on the disk.
 //
 // Failures throw a LoopError or, where said, a system error whose what() describes it.
@@ -21,9 +21,9 @@ public:
     // "library.json" in it.
     static const QUrl& libraryMetadataURL();
 
-    // Copies a finished recording into the folder under a free name and returns a new record of
-    // it, dated now. After a failure there is no copy, not even part of one.
-    // fileNotFound, invalidAudioFile, saveFailure, system error.
+    // Copies a finished recording into the folder under a free name and returns a new entry for it,
+    // dated now. After a failure there is no copy, not even part of one. Throws fileNotFound,
+    // invalidAudioFile, saveFailure or a system error.
     static SavedLoop saveTemporaryLoopAs(const QString& name, const QUrl& source);
 
     // A file name with extension, made from a loop's name and free in the folder.
@@ -45,18 +45,18 @@ public:
     static LoopMetadata getLoopMetadata(const QUrl& file);
     // Whether the file exists and can be played as a loop. Never throws.
     static bool validateLoopFile(const QUrl& file);
-    // The same for a record's file, which must be in the folder itself.
+    // The same for an entry's file, which must be in the folder itself.
     static bool validateLoopFile(const SavedLoop& loop);
 
     // Replaces a file at the destination; a failure leaves that as it was. saveFailure with the
     // system's description.
     static void copyLoopFile(const QUrl& from, const QUrl& to);
-    // fileNotFound, saveFailure.
+    // Throws fileNotFound or saveFailure.
     static void deleteLoopFile(const SavedLoop& loop);
-    // fileNotFound when the record's audio is gone or unusable; otherwise as copyLoopFile().
+    // Throws fileNotFound when the entry's audio is gone or unusable; otherwise as copyLoopFile().
     static void exportLoop(const SavedLoop& loop, const QUrl& destination);
 
-    // The location of a record's file; nothing when its file name leads out of the folder or
+    // The location of an entry's file; nothing when its file name leads out of the folder or
     // into a folder below it.
     static std::optional<QUrl> locationOf(const SavedLoop& loop);
 

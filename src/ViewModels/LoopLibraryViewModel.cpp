@@ -19,7 +19,7 @@ namespace tessivo {
 namespace {
 
 struct LabelledOrder {
-    SortOrder order;
+    SortOrder order = SortOrder::dateDescending;
     QStringView label;
 };
 

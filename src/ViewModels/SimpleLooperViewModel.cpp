@@ -22,7 +22,8 @@
 namespace tessivo {
 namespace {
 
-// From the end of a take to its playback, so that the posted writes of the state come first.
+// From the end of a take to the start of its playback: long enough for the state to be seen
+// stopped. It is heard as a pause before the first pass.
 constexpr std::chrono::milliseconds kPlaybackDelay{100};
 
 // Reports when the size of an existing take cannot be read.

@@ -18,13 +18,13 @@ class MIDIManager;
 class SimplePlayer;
 class SimpleRecorder;
 
-// The looper's one controller: turns the transport commands and the monitoring switch into
-// calls on the audio engine, its recorder and its player, and into writes of the loop
-// state. Main thread only.
+// The looper's one view model: turns the transport commands and the monitoring switch into calls on
+// the audio engine, its recorder and its player, and into writes of the loop state. Main thread
+// only, except saveCurrentLoop().
 //
 // Writes of the loop state are posted, so within one operation the state keeps its old values;
 // diagnostic lines appear at once. A change of the loop state is signalled as a change of the
-// controller too. Errors of the audio side become diagnostic lines here.
+// view model too. Errors of the audio side become diagnostic lines here.
 class SimpleLooperViewModel : public ObservableObject {
     Q_OBJECT
     Q_DISABLE_COPY(SimpleLooperViewModel)
@@ -36,7 +36,7 @@ public:
                                    QObject* parent = nullptr);
     ~SimpleLooperViewModel() override;
 
-    // Owned by the controller, the same for its whole life.
+    // Owned by the view model, the same for its whole life.
     SimpleLoopState* loopState() { return &loopState_; }
     // The library that save adds to; likewise.
     LoopLibrary& loopLibrary() { return loopLibrary_; }
@@ -49,8 +49,8 @@ public:
     // be played. Throws fileNotFound when its audio is gone; the looper is then empty.
     void loadLoop(const SavedLoop& loop);
 
-    // From now on the manager's notes trigger this controller's commands. The manager may outlive
-    // the controller; its notes then do nothing.
+    // From now on the manager's notes trigger this view model's commands. The manager may outlive
+    // the view model; its notes then do nothing.
     Q_INVOKABLE void setupMIDICallbacks(tessivo::MIDIManager* manager);
 
 public slots:

@@ -23,11 +23,11 @@ ViewTestCase {
         which.requestActivate();
         tryVerify(() => which.active);
     }
-    function item(name: string): Item {
-        return find(sheet.contentItem.parent, name);
+    function item(name: string, within = sheet): Item {
+        return find(within.contentItem.parent, name);
     }
-    function shown(name: string): bool {
-        const found = item(name);
+    function shown(name: string, within = sheet): bool {
+        const found = item(name, within);
         return found !== null && found.visible;
     }
     // Clicks where an item that has just come into sight will be.

@@ -38,7 +38,7 @@ AtomicFile::~AtomicFile() {
     }
 }
 
-// The standard library's copy does not tell a full disk from a broken one.
+// Not std::filesystem::copy_file(): its error does not show whether the disk is full or broken.
 void AtomicFile::copyFrom(const fs::path& source) {
     const FileDescriptor from(source, O_RDONLY);
     std::vector<char> buffer(std::size_t{1} << 20);
@@ -85,7 +85,7 @@ bool AtomicFile::becomeNew(const fs::path& target) {
     if (errno != EINVAL && errno != ENOSYS) {
         throwLastError("Could not create", target);
     }
-    replace(target); // not every file system knows how to rename without replacing
+    replace(target); // this file system cannot check; the caller has chosen a name that was free
     return true;
 }
 

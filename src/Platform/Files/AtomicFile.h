@@ -31,7 +31,9 @@ public:
 
     // Takes the final name, and the place of a file that has it. The folder is not synced.
     void replace(const std::filesystem::path& target);
-    // Takes the final name if it is free. Returns whether it was.
+    // Takes the final name if it is free. Returns whether it was. On a file system that cannot
+    // rename without replacing, a file that has the name is replaced, and the result is always
+    // true.
     bool becomeNew(const std::filesystem::path& target);
 
 private:

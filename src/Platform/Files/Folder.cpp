@@ -17,7 +17,8 @@ fs::path freeName(const fs::path& folder, const std::string& stem, const std::st
     fs::path path = folder / (stem + extension);
     std::error_code ignored;
     for (unsigned number = 1; fs::exists(fs::symlink_status(path, ignored)); ++number) {
-        path = folder / (stem + separator + std::to_string(number) + extension);
+        path = folder / stem;
+        (path += separator) += std::to_string(number) + extension;
     }
     return path;
 }

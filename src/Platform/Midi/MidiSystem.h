@@ -10,7 +10,7 @@
 
 namespace tessivo::midi {
 
-// Refers to one source as long as the source is there; 0 is none.
+// The number of one source. It stays the same while the server is away. 0 is no source.
 using SourceRef = std::uint32_t;
 
 struct Source {
@@ -46,13 +46,15 @@ class MidiInput {
 public:
     virtual ~MidiInput() = default;
 
-    // Connects one source, in place of the previous one. After a failure none is connected,
-    // unless the source or the server was missing already (ENOENT, EHOSTDOWN).
+    // Connects one source in place of the previous one. When the source does not exist (ENOENT), or
+    // the server was already away when this was called (EHOSTDOWN), the previous source stays
+    // connected; after any other failure none is connected.
     virtual void connect(SourceRef source) = 0;
-    virtual void disconnect() = 0; // harmless when nothing is connected
+    virtual void disconnect() = 0; // does nothing when nothing is connected
 };
 
-// Tells when sources come and go, until it is destroyed; the rest as with an input.
+// Tells when sources come and go, until it is destroyed. After its destructor has returned, the
+// handler is not running and is not called again. Not to be destroyed in a handler.
 class SourceObserver {
 public:
     virtual ~SourceObserver() = default;

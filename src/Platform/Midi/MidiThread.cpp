@@ -14,7 +14,7 @@ namespace {
 // Packets in one call of the handler. The next notice waits for no more than these.
 constexpr std::size_t kPacketsAtOnce = 256;
 
-// A packet's memory is freed when a long system message made it larger than this.
+// A packet's memory is freed when a long system exclusive message made it larger than this.
 constexpr std::size_t kKeptBytes = 256;
 
 int newEvent() {

@@ -12,7 +12,7 @@
 
 namespace tessivo::midi {
 
-// One second of packets at 50,000 a second, or the longest system messages of a controller.
+// One second of packets at 50,000 a second, or a controller's longest system exclusive message.
 inline constexpr std::uint32_t kPacketQueueBytes = 1U << 20U;
 
 // Packets from one writing thread, the audio callback, to one reading thread, in order. A packet

@@ -9,8 +9,8 @@ namespace {
 
 using namespace std::chrono_literals;
 
-// Longer than it takes a session manager and then its server to stop, too short for a person to
-// notice.
+// How long a connected source may be missing before its removal is reported. Longer than a session
+// manager and its server need to stop, too short for a person to notice.
 constexpr auto kBounceTime = 500ms;
 // After the server's return, the devices come back one by one.
 constexpr auto kReturnTime = 5s;

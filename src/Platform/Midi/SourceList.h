@@ -13,10 +13,11 @@ namespace tessivo::midi {
 // The sources of a server, under references that survive its outages, and the notices of what
 // changes. Not synchronised: used by one thread, or under a lock of the owner.
 //
-// The removal of the connected source is told after a short delay, because a session that restarts
-// takes its devices down a moment before the server. Until then, and during an outage, the source
-// stays listed and all notices are held, because MIDIManager drops a source that is not listed. A
-// source whose removal was told and that comes back before it is disconnected keeps its reference.
+// The removal of the connected source is reported after a short delay, because a sound server that
+// is restarted removes its devices a moment before it goes itself. Until then, and while the server
+// is away, the source stays listed and all notices wait, because a listener drops a source that is
+// not listed. A source whose removal was reported and that comes back before it is disconnected
+// keeps its reference.
 class SourceList {
 public:
     using Clock = std::chrono::steady_clock;

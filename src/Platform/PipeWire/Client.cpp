@@ -10,7 +10,7 @@ namespace {
 
 using namespace std::chrono_literals;
 
-// For a server that is away, and for what the user awaits.
+// While the server is away, or while the owner waits for something that no event announces.
 constexpr auto kPollInterval = 100ms;
 
 } // namespace

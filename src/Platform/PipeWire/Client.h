@@ -43,7 +43,7 @@ public:
     // Not locked. Ends the connection and the loop's thread.
     void stop();
 
-    // As the loop's.
+    // The same as Loop::locked(), await() and wake().
     template <typename Work> decltype(auto) locked(Work&& work) {
         return loop_.locked(std::forward<Work>(work));
     }
@@ -56,8 +56,9 @@ public:
     // All of the following with the loop locked.
 
     // Connects unless there is a connection, and awaits the server's first answers. Throws
-    // std::system_error when there is no server (what connecting said), when it does not answer
-    // within the limit (ETIMEDOUT), or when the client library cannot be used (ENOSYS).
+    // std::system_error when there is no server (with the error of the connection attempt), when it
+    // does not answer within the limit (ETIMEDOUT), or when the client library cannot be used
+    // (ENOSYS).
     void connect(std::chrono::nanoseconds limit);
     void disconnect();
     // The same for users who need not have an answer at once: awaits one only for a connection

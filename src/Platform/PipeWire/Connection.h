@@ -20,8 +20,8 @@ protected:
     ~RegistryListener() = default;
 };
 
-// One connection to the server, from the first byte until it is lost. Created, used and
-// destroyed with its loop locked.
+// One connection to the server; once lost, it does not come back. Created, used and destroyed with
+// its loop locked.
 class Connection {
 public:
     // changed is called on the loop's thread when hasAnswered() or isLost() has become true.
@@ -34,7 +34,7 @@ public:
 
     pw_core* core() const { return core_.get(); }
     bool hasAnswered() const { return roundTrips_ == 0; }
-    bool isLost() const { return lost_; } // for good
+    bool isLost() const { return lost_; } // never false again
 
     // The server's configured sample rate, Hz; 0 until it is known.
     double clockRate() const { return clockRate_; }

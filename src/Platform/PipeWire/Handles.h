@@ -37,7 +37,7 @@ public:
     Listener(const Listener&) = delete;
     Listener& operator=(const Listener&) = delete;
 
-    // The hook to pass to an add_listener function at once. Removes the previous listener.
+    // Removes the previous listener and returns the hook, to be passed to an add_listener function.
     spa_hook* fresh() {
         remove();
         attached_ = true;

@@ -92,11 +92,17 @@ void AudioEngine::start() {
     device_->start(*this, {capturing_});
     running_ = true;
     // A server that came only now may run at another rate than was expected before.
-    if (const double rate = device_->formats().renderRate; rate != renderRate_) {
-        renderRate_ = rate;
-        updatePlan();
-        capture_.setFormats(formats_.input, rate);
+    followRate(device_->formats().renderRate);
+}
+
+// Ramps, the tap's queue and whatever a node derives from the rate are made anew for it.
+void AudioEngine::followRate(double renderRate) {
+    if (renderRate == renderRate_) {
+        return;
     }
+    renderRate_ = renderRate;
+    updatePlan();
+    capture_.setFormats(formats_.input, renderRate_);
 }
 
 bool AudioEngine::usesInput() const {
@@ -160,7 +166,7 @@ CommandFrames AudioEngine::framesOf(Moment moment) {
 void AudioEngine::devicesChanged() {
     formats_ = device_->formats();
     if (!running_) {
-        renderRate_ = formats_.renderRate;
+        followRate(formats_.renderRate);
     }
     capture_.setFormats(formats_.input, renderRate_);
     if (configurationChangeHandler_) {

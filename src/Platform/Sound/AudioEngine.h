@@ -43,12 +43,15 @@ public:
     void attach(std::shared_ptr<AudioNode> node);
     void detach(AudioNode& node);
 
-    // Connects a node's output to a mixer, beside what is connected there, and replaces the
-    // node's previous connection. Throws AudioError unless both are attached here.
+    // Connects a node's output to a node that takes connections, in addition to what is connected
+    // there, and replaces the node's previous connection. Throws AudioError unless both are
+    // attached here and the target takes connections. The first use of the input by a running
+    // engine restarts the device: sound stops for a moment, and AudioError may come from the
+    // device.
     void connect(AudioNode& from, AudioNode& to);
 
-    // Throws AudioError when the device cannot start; nothing has changed then. Harmless
-    // when running.
+    // Throws AudioError when the device cannot start; the engine is then still stopped. Does
+    // nothing when already running.
     void start();
     void stop();
     bool isRunning() const { return running_; }
@@ -83,6 +86,7 @@ private:
     // Audio callback.
     void render(const RenderCycle& cycle) TESSIVO_REALTIME override;
 
+    void followRate(double renderRate); // Hz
     bool usesInput() const;
     void devicesChanged();
 

@@ -5,8 +5,8 @@
 
 namespace tessivo::sound {
 
-// Takes one line about something that went wrong beside the audio callback, e.g. frames lost
-// to a full queue. Called on the engine's tap and reader threads, never on the callback.
+// Receives one line about a fault, e.g. frames lost to a full queue. Called on the engine's tap and
+// reader threads, never on the audio callback.
 using DiagnosticSink = std::function<void(const std::string&)>;
 
 } // namespace tessivo::sound

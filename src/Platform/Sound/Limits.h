@@ -3,7 +3,8 @@
 #include <cstddef>
 #include <cstdint>
 
-// Every size and limit of the sound platform, in one place.
+// The sizes and limits that decide what is heard, lost or needed of memory. A limit that only one
+// source needs stands at the top of that source.
 namespace tessivo::sound {
 
 // The main mix is stereo; wider inputs and files give their first two channels.

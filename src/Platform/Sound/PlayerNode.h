@@ -25,11 +25,11 @@ struct TakeLoop;
 class PlayerNode final : public AudioNode {
 public:
     PlayerNode();
-    ~PlayerNode() override; // as stop()
+    ~PlayerNode() override; // stops
 
-    // Queues the whole file `passes` times behind what is already queued; the notice comes
-    // when the last of them is done, or when the node is stopped. A file may be scheduled
-    // again while it plays. Throws AudioError when the node is not attached.
+    // Queues the whole file `passes` times behind what is already queued, and returns the id that
+    // the notice will carry. The one notice comes when the last pass is done, or when the node is
+    // stopped. A file may be scheduled again while it plays. Throws AudioError when not attached.
     std::uint64_t scheduleFile(std::shared_ptr<AudioFileReader> file, NoticeWhen when,
                                NoticeHandler handler, std::uint32_t passes = 1);
 
@@ -48,9 +48,9 @@ public:
     // Starts playing what is queued, now or as soon as it is scheduled.
     void play();
 
-    // Silences the node within 3 ms and discards what is queued; outstanding notices come
-    // as stopped. A play() that follows starts from its first frame at once, while the ramp
-    // of the stopped sound still ends.
+    // Fades the node out within 3 ms and discards what is queued; outstanding notices come as
+    // stopped. What is scheduled and played next starts with its first frame at once, during that
+    // fade-out.
     void stop();
 
     // Linear gain, 1.0 at first, not limited. The property changes at once, the sound
@@ -65,7 +65,8 @@ public:
     // rate; 0 when stopped.
     std::int64_t playedFrames() const;
 
-    // The ramp of a stop has not been heard to its end. Stays so while no device takes frames.
+    // The fade-out of a stop has not been rendered to its end; it is heard one output latency
+    // later. Stays true while no device takes frames.
     bool isFading() const;
 
     std::unique_ptr<RenderStep> compile(PlanBuilder& builder) override;

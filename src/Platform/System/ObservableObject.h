@@ -19,7 +19,6 @@ signals:
     void objectWillChange();
 
 protected:
-    // Emits objectWillChange(), writes the field, then emits the field's own signals.
     template <class Field, class Value, class... Self>
     void publish(Field& field, Value&& value, void (Self::*... changed)()) {
         emit objectWillChange();

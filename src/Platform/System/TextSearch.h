@@ -15,7 +15,8 @@ class TextSearch {
 public:
     explicit TextSearch(const QLocale& locale = QLocale::system());
 
-    // The same for all texts between which a search makes no difference.
+    // The case-folded, normalized form of a text. Two texts match exactly when their folded forms
+    // are equal.
     QString folded(const QString& text) const;
 
     // A text to look for.

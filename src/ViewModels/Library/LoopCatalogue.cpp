@@ -105,7 +105,6 @@ void LoopCatalogue::makeKeysAhead() {
                     });
 }
 
-// Makes the missing keys now.
 void LoopCatalogue::ensureKeys() {
     if (everyEntryHasKeys_) {
         return;
@@ -155,8 +154,13 @@ void LoopCatalogue::sortBy(SortOrder order) {
     sorted_.resize(entries_.size());
     std::iota(sorted_.begin(), sorted_.end(), 0U);
     const auto sort = [&](auto&& isBefore) {
-        std::stable_sort(sorted_.begin(), sorted_.end(), [&](std::uint32_t a, std::uint32_t b) {
-            return isBefore(entries_[a], entries_[b]);
+        // Equal ones stay in the library's order. (std::stable_sort would do, but takes its
+        // memory in a way that newer compilers warn of.)
+        std::sort(sorted_.begin(), sorted_.end(), [&](std::uint32_t a, std::uint32_t b) {
+            if (isBefore(entries_[a], entries_[b])) {
+                return true;
+            }
+            return a < b && !isBefore(entries_[b], entries_[a]);
         });
     };
     const auto date = [](const Entry& entry) {

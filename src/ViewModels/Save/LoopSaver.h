@@ -6,9 +6,9 @@ namespace tessivo {
 
 class SimpleLooperViewModel;
 
-// Saves the current loop in the background. One of the signals follows from the main thread's
-// event loop. The save itself goes on when this object has gone, but the controller must outlive
-// it: the program waits for background work before it ends.
+// Saves the current loop in the background. One of the signals follows from the main thread's event
+// loop. The save itself goes on when this object has gone, but the view model must outlive it: the
+// program waits for background work before it ends.
 class LoopSaver : public QObject {
     Q_OBJECT
 

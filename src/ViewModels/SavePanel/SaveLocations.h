@@ -27,7 +27,8 @@ public:
     // A file name for a loop of that name, without an extension: characters that a file name
     // cannot have are replaced, and a name that is too long for any folder is cut.
     Q_INVOKABLE QString proposedName(const QString& loopName) const;
-    // The chosen file with ".wav" appended if it has no extension, so that other programs open it.
+    // The chosen file, with ".wav" appended if it has no extension. Another extension is kept,
+    // although the content is always WAV.
     Q_INVOKABLE QUrl completed(const QUrl& chosen) const;
     Q_INVOKABLE QUrl inFolder(const QUrl& folder, const QString& name) const;
     // False for what is not a plain file name, such as "..", "a/b" and white space alone.

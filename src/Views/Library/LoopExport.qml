@@ -66,6 +66,7 @@ Item {
         onConfirmed: exporter.exportLoop(root.loop, root.destination)
     }
 
+    // Short exports show no progress.
     Timer {
         id: patience
 

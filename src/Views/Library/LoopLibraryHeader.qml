@@ -12,7 +12,7 @@ Rectangle {
     property alias search: search
 
     signal done()
-    // The keyboard shall go from the search field to the list.
+    // The keyboard focus should move from the search field to the list.
     signal leftDownwards()
 
     implicitWidth: Math.max(summary.implicitWidth + volume.implicitWidth + refresh.implicitWidth

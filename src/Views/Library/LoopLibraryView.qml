@@ -49,7 +49,7 @@ Sheet {
     }
 
     // When Return is pressed twice in a question, the second press must not load the row that gets
-    // the keyboard back.
+    // the keyboard focus back.
     Timer {
         id: settling
 

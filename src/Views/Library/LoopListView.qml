@@ -4,7 +4,7 @@ import Tessivo
 import Tessivo.Style
 
 // The list of loops, with the commands of its rows and menu. Text that is typed while the list has
-// the keyboard goes to the search field.
+// the keyboard focus goes to the search field.
 RowList {
     id: root
 

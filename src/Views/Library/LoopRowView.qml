@@ -2,8 +2,8 @@ import QtQuick
 import Tessivo
 import Tessivo.Style
 
-// One loop of the library. Its buttons show while the pointer is over the row or the keyboard is
-// in it.
+// One loop of the library. Its buttons show while the pointer is over the row or the row has the
+// keyboard focus.
 Rectangle {
     id: root
 
@@ -12,7 +12,7 @@ Rectangle {
     required property string fileSizeText
     required property string createdText
     required property bool isCurrentlyPreviewing
-    // The keyboard is in this row.
+    // This row has the keyboard focus.
     required property bool isChosen
     // False for a moment after something in front of the list was closed by Return.
     required property bool returnLoads

@@ -2,7 +2,6 @@ import QtQuick
 import Tessivo
 import Tessivo.Style
 
-// The volume of previews.
 Row {
     id: root
 

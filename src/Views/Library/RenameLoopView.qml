@@ -8,7 +8,7 @@ NameDialog {
     id: root
 
     required property LoopLibraryViewModel viewModel
-    // False while an alert in front of the dialog has the keyboard.
+    // False while an alert in front of the dialog has the keyboard focus.
     required property bool keysEnabled
 
     title: "Rename Loop"

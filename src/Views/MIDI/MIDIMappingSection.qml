@@ -2,7 +2,6 @@ import QtQuick
 import Tessivo
 import Tessivo.Style
 
-// The notes of the transport commands.
 Column {
     id: root
 

@@ -1,8 +1,8 @@
 import QtQuick
 import Tessivo.Style
 
-// A switch drawn as a speaker that is on or struck through. It does not change its own value: its
-// owner does, when it is triggered.
+// A switch drawn as a speaker, crossed out when it is off. It does not change its own value: its
+// owner does that on `triggered`.
 PlainButton {
     id: root
 

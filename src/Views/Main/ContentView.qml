@@ -4,8 +4,8 @@ import QtQuick.Templates as T
 import Tessivo
 import Tessivo.Style
 
-// The main window. It has one controller for its whole life; every button, key and switch calls
-// one of the controller's operations.
+// The main window. It has one view model of the looper for its whole life; every button, key and
+// switch of the looper calls one of that model's operations.
 T.ApplicationWindow {
     id: root
 

@@ -2,7 +2,7 @@ import QtQuick
 import Tessivo
 import Tessivo.Style
 
-// The switch that sends the live input to the output, with the space below it.
+// The switch that sends the live input to the output. Its height includes a margin below.
 Item {
     id: root
 

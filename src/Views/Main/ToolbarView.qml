@@ -7,7 +7,7 @@ Item {
     id: root
 
     required property SimpleLoopState loopState
-    // False while a sheet in front of the window has the keyboard.
+    // False while a sheet in front of the window has the keyboard focus.
     required property bool keysEnabled
 
     signal save()

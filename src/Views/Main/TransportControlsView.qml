@@ -8,7 +8,7 @@ Row {
 
     required property SimpleLoopState loopState
     required property real buttonSize
-    // False while a sheet in front of the window has the keyboard.
+    // False while a sheet in front of the window has the keyboard focus.
     required property bool keysEnabled
 
     signal record()

@@ -4,7 +4,8 @@ import Qt.labs.folderlistmodel
 import Tessivo
 import Tessivo.Style
 
-// Shows the folders in a folder, to open them, and its audio files, whose names are taken.
+// Shows the folders in a folder, to open them, and its audio files: a click on one proposes its
+// name. The list of extensions only selects what is shown; an export is always a WAV file.
 Item {
     id: root
 

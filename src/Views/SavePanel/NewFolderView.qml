@@ -2,7 +2,6 @@ import QtQuick.Templates as T
 import Tessivo
 import Tessivo.Style
 
-// Asks for the name of a new folder.
 NameDialog {
     id: root
 

@@ -26,11 +26,7 @@ Item {
             open();
         }
         function part(name) {
-            return find(scene.panel.contentItem.parent, name);
-        }
-        function asked(name) {
-            const found = part(name);
-            return found !== null && found.visible;
+            return item(name, scene.panel);
         }
         function ask(loop) {
             activate(sheet);
@@ -64,10 +60,10 @@ Item {
             for (const [answer, loop] of [["Cancel", 1], ["Replace", 0]]) {
                 keyClick(Qt.Key_Return, Qt.ControlModifier);
                 const question = "'a-b-2.5.wav' already exists. Do you want to replace it?";
-                tryVerify(() => asked(question));
+                tryVerify(() => shown(question, scene.panel));
                 const buttons = part(question).parent;
                 mouseClick(find(buttons, answer));
-                tryVerify(() => !scene.panel || !asked(question));
+                tryVerify(() => !scene.panel || !shown(question, scene.panel));
                 Background.finish();
                 verify(Disk.isCopyOf(folder + "/a-b-2.5.wav", loop), answer);
             }
@@ -78,7 +74,7 @@ Item {
         function test_folders() {
             ask(0);
             mouseClick(part("New Folder"));
-            tryVerify(() => asked("Create"));
+            tryVerify(() => shown("Create", scene.panel));
             for (const [text, makes] of [["", false], ["..", false], ["a/b", false], ["x", true]]) {
                 scene.panel.activeFocusItem.text = text;
                 compare(part("Create").enabled, makes);

@@ -48,8 +48,6 @@ Item {
                 { tag: "-60 dB", level: 0.001, lit: 1 },
                 { tag: "just under -57 dB", level: 0.00141, lit: 1 },
                 { tag: "just over -57 dB", level: 0.001413, lit: 2 },
-                { tag: "-30 dB", level: 0.0316227766, lit: 11 },
-                { tag: "-20 dB", level: 0.1, lit: 14 },
                 { tag: "just under -3 dB", level: 0.707, lit: 19 },
                 { tag: "just over -3 dB", level: 0.708, lit: 20 },
                 { tag: "0 dB", level: 1, lit: 20 },

@@ -46,9 +46,6 @@ Item {
             compare(Disk.names(), ["my riff"]);
             tryVerify(() => !window.loopState.canSave);
             compare(window.loopState.transportState, TransportStates.stopped);
-            keyClick(Qt.Key_S, Qt.ControlModifier);
-            wait(50);
-            compare(sheet, null);
         }
 
         function test_blank_names_are_not_saved() {
@@ -92,12 +89,9 @@ Item {
         }
 
         function test_a_closed_sheet_leaves_its_save_alone_and_is_left_alone_data() {
-            return [
-                { tag: "Escape", close: () => keyClick(Qt.Key_Escape) },
-                { tag: "Ctrl+Escape", close: () => keyClick(Qt.Key_Escape, Qt.ControlModifier) },
+            return [{ tag: "key", close: () => keyClick(Qt.Key_Escape, Qt.ControlModifier) },
                 { tag: "Cancel", close: () => mouseClick(item("Cancel")) },
-                { tag: "window", close: () => sheet.close() }
-            ];
+                { tag: "window", close: () => sheet.close() }];
         }
         function test_a_closed_sheet_leaves_its_save_alone_and_is_left_alone(data) {
             Background.holdSaves();

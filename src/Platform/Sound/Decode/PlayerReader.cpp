@@ -154,8 +154,8 @@ void PlayerReader::discard() {
     dropScheduled(0);
 }
 
-// Few enough that a higher render rate does not make them more than the ring has room for
-// beyond the read-ahead.
+// At most kReadChunkFrames, and so few that conversion makes at most twice as many: the ring has
+// room for these beyond the read-ahead (PlayerRing::capacityFor()).
 std::int64_t PlayerReader::framesPerStep(const AudioFileReader& file) const {
     const double limit =
         kReadChunkFrames * std::min(1.0, 2.0 * file.format().sampleRate() / renderRate_);

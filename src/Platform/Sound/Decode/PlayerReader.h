@@ -96,7 +96,7 @@ private:
     std::int64_t filePosition_ = 0;               // frames
     std::int64_t written_ = 0;                    // frames put into the ring since the beginning
     std::deque<PassEnd> passEnds_;                // not heard yet, in their order
-    std::optional<Clock::time_point> endTakenAt_; // when the first pass end left the ring
+    std::optional<Clock::time_point> endTakenAt_; // when we saw the first pass end leave
     double converterRate_ = 0.0;                  // Hz, of the files that it converts
     std::unique_ptr<RateConverter> converter_;
     std::optional<Sounding> sounding_; // until its first file is opened

@@ -67,7 +67,7 @@ public:
     virtual void start(AudioRenderer& renderer, const Request& request) = 0;
 
     // Ends cycles; when it returns, render() is not running and is not called again.
-    // Harmless when not started.
+    // Does nothing when not started.
     virtual void stop() = 0;
 
     // As the sound server states it, seconds, any thread: from the moment at which a sound is

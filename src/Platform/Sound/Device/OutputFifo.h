@@ -25,14 +25,16 @@ public:
     // When it is full, the oldest frames are dropped.
     void push(std::span<const float* const> channels, std::uint32_t frames) TESSIVO_REALTIME;
 
-    // Fills the channels. Returns how many frames at the end are silence for want of others.
+    // Fills the channels, with silence at the end if frames are missing. Returns how many are
+    // missing.
     std::uint32_t pop(std::span<float* const> channels, std::uint32_t frames) TESSIVO_REALTIME;
 
     std::uint32_t size() const TESSIVO_REALTIME { return size_; }
 
 private:
     static constexpr std::uint32_t kCapacity = 4 * kMaxRenderFrames;
-    // Frames that stayed in it for so many cycles only add latency: dropped.
+    // After so many cycles the frames that were never needed in them are dropped: they only add
+    // latency.
     static constexpr std::uint32_t kTrimCycles = 512;
 
     void drop(std::uint32_t frames) TESSIVO_REALTIME;

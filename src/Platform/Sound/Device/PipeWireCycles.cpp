@@ -1,6 +1,6 @@
 #include "Platform/Sound/Device/PipeWireCycles.h"
 
-#include <pipewire/pipewire.h>
+#include <pipewire/stream.h>
 
 #include <algorithm>
 #include <chrono>

@@ -53,10 +53,10 @@ public:
 private:
     struct Node;     // an audio device in the registry
     struct Metadata; // the one with the default devices or the one with the settings
-    struct Follower; // one default device, bound to follow its formats
-    struct Role {    // source or sink
+    struct Follower; // a device in the server whose format events we receive
+    struct Role {    // the default source or the default sink
         std::unique_ptr<Follower> device;
-        std::unique_ptr<Follower> successor; // until its format is known
+        std::unique_ptr<Follower> successor; // replaces `device` once its format is known
 
         Role();
         ~Role();

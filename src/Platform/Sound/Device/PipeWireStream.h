@@ -45,7 +45,7 @@ public:
     std::uint32_t channelCount() const { return channelCount_; }
     const std::string& target() const { return target_; }
     bool isRunning() const { return running_; } // linked and processed
-    bool hasFailed() const { return failed_; }  // for good
+    bool hasFailed() const { return failed_; }  // never false again
     std::chrono::steady_clock::time_point openedAt() const { return openedAt_; }
 
 private:

@@ -10,8 +10,8 @@
 
 namespace tessivo::sound {
 
-// The formats that a device's user is told. After a restart of the server, when the devices
-// come back one by one, a device keeps its format for some time until it is back.
+// The formats that a device publishes. After a restart of the server, when the devices come back
+// one by one, a device keeps its old format for some seconds until it is back.
 class PublishedFormats {
 public:
     AudioDevice::Formats get() const; // any thread
@@ -20,7 +20,7 @@ public:
 
     // Devices have new serial numbers on every connection; that alone is no change.
     void connected();
-    // The connection replaces one that was lost: the devices are awaited.
+    // The connection replaces a lost one: from now on the devices come back one by one.
     void awaitReturn();
     bool awaitsReturn() const { return returnDeadline_.has_value(); }
 
@@ -30,7 +30,7 @@ public:
 
 private:
     mutable std::mutex mutex_;
-    AudioDevice::Formats formats_{{}, {}, 48000.0}; // the owner reads it without the mutex
+    AudioDevice::Formats formats_{{}, {}, 48000.0}; // written by the owner only
     std::string inputSerial_;
     std::string outputSerial_;
     std::optional<std::chrono::steady_clock::time_point> returnDeadline_;

@@ -153,13 +153,12 @@ void AudioFileWriter::write(const AudioPCMBuffer& buffer) {
     const sf_count_t written = sf_writef_float(handle_->file.get(), interleaved_.data(), frames);
     framesWritten_ += written;
     if (written != static_cast<sf_count_t>(frames)) {
-        const AudioError error =
-            soundFailure("Only " + std::to_string(written) + " of " + std::to_string(frames) +
-                             " frames could be written to",
-                         handle_->path, handle_->file.get());
+        const std::string reason = sf_strerror(handle_->file.get());
         sf_seek(handle_->file.get(), framesWritten_, SEEK_SET);
         updateHeader();
-        throw error;
+        throw failure("Only " + std::to_string(written) + " of " + std::to_string(frames) +
+                          " frames could be written to",
+                      handle_->path, ": " + reason);
     }
     const auto now = std::chrono::steady_clock::now();
     const std::chrono::duration<double> sinceUpdate = now - lastHeaderUpdate_;

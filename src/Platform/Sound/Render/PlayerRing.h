@@ -29,19 +29,20 @@ public:
         spa_ringbuffer_init(&ring_);
     }
 
-    // Any thread: nothing more is to be heard, after a ramp.
+    // Any thread. The callback fades out and then plays nothing more.
     void stop() { stopping_.store(true, std::memory_order_release); }
     bool isStopping() const TESSIVO_REALTIME { return stopping_.load(std::memory_order_acquire); }
 
-    // Any thread. Frames that are written and not yet read; frames that were read.
+    // Any thread. Frames that are written and not yet read.
     std::int64_t queuedFrames() const {
         // The library's function takes a ring that may change, but only looks at it.
         std::uint32_t index = 0;
         return spa_ringbuffer_get_read_index(const_cast<spa_ringbuffer*>(&ring_), &index);
     }
+    // Any thread. Frames that the callback has read since the beginning.
     std::int64_t playedFrames() const { return played_.load(std::memory_order_acquire); }
 
-    // Any thread. After stop(): the ramp has been heard.
+    // Any thread. After stop(): the fade-out has been rendered.
     bool isFinished() const TESSIVO_REALTIME { return finished_.load(std::memory_order_acquire); }
 
     // Reader thread. Appends interleaved frames, for which there must be room.

@@ -20,7 +20,7 @@ namespace tessivo::sound {
 // player like another.
 class PlayerVoice {
 public:
-    // Adds the frames that were missing to `underruns`.
+    // underruns: the counter to which render() adds missing frames.
     PlayerVoice(std::shared_ptr<PlayerRing> ring,
                 std::shared_ptr<std::atomic<std::int64_t>> underruns,
                 std::optional<TakeLoop> loop = {})

@@ -6,7 +6,7 @@
 
 namespace tessivo::sound {
 
-// A gain that moves to its target in a straight line. Audio callback only.
+// A linear gain ramp. Audio callback only.
 class Ramp {
 public:
     explicit Ramp(float value)

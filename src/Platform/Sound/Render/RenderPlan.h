@@ -9,9 +9,9 @@
 
 namespace tessivo::sound {
 
-// One immutable picture of the graph: the steps of all nodes that are heard, sources before
-// the mixers that use them. Compiled on the main thread (PlanBuilder), followed by the audio
-// callback. It owns all the memory that the callback needs for that.
+// The graph as one list of steps, of all nodes that are heard, sources before the nodes that use
+// them. Compiled on the main thread (PlanBuilder); after that the list does not change, and only
+// the audio callback touches the plan. It owns all the memory that the callback needs.
 class RenderPlan {
 public:
     // The output of the last step is what is heard. What is captured goes to the
