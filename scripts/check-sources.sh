@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
 # Looks for what does not belong into the repository: left-overs of editing and merging,
-# excuses, switched-off tests and checks, files that no target builds.
+# excuses, switched-off tests and checks, files that no target builds, includes that no layer
+# allows; and for too many or too few tests.
 set -euo pipefail
 # shellcheck source=scripts/lib.sh
 source "$(dirname "${BASH_SOURCE[0]}")/lib.sh"
@@ -49,5 +50,18 @@ while read -r file; do
     # A program is often named by its stem alone.
     grep -qwF -e "$name" -e "${name%.cpp}" <<<"$listed" || fault "no target builds $file"
 done < <(find src tests benchmarks \( -name '*.cpp' -o -name '*.qml' -o -name '*.svg' \))
+
+found=$(scripts/check-includes.py 2>&1) || fault "includes that no layer allows:" "$found"
+
+# Lines without blanks and comments.
+lines_in() {
+    find "$@" -type f \( -name '*.cpp' -o -name '*.h' -o -name '*.hpp' -o -name '*.qml' -o -name '*.py' \
+        -o -name '*.sh' \) -exec cat {} + | grep -cvE '^[[:space:]]*(//.*)?$'
+}
+tests=$(lines_in tests)
+total=$((tests + $(lines_in src benchmarks scripts)))
+share="$tests of $total lines are tests, $((tests * 1000 / total)) in a thousand"
+say "$share"
+((tests * 3 <= total && tests * 4 >= total)) || fault "not between a quarter and a third: $share"
 
 ((faults == 0)) || fail "$faults kinds of left-overs"

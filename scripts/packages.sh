@@ -7,7 +7,8 @@
 # run      to start it on a desktop that has a sound server
 # sound    to run a private sound server
 # display  to run it on a virtual display
-# test     to build and run the tests and the checks of the sources
+# test     to build and run the tests
+# check    to check the sources, and to build with the second compiler
 set -euo pipefail
 # shellcheck source=scripts/lib.sh
 source "$(dirname "${BASH_SOURCE[0]}")/lib.sh"
@@ -23,9 +24,9 @@ declare -A groups=(
         qml6-module-qtquick-dialogs qml6-module-qt-labs-folderlistmodel"
     [sound]="procps pipewire pipewire-bin wireplumber dbus-daemon sox"
     [display]="procps xvfb openbox xdotool x11-utils imagemagick"
-    [test]="clang libclang-rt-dev clang-format clang-tidy shellcheck git libgtest-dev
-        libbenchmark-dev qt6-declarative-dev-tools qml6-module-qttest at-spi2-core
-        python3-pyatspi"
+    [test]="libgtest-dev qt6-declarative-dev qml6-module-qttest at-spi2-core python3-pyatspi"
+    [check]="clang-22 libclang-rt-22-dev llvm-22 clang-format clang-tidy-22 shellcheck python3
+        libbenchmark-dev qt6-declarative-dev-tools"
 )
 
 (($# > 0)) || fail "usage: packages.sh GROUP... (${!groups[*]})"

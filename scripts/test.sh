@@ -1,7 +1,12 @@
 #!/usr/bin/env bash
-# Everything that must hold before a change is accepted: installs what is missing, checks
-# the sources, builds, and runs all tests, plain and under the sanitizers. Stops at the
-# first thing that does not hold.
+# Installs what is missing, builds Tessivo and runs its tests.
+#
+#   scripts/test.sh        the release build and every test of it
+#   scripts/test.sh all    everything that must hold before a change is accepted: besides that,
+#                          the checks of the sources, the benchmarks, which must compile, and
+#                          the tests under the sanitizers, with the fuzzers
+#
+# Stops at the first thing that does not hold.
 set -euo pipefail
 # shellcheck source=scripts/lib.sh
 source "$(dirname "${BASH_SOURCE[0]}")/lib.sh"
@@ -9,7 +14,6 @@ cd "$TESSIVO_ROOT"
 exec </dev/null
 
 jobs=$(nproc)
-export CTEST_PARALLEL_LEVEL=$jobs
 # Tests choose their own display and sound server, never those of the desktop.
 unset DISPLAY WAYLAND_DISPLAY PIPEWIRE_REMOTE PIPEWIRE_RUNTIME_DIR
 
@@ -21,37 +25,54 @@ stage() {
     printf '=== %d s\n' $((SECONDS - started))
 }
 
-sources() {
-    find src tests benchmarks \( -name '*.cpp' -o -name '*.h' \) -print0
-}
-
 check_text() {
     scripts/check-sources.sh
-    sources | xargs -0 clang-format --dry-run -Werror
-    shellcheck scripts/*.sh .ci/run
+    find src tests benchmarks \( -name '*.cpp' -o -name '*.h' \) -print0 |
+        xargs -0 clang-format --dry-run -Werror
+    shellcheck scripts/*.sh benchmarks/*.sh .ci/run
 }
 
-# configure_and_build PRESET [CMAKE-OPTION...]
-configure_and_build() {
+# Every file is compiled as it is, without the precompiled headers that hide what it forgot to
+# include. All checks are for what people run; the tests, the benchmarks and the headers, which
+# are read once more as what they are, are looked through for warnings and for includes that
+# nothing needs.
+check_code() {
+    local few=--checks='-*,clang-diagnostic-*,misc-include-cleaner'
+    cmake --preset tidy >build/tidy.log
+    find src -name '*.cpp' -print0 | tidy
+    find src -name '*.h' -print0 | tidy "$few"
+    find tests benchmarks -name '*.cpp' -print0 | tidy "$few"
+}
+
+# tidy [OPTION...]: checks the files that the standard input names.
+tidy() {
+    xargs -0 -n 1 -P "$jobs" clang-tidy-22 -p build/tidy --quiet "$@" >build/tidy.log 2>&1 ||
+        { grep -A 4 -E '(error|warning): ' build/tidy.log || cat build/tidy.log; fail "clang-tidy found something"; }
+}
+
+# build PRESET [CMAKE-OPTION...]
+build() {
     cmake --preset "$@" -DBUILD_TESTING=ON
     cmake --build --preset "$1"
 }
 
-check_code() {
-    local log=build/release/tidy.log
-    run-clang-tidy -quiet -p build/release -j "$jobs" "^$TESSIVO_ROOT/src/" >"$log" 2>&1 ||
-        { grep -A 4 -E '(error|warning): ' "$log" || cat "$log"; fail "clang-tidy found something"; }
+build_release() {
+    # A folder that is configured keeps its benchmarks.
+    local options=()
+    [[ -f build/release/CMakeCache.txt ]] || options=(-DTESSIVO_BENCHMARKS=OFF)
+    build release "${options[@]}"
 }
 
-# A test that did not run has shown nothing, so it counts as failed.
+# run_tests PRESET [REALTIME-JOBS]
 run_tests() {
+    run_labelled "$1" other -LE realtime -j "$jobs"
     # On a sound server every sample counts, and a machine that stalls for longer than a
     # cycle loses some that no program of ours could save. Such a test may fail once; the
     # log shows that it did.
-    run_labelled "$1" realtime -L realtime --repeat until-pass:2
-    run_labelled "$1" other -LE realtime
+    run_labelled "$1" realtime -L realtime -j "${2:-1}" --repeat until-pass:2
 }
 
+# A test that did not run has shown nothing, so it counts as failed.
 run_labelled() {
     local preset=$1 log=build/$1/tests-$2.log
     shift 2
@@ -60,22 +81,26 @@ run_labelled() {
 }
 
 sanitized() {
-    configure_and_build "$1"
+    build "$1"
     run_tests "$1"
 }
 
-fuzzed() {
-    configure_and_build fuzz
-    run_labelled fuzz all
-}
-
-stage "Packages" scripts/packages.sh build run sound display test
-stage "Sources: format, scripts, left-overs" check_text
-# run.sh may have configured the same folder for the application alone.
-stage "Build" configure_and_build release -DTESSIVO_BENCHMARKS=ON
-stage "Sources: clang-tidy" check_code
-stage "Sources: qmllint" cmake --build --preset release --target all_qmllint
-stage "ThreadSanitizer" sanitized tsan
-stage "AddressSanitizer and UndefinedBehaviorSanitizer" sanitized asan
-stage "Fuzzing" fuzzed
-stage "All tests" run_tests release
+case ${1:-} in
+    '')
+        stage "Packages" scripts/packages.sh build run sound display test
+        stage "Build" build_release
+        ;;
+    all)
+        stage "Packages" scripts/packages.sh build run sound display test check
+        mkdir -p build
+        stage "Sources: format, scripts, left-overs, layers" check_text
+        stage "Build" build release -DTESSIVO_BENCHMARKS=ON
+        stage "Sources: qmllint" cmake --build --preset release --target all_qmllint
+        stage "Sources: clang-tidy" check_code
+        stage "RealtimeSanitizer" sanitized rtsan
+        stage "ThreadSanitizer" sanitized tsan
+        stage "AddressSanitizer, UndefinedBehaviorSanitizer, fuzzers" sanitized asan
+        ;;
+    *) fail "usage: test.sh [all]" ;;
+esac
+stage "Tests" run_tests release 2

@@ -157,8 +157,11 @@ void LoopCatalogue::sortBy(SortOrder order) {
     sorted_.resize(entries_.size());
     std::iota(sorted_.begin(), sorted_.end(), 0U);
     const auto sort = [&](auto&& isBefore) {
-        std::stable_sort(sorted_.begin(), sorted_.end(), [&](std::uint32_t a, std::uint32_t b) {
-            return isBefore(entries_[a], entries_[b]);
+        // Equal entries stay in the order of their places. std::stable_sort, which does that by
+        // itself, uses a function of the library that newer compilers warn of.
+        std::sort(sorted_.begin(), sorted_.end(), [&](std::uint32_t a, std::uint32_t b) {
+            return isBefore(entries_[a], entries_[b]) ||
+                   (a < b && !isBefore(entries_[b], entries_[a]));
         });
     };
     const auto date = [](const Entry& entry) {
