@@ -2,12 +2,16 @@
 
 #include "Common.h"
 
+#include "SystemDevices.h"
+#include "ViewModels/Main/ViewModelFactory.h"
+
 #include <QQmlApplicationEngine>
 #include <QQuickStyle>
 #include <QQuickWindow>
 #include <QtQml/qqmlextensionplugin.h>
 
 Q_IMPORT_QML_PLUGIN(TessivoPlugin)
+Q_IMPORT_QML_PLUGIN(Tessivo_StylePlugin)
 
 namespace tessivo::benchmark {
 
@@ -23,7 +27,10 @@ class ContentWindow {
 public:
     ContentWindow() {
         QQuickStyle::setStyle(QStringLiteral("Basic"));
-        engine_.load(QUrl(QStringLiteral("qrc:/qt-project.org/imports/Tessivo/ContentView.qml")));
+        engine_.setInitialProperties(
+            {{QStringLiteral("viewModels"), QVariant::fromValue(&viewModels_)}});
+        engine_.load(
+            QUrl(QStringLiteral("qrc:/qt-project.org/imports/Tessivo/Main/ContentView.qml")));
         window_ = engine_.rootObjects().isEmpty()
                       ? nullptr
                       : qobject_cast<QQuickWindow*>(engine_.rootObjects().constFirst());
@@ -36,6 +43,7 @@ public:
     QQuickWindow& window() { return *window_; }
 
 private:
+    ViewModelFactory viewModels_{makeLooperDevice, makePreviewDevice};
     QQmlApplicationEngine engine_;
     QQuickWindow* window_ = nullptr;
 };

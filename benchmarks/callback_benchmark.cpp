@@ -2,6 +2,8 @@
 // metering, recording, monitoring and playing all on.
 
 #include "Platform/Sound/AudioEngine.h"
+#include "Platform/Sound/File/AudioFile.h"
+#include "Platform/Sound/PlayerNode.h"
 #include "support/OfflineDevice.h"
 
 #include <algorithm>
@@ -76,11 +78,9 @@ int main() {
         const auto begin = threadNanoseconds();
         overhead = std::min(overhead, threadNanoseconds() - begin);
     }
-    int starvedCycles = 0;
     for (int i = 0; i < kCycles; ++i) {
         while (player->queuedFrames() < kQuantum) {
             std::this_thread::sleep_for(std::chrono::milliseconds(1));
-            ++starvedCycles;
         }
         const auto begin = threadNanoseconds();
         const auto output = device->turn(kQuantum, input);

@@ -14,6 +14,7 @@
 #include "Platform/Sound/AudioError.h"
 #include "Platform/Sound/File/AudioFile.h"
 #include "Platform/System/LogLine.h"
+#include "SystemDevices.h"
 #include "Utils/LoopFileManager.h"
 #include "ViewModels/SimpleLooperViewModel.h"
 #include "support/GraphProbe.h"
@@ -51,7 +52,7 @@ int monitoring() {
     const GraphProbe feeder("feeder", 2, 0);
     const GraphProbe listener("listener", 0, 2);
     feed(server);
-    SimpleLooperViewModel controller;
+    SimpleLooperViewModel controller(makeLooperDevice());
     controller.toggleInputMonitoring();
     benchmark::runEventsFor(1s); // for the session manager to link us
     // Left goes past us and right through us, from one microphone to one speaker.
@@ -95,7 +96,7 @@ int monitoring() {
 struct TakeContent {
     std::int64_t frames = 0;
     std::int64_t breaks = 0;   // places where a frame does not follow the one before it
-    std::int64_t stretch = 0;  // frames before the first break
+    std::int64_t unbroken = 0; // frames before the first break
     std::int64_t lastMark = 0; // position of the last frame that is no silence
 };
 
@@ -112,7 +113,7 @@ TakeContent contentOf(const std::filesystem::path& path) {
                              samples[at + 1] == Mark::sample(1, Mark::frame(left)) &&
                              (i == 0 || left == Mark::sample(0, Mark::frame(samples[at - 2]) + 1));
         content.breaks += follows ? 0 : 1;
-        content.stretch += content.breaks == 0 ? 1 : 0;
+        content.unbroken += content.breaks == 0 ? 1 : 0;
     }
     return content;
 }
@@ -133,7 +134,7 @@ int takes(int times) {
     const GraphProbe listener("listener", 0, 1, static_cast<std::size_t>(3 * times) * 48000);
     feed(server);
     server.link("mic:capture_FL", "listener:in_0");
-    SimpleLooperViewModel controller;
+    SimpleLooperViewModel controller(makeLooperDevice());
     benchmark::runEventsFor(1s);
     std::mt19937 random(20'26);
     std::uniform_int_distribution<int> duration(200, 1500);
@@ -259,7 +260,7 @@ int restart(int times) {
     PrivatePipeWire server({"--quantum", "1024"});
     auto feeder = std::make_unique<GraphProbe>("feeder", 2, 0);
     feed(server);
-    SimpleLooperViewModel controller;
+    SimpleLooperViewModel controller(makeLooperDevice());
     benchmark::runEventsFor(1s);
     controller.recordButtonPressed();
     benchmark::runEventsFor(1s);
@@ -289,12 +290,12 @@ int restart(int times) {
         const TakeContent content = contentOf(takePath(controller));
         // A second before the outage, without a break, and a third of one after it.
         const bool isValid =
-            content.stretch > 40'000 && content.lastMark > content.stretch + 16'000;
+            content.unbroken > 40'000 && content.lastMark > content.unbroken + 16'000;
         invalid += isValid ? 0 : 1;
         if (!isValid) {
             std::printf("  take of %lld frames: %lld without a break, the last mark at %lld\n",
                         static_cast<long long>(content.frames),
-                        static_cast<long long>(content.stretch),
+                        static_cast<long long>(content.unbroken),
                         static_cast<long long>(content.lastMark));
         }
     }
@@ -368,7 +369,8 @@ int preview(int times) {
     std::vector<double> gone;
     for (int i = 0; i < times; ++i) {
         std::unique_ptr<LoopPreviewEngine> engine;
-        made.push_back(held([&] { engine = std::make_unique<LoopPreviewEngine>(); }));
+        made.push_back(
+            held([&] { engine = std::make_unique<LoopPreviewEngine>(makePreviewDevice()); }));
         clickAndListen(*engine, loop, listener, first);
         clickAndListen(*engine, loop, listener, later);
         gone.push_back(held([&] { engine.reset(); }));
@@ -383,7 +385,8 @@ int preview(int times) {
 
     const auto fail = [&](const char* what) {
         std::unique_ptr<LoopPreviewEngine> engine;
-        const double making = held([&] { engine = std::make_unique<LoopPreviewEngine>(); });
+        const double making =
+            held([&] { engine = std::make_unique<LoopPreviewEngine>(makePreviewDevice()); });
         std::string reason;
         const double failing = held([&] {
             try {

@@ -125,14 +125,16 @@ struct Browsing {
 
 // A view's own work is left out of these.
 Browsing browse(Times& keystrokes, Times& orders, Times& early) {
-    using SortOrder = LoopLibraryViewModel::SortOrder;
     Browsing result;
     StallMeter meter;
     benchmark::runEventsFor(std::chrono::milliseconds(20));
     const auto begin = Clock::now();
-    LoopLibraryViewModel model(std::make_unique<LoopPreviewEngine>(
-        std::make_unique<sound::OfflineDevice>(sound::AudioDevice::Formats{
-            sound::AudioFormat(kRate, 2), sound::AudioFormat(kRate, 2), kRate})));
+    const auto makeEngine = [] {
+        return std::make_unique<LoopPreviewEngine>(
+            std::make_unique<sound::OfflineDevice>(sound::AudioDevice::Formats{
+                sound::AudioFormat(kRate, 2), sound::AudioFormat(kRate, 2), kRate}));
+    };
+    LoopLibraryViewModel model(makeEngine());
     const auto* const rows = model.loops();
     benchmark::runEventsUntil([&] { return rows->rowCount() > 0; }, std::chrono::seconds(60));
     result.list = millisecondsBetween(begin, Clock::now());
@@ -166,7 +168,7 @@ Browsing browse(Times& keystrokes, Times& orders, Times& early) {
     }
 
     // A search before any key has been made ahead.
-    LoopLibraryViewModel other;
+    LoopLibraryViewModel other(makeEngine());
     QObject::connect(&other, &LoopLibraryViewModel::libraryStatsChanged, &other, [&] {
         early.measure([&] { other.setSearchText(QStringLiteral("b")); });
         QCoreApplication::quit();

@@ -7,12 +7,14 @@
 #include "ContentWindow.h"
 #include "SavedLoopFiles.h"
 
+#include "Audio/MIDIManager.h"
 #include "Models/LibraryFile.h"
+#include "Platform/Midi/PipeWireMidi.h"
 #include "Platform/System/BackgroundQueue.h"
 #include "Platform/System/LogLine.h"
+#include "ViewModels/Library/LoopListModel.h"
 #include "ViewModels/LoopLibraryViewModel.h"
-#include "ViewModels/LoopListModel.h"
-#include "Views/HeldKeys.h"
+#include "ViewModels/Main/HeldKeys.h"
 #include "support/AppProcess.h"
 #include "support/PrivatePipeWire.h"
 
@@ -38,7 +40,6 @@ using benchmark::runEventsUntil;
 using benchmark::StallMeter;
 using benchmark::Times;
 using Clock = std::chrono::steady_clock;
-using SortOrder = LoopLibraryViewModel::SortOrder;
 
 namespace {
 
@@ -481,6 +482,7 @@ int main(int argc, char** argv) {
     benchmark::useSoftwareRenderer();
     std::signal(SIGPIPE, SIG_IGN);
     setLogSink([](std::string_view) {});
+    MIDIManager::setSharedSystem(std::make_shared<midi::PipeWireMidi>("Tessivo"));
     QGuiApplication application(argc, argv);
     HeldKeys heldKeys;
     application.installEventFilter(&heldKeys);

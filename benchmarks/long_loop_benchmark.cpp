@@ -3,6 +3,8 @@
 #include "RealTimeTurner.h"
 
 #include "Platform/Sound/AudioEngine.h"
+#include "Platform/Sound/File/AudioFile.h"
+#include "Platform/Sound/PlayerNode.h"
 
 #include <cstdio>
 #include <filesystem>

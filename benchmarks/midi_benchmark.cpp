@@ -9,6 +9,7 @@
 #include "MidiWitness.h"
 
 #include "Audio/MIDIManager.h"
+#include "Platform/Midi/PipeWireMidi.h"
 #include "Platform/System/LineWriter.h"
 #include "Platform/System/LogLine.h"
 #include "support/AppProcess.h"
@@ -44,7 +45,7 @@ constexpr double kMemoryLimit = 16.0; // MB more than before
 // One note in a hundred is one of these, in turn.
 constexpr std::size_t kMappedEvery = 100;
 
-// Takes the place of standard output and notes when the MIDI thread has read a note.
+// Replaces standard output, and records when the MIDI thread has read a note.
 class NotesRead {
 public:
     NotesRead() {
@@ -93,7 +94,9 @@ public:
         Clock::time_point noteRead;
     };
 
-    Window() {
+    explicit Window(std::shared_ptr<midi::MidiSystem> system)
+        : midi(std::move(system))
+        , manager(startManager()) {
         listen(manager.onRecord, TransportAction::record);
         listen(manager.onPlay, TransportAction::play);
         listen(manager.onStop, TransportAction::stop);
@@ -105,10 +108,15 @@ public:
     }
 
     NotesRead notes;
-    MIDIManager& manager = MIDIManager::shared();
+    const std::shared_ptr<midi::MidiSystem> midi;
+    MIDIManager& manager;
     std::vector<Command> commands;
 
 private:
+    MIDIManager& startManager() const {
+        MIDIManager::setSharedSystem(midi);
+        return MIDIManager::shared();
+    }
     void listen(MIDIManager::Callback& callback, TransportAction action) {
         callback = [this, action, command = callback] {
             commands.push_back({action, Clock::now(), notes.latest()});
@@ -130,7 +138,7 @@ void report(const char* what, std::vector<double> milliseconds) {
                 at(100));
 }
 
-// A controller, and beside us a witness who hears it too.
+// A controller, and a witness that receives the same as the application.
 struct Stage {
     explicit Stage(test::PrivatePipeWire& server) { server.link("keys:out_0", "witness:in"); }
 
@@ -140,7 +148,7 @@ struct Stage {
 
 int latency(test::PrivatePipeWire& server, std::size_t notes) {
     Stage stage(server);
-    Window window;
+    Window window(std::make_shared<midi::PipeWireMidi>("Tessivo"));
     const std::array actions{TransportAction::record, TransportAction::stop, TransportAction::play,
                              TransportAction::clear};
     std::mt19937 random(20'26);
@@ -229,7 +237,7 @@ Flood measureFlood(Window& window, std::chrono::seconds time, Begin&& begin, End
                 static_cast<unsigned long long>(window.notes.count() - readBefore),
                 static_cast<unsigned long long>(mapped), static_cast<unsigned long long>(commands));
     std::printf("packets dropped on the way to the MIDI thread: %llu\n",
-                static_cast<unsigned long long>(midi::MidiSystem::shared()->lostPackets()));
+                static_cast<unsigned long long>(window.midi->lostPackets()));
     std::printf("resident %.1f MB before, %.1f MB at most, %.1f MB after; longest stall of the "
                 "main thread %.1f ms\n",
                 before, peak, after, stall);
@@ -239,9 +247,8 @@ Flood measureFlood(Window& window, std::chrono::seconds time, Begin&& begin, End
 int floodVirtual(std::chrono::seconds time) {
     constexpr std::uint64_t kPerMillisecond = 50;
     const auto midi = std::make_shared<midi::VirtualMidi>();
-    midi::MidiSystem::setShared(midi);
     const auto keys = midi->addSource("keys");
-    Window window;
+    Window window(midi);
     const std::vector<std::uint8_t> notes = floodNotes(window.manager.configuration());
     std::atomic<bool> playing{true};
     std::uint64_t sent = 0;
@@ -274,7 +281,7 @@ int floodVirtual(std::chrono::seconds time) {
 int floodServer(test::PrivatePipeWire& server, std::chrono::seconds time) {
     constexpr int kRuns = 5;
     Stage stage(server);
-    Window window;
+    Window window(std::make_shared<midi::PipeWireMidi>("Tessivo"));
     const std::vector<std::uint8_t> notes = floodNotes(window.manager.configuration());
     for (int run = 0; run < kRuns; ++run) {
         const std::uint64_t sentBefore = stage.keys.flooded();

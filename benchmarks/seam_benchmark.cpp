@@ -10,7 +10,7 @@
 
 #include "Audio/SimpleAudioEngine.h"
 #include "Audio/SimplePlayer.h"
-#include "Platform/Sound/Device/PipeWireDevice.h"
+#include "Platform/Sound/Device/PipeWireDuplexDevice.h"
 #include "Platform/Sound/File/AudioFile.h"
 #include "Platform/System/LogLine.h"
 #include "support/GraphProbe.h"
@@ -114,7 +114,7 @@ int run(const Case& wanted) {
     server.link("speaker:monitor_FL", "listener:in_0");
     server.link("speaker:monitor_FR", "listener:in_1");
 
-    SimpleAudioEngine engine(std::make_unique<sound::PipeWireDevice>("Tessivo"));
+    SimpleAudioEngine engine(std::make_unique<sound::PipeWireDuplexDevice>("Tessivo"));
     engine.start();
     SimplePlayer& player = engine.createPlayer();
     player.loadAudioFile(QUrl::fromLocalFile(QString::fromStdString(loopPath.string())));

@@ -103,6 +103,16 @@ function(tessivo_describe_types target)
     endforeach()
 endfunction()
 
+# tessivo_qml_module(name URI uri [SOURCES ...] QML_FILES ... [RESOURCES ...]): a static QML module,
+# compiled ahead of time. A program links it and its plugin, name + "plugin", and imports the plugin.
+function(tessivo_qml_module name)
+    qt_add_library(${name} STATIC)
+    qt_add_qml_module(${name} VERSION 1.0 RESOURCE_PREFIX /qt-project.org/imports ${ARGN})
+    target_link_libraries(${name} PRIVATE tessivo_options)
+    tessivo_precompile(${name} quick)
+    tessivo_batch_generated(${name})
+endfunction()
+
 # tessivo_batch_generated(target): compiles what the QML compiler made for a module in batches of
 # ten files, as each reads the same headers, and without our warnings, which are for what is
 # written here.

@@ -27,7 +27,9 @@ ROOMS = {
     "ViewModels": PLATFORM + MODELS + ["Audio"],
     "Style": [],
     "Views": PLATFORM + MODELS + ["Audio", "ViewModels", "Style"],
-    "TessivoApp.cpp": PLATFORM + MODELS + ["Audio", "ViewModels", "Style", "Views"],
+    "SystemDevices.h": PLATFORM,
+    "TessivoApp.cpp": PLATFORM + MODELS + ["Audio", "ViewModels", "Style", "Views",
+                                           "SystemDevices.h"],
 }
 # ThreadSanitizer can judge these only without Qt.
 WITHOUT_QT = SERVER + ["Platform/Sound", "Platform/Midi"]
@@ -108,7 +110,9 @@ def main():
                 if why := fault_of(file, name):
                     faults.append(f"{file} includes {name}: its room {why}")
                 if os.path.isfile(name):
-                    unit.add(os.path.splitext(name)[0])
+                    used = os.path.splitext(name)[0]
+                    unit.add(used)
+                    uses.setdefault(used, set())
         elif file.endswith(".qml") and file.startswith("Style/"):
             faults += [f"{file} imports {name}: Style knows nothing of the windows"
                        for name in imported(file)

@@ -8,7 +8,8 @@
 # sound    to run a private sound server
 # display  to run it on a virtual display
 # test     to build and run the tests
-# check    to check the sources, and to build with the second compiler
+# check    to check the sources, and to build with the sanitizers and fuzzers
+# peer     to measure another looper beside it
 set -euo pipefail
 # shellcheck source=scripts/lib.sh
 source "$(dirname "${BASH_SOURCE[0]}")/lib.sh"
@@ -24,9 +25,10 @@ declare -A groups=(
         qml6-module-qtquick-dialogs qml6-module-qt-labs-folderlistmodel"
     [sound]="procps pipewire pipewire-bin wireplumber dbus-daemon sox"
     [display]="procps xvfb openbox xdotool x11-utils imagemagick"
-    [test]="libgtest-dev qt6-declarative-dev qml6-module-qttest at-spi2-core python3-pyatspi"
-    [check]="clang-22 libclang-rt-22-dev llvm-22 clang-format clang-tidy-22 shellcheck python3
-        libbenchmark-dev qt6-declarative-dev-tools"
+    [test]="libgtest-dev qml6-module-qttest at-spi2-core python3-pyatspi"
+    [check]="clang-22 libclang-rt-22-dev llvm-22 clang-tidy-22 clang-format shellcheck python3
+        qt6-declarative-dev-tools"
+    [peer]="sooperlooper pipewire-jack"
 )
 
 (($# > 0)) || fail "usage: packages.sh GROUP... (${!groups[*]})"

@@ -38,7 +38,7 @@ check_text() {
 # nothing needs.
 check_code() {
     local few=--checks='-*,clang-diagnostic-*,misc-include-cleaner'
-    cmake --preset tidy >build/tidy.log
+    cmake --preset check
     find src -name '*.cpp' -print0 | tidy
     find src -name '*.h' -print0 | tidy "$few"
     find tests benchmarks -name '*.cpp' -print0 | tidy "$few"
@@ -46,8 +46,8 @@ check_code() {
 
 # tidy [OPTION...]: checks the files that the standard input names.
 tidy() {
-    xargs -0 -n 1 -P "$jobs" clang-tidy-22 -p build/tidy --quiet "$@" >build/tidy.log 2>&1 ||
-        { grep -A 4 -E '(error|warning): ' build/tidy.log || cat build/tidy.log; fail "clang-tidy found something"; }
+    xargs -0 -n 1 -P "$jobs" clang-tidy-22 -p build/check --quiet "$@" >build/check/tidy.log 2>&1 ||
+        { grep -A 4 -E '(error|warning): ' build/check/tidy.log || cat build/check/tidy.log; fail "clang-tidy found something"; }
 }
 
 # build PRESET [CMAKE-OPTION...]

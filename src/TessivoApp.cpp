@@ -1,5 +1,9 @@
+#include "Audio/MIDIManager.h"
+#include "Platform/Midi/PipeWireMidi.h"
 #include "Platform/System/BackgroundQueue.h"
-#include "Views/HeldKeys.h"
+#include "SystemDevices.h"
+#include "ViewModels/Main/HeldKeys.h"
+#include "ViewModels/Main/ViewModelFactory.h"
 
 #include <QGuiApplication>
 #include <QIcon>
@@ -7,13 +11,17 @@
 #include <QQuickStyle>
 #include <QtQml/qqmlextensionplugin.h>
 
+#include <memory>
+
 Q_IMPORT_QML_PLUGIN(TessivoPlugin)
+Q_IMPORT_QML_PLUGIN(Tessivo_StylePlugin)
 
 using namespace Qt::StringLiterals;
 
 namespace tessivo {
 
-// The application: one window, whose content owns everything else.
+// The application: chooses the sound devices and shows one window, whose content owns everything
+// else.
 class TessivoApp {
 public:
     static int run(int argc, char* argv[]) {
@@ -24,22 +32,25 @@ public:
         QGuiApplication::setWindowIcon(
             QIcon(u":/qt-project.org/imports/Tessivo/icons/tessivo.svg"_s));
         QQuickStyle::setStyle(u"Basic"_s);
+        MIDIManager::setSharedSystem(std::make_shared<midi::PipeWireMidi>("Tessivo"));
 
         HeldKeys heldKeys;
         if (QGuiApplication::platformName() == u"xcb"_s)
             application.installEventFilter(&heldKeys);
 
+        ViewModelFactory viewModels(makeLooperDevice, makePreviewDevice);
         QQmlApplicationEngine engine;
-        engine.load(QUrl(u"qrc:/qt-project.org/imports/Tessivo/ContentView.qml"_s));
+        engine.setInitialProperties({{u"viewModels"_s, QVariant::fromValue(&viewModels)}});
+        engine.load(QUrl(u"qrc:/qt-project.org/imports/Tessivo/Main/ContentView.qml"_s));
         const int status = engine.rootObjects().isEmpty() ? 1 : QGuiApplication::exec();
         finishBackgroundWork();
         return status;
     }
 
 private:
-    // What was asked for before the window closed is done while the window's controller is
-    // still there to take the results. A result may ask for more: a library that cannot be
-    // read is rebuilt, and what was rebuilt is written, which makes three rounds at most.
+    // Work that was started before the window closed is finished while the window's controller
+    // still exists to take the results. A result may start more work: a library that cannot be
+    // read is rebuilt, and the rebuilt one is written, which makes three rounds at most.
     static void finishBackgroundWork() {
         for (int round = 0; round < 3; ++round) {
             BackgroundQueue::waitForAll();

@@ -1,7 +1,6 @@
 #include "Audio/LoopPreviewEngine.h"
 
 #include "Platform/Sound/AudioError.h"
-#include "Platform/Sound/Device/PipeWireDevice.h"
 #include "Platform/System/LogLine.h"
 #include "Platform/System/MainQueue.h"
 #include "Platform/System/Paths.h"
@@ -24,16 +23,17 @@ namespace {
 
 using namespace std::chrono_literals;
 
-// A preview of which nothing is heard for this long is over: longer than a restarted server
-// or a sleeping speaker takes.
+// A preview is stopped when the device has taken no frame for this long. A server that restarts
+// or a speaker that wakes up needs less.
 constexpr auto kLongestSilence = 5s;
 
-// How often the end of a fade-out is looked for, and how long it is waited for where no
-// device takes the frames.
-constexpr auto kFadeLook = 20ms;
+// How often the end of a fade-out is polled, and for how long at most: without a device that
+// takes frames a fade never ends.
+constexpr auto kFadePoll = 20ms;
 constexpr auto kLongestFade = 250ms;
 
-// A record may name anything; nothing outside the library's folder is played, links included.
+// A record may name any file, but only those in the library's folder are played, and no
+// symbolic links to others.
 std::filesystem::path audioOf(const SavedLoop& loop) {
     if (const auto location = LoopFileManager::locationOf(loop)) {
         auto path = pathOf(*location);
@@ -46,14 +46,14 @@ std::filesystem::path audioOf(const SavedLoop& loop) {
                             loop.filename().toStdString() + "\"");
 }
 
-// An engine whose last sound is fading. It goes when that has been heard, or with the
-// application object, which waits for it.
+// Keeps an engine until the fade-out of its last preview has been heard, and then deletes itself.
+// When the application object ends first, the destructor waits for the fade-out.
 class FadeOut final : public QObject {
 public:
     FadeOut(std::unique_ptr<sound::AudioEngine> engine, std::shared_ptr<sound::PlayerNode> player)
         : engine_(std::move(engine))
         , player_(std::move(player)) {
-        startTimer(kFadeLook);
+        startTimer(kFadePoll);
     }
     ~FadeOut() override {
         while (!isOver()) {
@@ -83,10 +83,6 @@ private:
 };
 
 } // namespace
-
-LoopPreviewEngine::LoopPreviewEngine()
-    : LoopPreviewEngine(std::make_unique<sound::PipeWireDevice>(
-          "Tessivo Preview", sound::PipeWireDevice::Connect::atStart)) {}
 
 LoopPreviewEngine::LoopPreviewEngine(std::unique_ptr<sound::AudioDevice> device)
     : audioEngine_(std::make_unique<sound::AudioEngine>(
@@ -132,8 +128,8 @@ void LoopPreviewEngine::previewLoop(SavedLoop loop) {
     }
     const std::string name = loop.name().toStdString();
     publish(currentPreviewLoop_, std::move(loop), &LoopPreviewEngine::currentPreviewLoopChanged);
-    // What a stop ends needs no word any more, and what a done notice finds here on the main
-    // thread may be another preview than its own.
+    // Stopped notices are ignored. A done notice may reach the main thread when the next preview
+    // is already playing, so it is matched by its pass id.
     currentPass_ = playerNode_->scheduleFile(
         currentFile_, sound::NoticeWhen::heard,
         [self = QPointer(this)](const sound::PlaybackNotice& notice) {

@@ -2,8 +2,8 @@
 
 #include "Models/SavedLoop.h"
 #include "Platform/Sound/AudioEngine.h"
-#include "Platform/Sound/AudioNode.h"
 #include "Platform/Sound/File/AudioFile.h"
+#include "Platform/Sound/PlayerNode.h"
 #include "Platform/System/ObservableObject.h"
 
 #include <QTimer>
@@ -24,29 +24,28 @@ class LoopPreviewEngine : public ObservableObject {
         float previewVolume READ previewVolume WRITE setPreviewVolume NOTIFY previewVolumeChanged)
 
 public:
-    // The system's default output, which is looked for at the first preview, not here.
-    LoopPreviewEngine();
+    // The device is started at the first preview, not here.
     explicit LoopPreviewEngine(std::unique_ptr<sound::AudioDevice> device);
-    // Returns at once; a preview that sounds is faded out after it.
+    // Returns at once; a preview that sounds fades out afterwards.
     ~LoopPreviewEngine() override;
 
     // Stops what is previewed, which may be the same loop, and plays this one from its
-    // beginning. Throws AudioError when there is no sound, or when the record's file is not
-    // in the library's folder, is no audio or cannot be read; nothing is previewed then.
+    // beginning. Throws AudioError when the device cannot start, or when the record's file is
+    // not in the library's folder, is no audio or cannot be read; nothing is previewed then.
     //
-    // The preview is over when its last frame has been heard. One of which nothing has been
-    // heard for some seconds, because the speaker or the sound server has gone, is stopped.
+    // The preview is over when its last frame has been heard. It is stopped when the device
+    // takes no frames for some seconds, because the speaker or the sound server has gone.
     void previewLoop(SavedLoop loop);
     // Does nothing when nothing is previewed.
     void stopPreview();
 
-    // Linear gain, brought into the range from 0 to 1; what is no number changes nothing.
+    // Linear gain, limited to the range from 0 to 1. NaN is ignored.
     void setPreviewVolume(float volume);
     float previewVolume() const { return previewVolume_; }
 
     bool isPlaying() const { return isPlaying_; }
     const std::optional<SavedLoop>& currentPreviewLoop() const { return currentPreviewLoop_; }
-    // Records are told apart by their ids alone.
+    // Compares the records' ids only.
     bool isPreviewingLoop(const SavedLoop& loop) const;
 
 signals:
@@ -60,7 +59,7 @@ private:
     void clearPreview();
     void stopIfSilent();
 
-    std::unique_ptr<sound::AudioEngine> audioEngine_; // handed on at the end
+    std::unique_ptr<sound::AudioEngine> audioEngine_; // moved to the fade-out at the end
     std::shared_ptr<sound::PlayerNode> playerNode_;
     std::shared_ptr<sound::AudioFileReader> currentFile_;
     bool isPlaying_ = false;
@@ -69,7 +68,7 @@ private:
     bool engineStarted_ = false;
     std::uint64_t currentPass_ = 0; // the one whose notice ends the preview
     QTimer silenceTimer_;
-    std::int64_t framesPlayed_ = 0; // when the timer last asked
+    std::int64_t framesPlayed_ = 0; // at the timer's last tick
 };
 
 } // namespace tessivo

@@ -7,8 +7,11 @@
 #include <QThread>
 
 #include <algorithm>
+#include <cerrno>
 #include <chrono>
+#include <stdexcept>
 #include <string>
+#include <system_error>
 #include <utility>
 
 namespace tessivo {
@@ -20,9 +23,9 @@ using std::chrono::steady_clock;
 constexpr milliseconds kLearnedShown{100};
 constexpr milliseconds kTriggeredShown{300};
 
-// What notes may take of one turn of the event loop, and the pause in which the window gets
-// its turn. The pause is a timer's, as events that are posted go before painting.
-constexpr milliseconds kLongestTurn{4};
+// How long notes may occupy the main thread at a time, and the pause after it, in which the
+// window is served. The pause needs a timer, because posted events go before painting.
+constexpr milliseconds kLongestBatch{4};
 constexpr milliseconds kPause{1};
 
 constexpr std::uint8_t kNoteOn = 9; // upper half of the status byte, on any channel
@@ -35,6 +38,11 @@ std::string numberAndName(std::uint8_t note) {
     return std::to_string(note) + " (" + noteName(note) + ")";
 }
 
+// As a status number, in the diagnostic lines: negative.
+std::string statusOf(const std::system_error& error) {
+    return std::to_string(-error.code().value());
+}
+
 std::string spoken(TransportAction action) {
     return displayName(action).toStdString();
 }
@@ -43,8 +51,14 @@ void runLater(milliseconds delay, MainQueue::Task task) {
     MainQueue::postAfter(delay, QCoreApplication::instance(), std::move(task));
 }
 
-// The last owner may be a handler on the MIDI thread, for which the manager's end must not
-// wait.
+// The system of the next shared manager.
+std::shared_ptr<midi::MidiSystem>& sharedSystem() {
+    static std::shared_ptr<midi::MidiSystem> system;
+    return system;
+}
+
+// The last owner may be a handler on the MIDI thread. Closing the input waits for the end of that
+// handler, so it must not be done there.
 void destroyOnMainThread(MIDIManager* manager) {
     if (QThread::currentThread() == manager->thread()) {
         delete manager;
@@ -55,12 +69,19 @@ void destroyOnMainThread(MIDIManager* manager) {
 
 } // namespace
 
+void MIDIManager::setSharedSystem(std::shared_ptr<midi::MidiSystem> system) {
+    sharedSystem() = std::move(system);
+}
+
 MIDIManager& MIDIManager::shared() {
     static auto& instance = *new std::shared_ptr<MIDIManager>;
     if (!instance) {
-        instance = make(midi::MidiSystem::shared());
-        // Delayed changes may keep the manager for longer, but nothing may be posted to an
-        // application object that has gone.
+        if (!sharedSystem()) {
+            throw std::logic_error("The shared MIDI manager has no MIDI system");
+        }
+        instance = make(std::move(sharedSystem()));
+        // Posted work and delayed changes may own the manager for longer, but nothing may be
+        // posted once the application object is destroyed.
         qAddPostRoutine([] {
             instance->tearDown();
             instance.reset();
@@ -90,45 +111,34 @@ void MIDIManager::start() {
     setConfiguration(MIDIConfiguration::load());
     logLine("📁 MIDI configuration loaded");
     setupMIDI();
-    setAvailableDevices(MIDIUtils::getAvailableMIDISources(*system_));
+    refreshAvailableDevices();
     autoConnectFirstDevice();
 }
 
 void MIDIManager::setupMIDI() {
-    const midi::Status clientStatus = system_->createClient(
-        "Tessivo",
-        [weak = weak_from_this()](midi::SetupChange change) {
+    const char* made = "client";
+    try {
+        observer_ = system_->observeSources([weak = weak_from_this()](midi::SetupChange change) {
             if (const auto self = weak.lock()) {
                 self->handleMIDINotification(change);
             }
-        },
-        midiClient_);
-    if (clientStatus != 0) {
-        logLine("❌ Failed to create MIDI client: " + std::to_string(clientStatus));
-        return;
+        });
+        made = "input port";
+        input_ = system_->openInput("Tessivo", "TessivoInput",
+                                    [weak = weak_from_this()](midi::PacketList packets) {
+                                        if (const auto self = weak.lock()) {
+                                            self->handleMIDIPacketList(packets);
+                                        }
+                                    });
+        logLine("✅ MIDI system initialized successfully");
+    } catch (const std::system_error& error) {
+        logLine("❌ Failed to create MIDI " + std::string(made) + ": " + statusOf(error));
     }
-    const midi::Status portStatus = system_->createInputPort(
-        midiClient_, "TessivoInput",
-        [weak = weak_from_this()](midi::PacketList packets) {
-            if (const auto self = weak.lock()) {
-                self->handleMIDIPacketList(packets);
-            }
-        },
-        inputPort_);
-    logLine(portStatus == 0 ? std::string("✅ MIDI system initialized successfully")
-                            : "❌ Failed to create MIDI input port: " + std::to_string(portStatus));
 }
 
 void MIDIManager::tearDown() {
-    if (connectedSource_ != 0) {
-        system_->disconnectSource(inputPort_, std::exchange(connectedSource_, 0));
-    }
-    if (inputPort_ != 0) {
-        system_->disposePort(std::exchange(inputPort_, 0));
-    }
-    if (midiClient_ != 0) {
-        system_->disposeClient(std::exchange(midiClient_, 0));
-    }
+    input_.reset();
+    observer_.reset();
 }
 
 void MIDIManager::setConfiguration(const MIDIConfiguration& configuration) {
@@ -143,31 +153,37 @@ void MIDIManager::setLastTriggeredAction(std::optional<TransportAction> action) 
     publish(lastTriggeredAction_, action, &MIDIManager::lastTriggeredActionChanged);
 }
 
-void MIDIManager::connectToDevice(midi::EndpointRef source, QString name) {
+void MIDIManager::connectToDevice(midi::SourceRef source, QString name) {
     dropConnection();
     const std::string told = name.toStdString();
-    const midi::Status status = system_->connectSource(inputPort_, source);
-    if (status != 0) {
-        logLine("❌ Failed to connect to MIDI device: " + told +
-                ", status: " + std::to_string(status));
+    try {
+        if (!input_) {
+            throw std::system_error(EINVAL, std::system_category());
+        }
+        input_->connect(source);
+    } catch (const std::system_error& error) {
+        logLine("❌ Failed to connect to MIDI device: " + told + ", status: " + statusOf(error));
         return;
     }
-    connectedSource_ = source;
     publish(deviceName_, std::move(name), &MIDIManager::deviceNameChanged);
     publish(isConnected_, true, &MIDIManager::isConnectedChanged);
     logLine("✅ Connected to MIDI device: " + told);
 }
 
 void MIDIManager::dropConnection() {
-    if (connectedSource_ != 0) {
-        system_->disconnectSource(inputPort_, std::exchange(connectedSource_, 0));
+    if (input_) {
+        input_->disconnect();
     }
     publish(isConnected_, false, &MIDIManager::isConnectedChanged);
     publish(deviceName_, std::nullopt, &MIDIManager::deviceNameChanged);
 }
 
-void MIDIManager::autoConnectFirstDevice() {
+void MIDIManager::refreshAvailableDevices() {
     setAvailableDevices(MIDIUtils::getAvailableMIDISources(*system_));
+}
+
+void MIDIManager::autoConnectFirstDevice() {
+    refreshAvailableDevices();
     if (!availableDevices_.empty() && !isConnected_) {
         const MIDISource first = availableDevices_.front();
         connectToDevice(first.source, first.name);
@@ -183,11 +199,11 @@ void MIDIManager::handleMIDINotification(midi::SetupChange change) {
 }
 
 void MIDIManager::handleSourcesChanged() {
-    setAvailableDevices(MIDIUtils::getAvailableMIDISources(*system_));
+    refreshAvailableDevices();
     if (!isConnected_ || !deviceName_) {
         return;
     }
-    // By name: a device that was unplugged and plugged in again is another source.
+    // By name: a device that was plugged in again has another reference.
     const bool isThere =
         std::any_of(availableDevices_.begin(), availableDevices_.end(),
                     [this](const MIDISource& device) { return device.name == deviceName_; });
@@ -235,7 +251,7 @@ void MIDIManager::postProcessing() {
 }
 
 void MIDIManager::processNotes() {
-    const auto end = steady_clock::now() + kLongestTurn;
+    const auto end = steady_clock::now() + kLongestBatch;
     while (const auto note = nextNote()) {
         processMIDINote(*note);
         if (steady_clock::now() >= end) {
@@ -301,7 +317,7 @@ void MIDIManager::learn(TransportAction action, std::uint8_t note) {
 }
 
 void MIDIManager::triggerTransportAction(TransportAction action) {
-    // A copy, as the callback may set another one.
+    // A copy, because the callback may set another one.
     const Callback callback = [this, action] {
         switch (action) {
         case TransportAction::record:

@@ -23,10 +23,10 @@ namespace tessivo {
 // The one object that talks to the MIDI system: listens to one source, turns its notes into
 // transport commands, learns notes, and keeps the list of sources up to date.
 //
-// Everything is on the main thread, callbacks included, but for the two handlers, which run on
-// the MIDI system's thread and only log and post. Notes on their way to the main thread wait in
-// a list of limited length; when the main thread does not come to them for so long that it is
-// full, further notes are dropped, which is said in a line.
+// Everything runs on the main thread, callbacks included, except for the two handlers of the MIDI
+// system's thread, which only log and post. Notes for the main thread wait in a list of limited
+// length. While that is full because the main thread is blocked, notes are dropped; a line says
+// how many.
 class MIDIManager : public ObservableObject, public std::enable_shared_from_this<MIDIManager> {
     Q_OBJECT
     Q_DISABLE_COPY(MIDIManager)
@@ -36,17 +36,21 @@ class MIDIManager : public ObservableObject, public std::enable_shared_from_this
 public:
     using Callback = std::function<void()>;
 
-    // More than a hand can play while the main thread is away, in as many bytes.
+    // More than anybody plays while the main thread is blocked, at one byte each.
     static constexpr std::size_t kMostNotesWaiting = 1U << 20U;
 
-    // The application's manager, made at the first call: loads the stored mapping and connects
-    // to the first source. Lives until the application object ends, and then lets go of the
-    // MIDI system, so that nothing more is posted.
+    // Sets the MIDI system of the shared manager. The program's entry calls this, once, before
+    // anybody calls shared().
+    static void setSharedSystem(std::shared_ptr<midi::MidiSystem> system);
+    // The application's manager, created at the first call: loads the stored mapping and connects
+    // to the first source. Exists until the application object is destroyed, and then releases
+    // the MIDI system, so that nothing more is posted. Throws std::logic_error when no system was
+    // set.
     static MIDIManager& shared();
 
-    // A manager on a system of its own, for whoever must not share: destroyed on the main
-    // thread, wherever the last owner lets go of it. Notes that have been posted, and the
-    // delayed changes that follow them, keep it until they are done.
+    // A manager on a system of its own. It is destroyed on the main thread, wherever its last
+    // owner releases it. Notes that have been posted, and the delayed changes that follow them,
+    // own it until they are done.
     static std::shared_ptr<MIDIManager> make(std::shared_ptr<midi::MidiSystem> system,
                                              std::size_t mostNotesWaiting = kMostNotesWaiting);
 
@@ -57,11 +61,11 @@ public:
     const std::optional<QString>& deviceName() const { return deviceName_; }
     const MIDIConfiguration& configuration() const { return configuration_; }
     void setConfiguration(const MIDIConfiguration& configuration);
-    // What has just been triggered or learned, for a moment.
+    // What was triggered or learned a moment ago.
     std::optional<TransportAction> lastTriggeredAction() const { return lastTriggeredAction_; }
     const std::vector<MIDISource>& availableDevices() const { return availableDevices_; }
     void setAvailableDevices(std::vector<MIDISource> devices);
-    // The next note is assigned to the learning action instead of being obeyed.
+    // The next note is assigned to the learning action and triggers nothing.
     bool isLearningMode() const { return isLearningMode_; }
     std::optional<TransportAction> learningAction() const { return learningAction_; }
 
@@ -71,10 +75,11 @@ public:
     Callback onStop;
     Callback onClear;
 
-    // Drops any previous connection first, also one to the same source. A failure is a
-    // diagnostic line and leaves nothing connected.
-    void connectToDevice(midi::EndpointRef source, QString name);
-    // Renews the list; connects to its first source if nothing is connected.
+    // Drops any previous connection first, also one to the same source. After a failure, which
+    // is told in a line, nothing is connected.
+    void connectToDevice(midi::SourceRef source, QString name);
+    void refreshAvailableDevices();
+    // Refreshes the list, and connects to its first source if nothing is connected.
     void autoConnectFirstDevice();
 
     void startLearning(TransportAction action); // switches when another one is being learned
@@ -95,7 +100,7 @@ signals:
 private:
     MIDIManager(std::shared_ptr<midi::MidiSystem> system, std::size_t mostNotesWaiting);
 
-    void start(); // what needs the shared owner to exist
+    void start(); // the part of the construction that needs weak_from_this()
     void setupMIDI();
     void tearDown();
 
@@ -117,9 +122,8 @@ private:
     void setLastTriggeredAction(std::optional<TransportAction> action);
 
     const std::shared_ptr<midi::MidiSystem> system_;
-    midi::ClientRef midiClient_ = 0;
-    midi::PortRef inputPort_ = 0;
-    midi::EndpointRef connectedSource_ = 0;
+    std::unique_ptr<midi::SourceObserver> observer_;
+    std::unique_ptr<midi::MidiInput> input_; // null when it could not be opened
     bool isConnected_ = false;
     std::optional<QString> deviceName_;
     MIDIConfiguration configuration_;
@@ -132,8 +136,8 @@ private:
     std::mutex notesMutex_; // of the next three
     std::deque<std::uint8_t> notes_;
     bool isProcessingPosted_ = false;
-    std::uint64_t droppedNotes_ = 0;             // not told yet
-    std::atomic<std::uint64_t> toldLostPackets_; // of the system's count
+    std::uint64_t droppedNotes_ = 0;             // since the last line about it
+    std::atomic<std::uint64_t> toldLostPackets_; // the system's count at that line
 };
 
 } // namespace tessivo

@@ -2,7 +2,6 @@
 
 #include "Audio/SimplePlayer.h"
 #include "Audio/SimpleRecorder.h"
-#include "Platform/Sound/Device/PipeWireDevice.h"
 #include "Platform/System/LogLine.h"
 #include "Platform/System/MainQueue.h"
 
@@ -40,9 +39,6 @@ struct SimpleAudioEngine::LevelClock {
     }
 };
 
-SimpleAudioEngine::SimpleAudioEngine()
-    : SimpleAudioEngine(std::make_unique<sound::PipeWireDevice>("Tessivo")) {}
-
 SimpleAudioEngine::SimpleAudioEngine(std::unique_ptr<sound::AudioDevice> device)
     : audioEngine_(
           std::move(device), [](auto task) { MainQueue::post(std::move(task)); },
@@ -73,7 +69,6 @@ void SimpleAudioEngine::setupAudioEngine() {
                 sound::rateText(std::max(input.sampleRate(), output.sampleRate())) + "Hz");
     }
 
-    sound::AudioFormat connection = input;
     if (input.channelCount() < 3) {
         logLine("🎛️ [ENGINE] Channel count OK - direct connection");
     } else {
@@ -86,10 +81,9 @@ void SimpleAudioEngine::setupAudioEngine() {
             return;
         }
         logLine("🎛️ [ENGINE] Using stereo input format: " + stereo->description());
-        connection = *stereo;
     }
-    audioEngine_.connect(inputNode(), *monitoringMixerNode_, connection);
-    audioEngine_.connect(*monitoringMixerNode_, *audioEngine_.mainMixerNode(), connection);
+    audioEngine_.connect(inputNode(), *monitoringMixerNode_);
+    audioEngine_.connect(*monitoringMixerNode_, *audioEngine_.mainMixerNode());
 
     logLine("🎛️ [ENGINE] Starting with input format: " + input.description());
     logLine("🎛️ [ENGINE] Input format settings: " + input.settings().description());
@@ -147,7 +141,7 @@ void SimpleAudioEngine::enableLevelMonitoring() {
     updateTapHandler();
 }
 
-void SimpleAudioEngine::enableRecording(sound::TapBlock recordingHandler) {
+void SimpleAudioEngine::enableRecording(sound::TapHandler recordingHandler) {
     logLine("🎛️ [ENGINE] Enabling recording in unified tap");
     isRecordingActive_ = true;
     tapHandler_ = std::move(recordingHandler);
@@ -189,7 +183,7 @@ void SimpleAudioEngine::installUnifiedTap() {
     inputNode().installTap(kTapBufferFrames, format, tapHandler_);
 }
 
-sound::TapBlock SimpleAudioEngine::makeLevelHandler() {
+sound::TapHandler SimpleAudioEngine::makeLevelHandler() {
     return [self = QPointer(this), clock = levelClock_](const auto& buffer, const auto&) {
         if (!clock->isDue()) {
             return;

@@ -22,8 +22,6 @@ class SimpleAudioEngine : public ObservableObject {
     Q_DISABLE_COPY(SimpleAudioEngine)
 
 public:
-    // The system's default devices.
-    SimpleAudioEngine();
     explicit SimpleAudioEngine(std::unique_ptr<sound::AudioDevice> device);
     // Stops; a take in progress is completed with all that was captured.
     ~SimpleAudioEngine() override;
@@ -31,12 +29,12 @@ public:
     // Throws what the device says when it cannot start. Harmless when running.
     void start();
     void enableLevelMonitoring();
-    // From here on every buffer goes to the handler first and then to the level meter.
-    void enableRecording(sound::TapBlock recordingHandler);
+    // From now on every captured buffer goes to the handler first and then to the level meter.
+    void enableRecording(sound::TapHandler recordingHandler);
     // Returns when the recording handler has had everything captured so far.
     void disableRecording();
     void stop();
-    // The input is heard at unity gain or not at all; not at first.
+    // Input monitoring at unity gain; off at first.
     void setInputMonitoring(bool enabled);
 
     // The engine's recorder and its player, made on the first call.
@@ -59,7 +57,7 @@ private:
     void handleConfigurationChange();
     void updateTapHandler();
     void installUnifiedTap();
-    sound::TapBlock makeLevelHandler();
+    sound::TapHandler makeLevelHandler();
 
     sound::AudioEngine audioEngine_;
     std::shared_ptr<sound::MixerNode> monitoringMixerNode_;
@@ -67,11 +65,11 @@ private:
     std::unique_ptr<SimplePlayer> player_;
     bool isEngineRunning_ = false;
     float inputLevel_ = 0.0F;
-    sound::TapBlock tapHandler_;
+    sound::TapHandler tapHandler_;
     bool isLevelMonitoringEnabled_ = false;
     bool isRecordingActive_ = false;
     struct LevelClock;
-    std::shared_ptr<LevelClock> levelClock_; // the tap thread's once the tap is installed
+    std::shared_ptr<LevelClock> levelClock_; // used on the tap thread only
 };
 
 } // namespace tessivo

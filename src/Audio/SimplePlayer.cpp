@@ -13,8 +13,8 @@
 namespace tessivo {
 namespace {
 
-// What is queued at once lasts at least this long, s: the time that the main thread has to
-// queue more before a gap could be heard.
+// The passes that are scheduled at once last at least this long, in seconds. That is the time
+// the main thread has to schedule more before there is a gap.
 constexpr double kShortestSchedule = 1.0;
 
 std::uint32_t passesToSchedule(const sound::AudioFileReader& file) {
@@ -75,8 +75,8 @@ void SimplePlayer::clearAudioFile() {
 }
 
 void SimplePlayer::scheduleLoop() {
-    // The notice comes when the last frame has been read, well before it is heard: what
-    // follows is then queued in time whatever the main thread is doing.
+    // The notice comes when the last frame has been read, well before it is heard, so that the
+    // next passes are scheduled in time even by a busy main thread.
     scheduledPass_ = playerNode_->scheduleFile(
         audioFile_, sound::NoticeWhen::read,
         [self = QPointer(this)](const sound::PlaybackNotice& notice) {
@@ -90,8 +90,8 @@ void SimplePlayer::scheduleLoop() {
 }
 
 void SimplePlayer::passesQueued(const sound::PlaybackNotice& notice) {
-    // A notice can be overtaken on its way here by a stop and a new start, or by another
-    // file; only that of what was scheduled last continues the loop.
+    // By the time a notice gets here, playback may have been restarted or another file loaded.
+    // Only the notice of what was scheduled last continues the loop.
     if (isPlaying_ && notice.passId == scheduledPass_ &&
         notice.reason == sound::PlaybackNotice::Reason::done) {
         scheduleLoop();

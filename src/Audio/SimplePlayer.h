@@ -1,7 +1,7 @@
 #pragma once
 
-#include "Platform/Sound/AudioNode.h"
 #include "Platform/Sound/File/AudioFile.h"
+#include "Platform/Sound/PlayerNode.h"
 #include "Platform/System/ObservableObject.h"
 
 #include <QUrl>
@@ -11,6 +11,10 @@
 
 namespace tessivo {
 
+namespace sound {
+class AudioEngine;
+}
+
 // Plays one file over and over, without a gap between the passes, until it is stopped.
 // Main thread only.
 class SimplePlayer : public ObservableObject {
@@ -18,8 +22,7 @@ class SimplePlayer : public ObservableObject {
     Q_DISABLE_COPY(SimplePlayer)
 
 public:
-    // Attaches a player node of its own to the engine, which outlives the player and may be
-    // running.
+    // Attaches a player node to the engine, which must outlive the player and may be running.
     explicit SimplePlayer(sound::AudioEngine& audioEngine);
     ~SimplePlayer() override;
 
@@ -33,7 +36,7 @@ public:
     // The file stays loaded; the next start begins with its first frame.
     void stopPlaying();
 
-    // Linear gain, taken as given.
+    // Linear gain, not limited.
     void setVolume(float volume);
 
     // Stops and forgets the file, which stays on disk.

@@ -1,71 +1,72 @@
 #include "Models/LibraryFile.h"
 
 #include "Models/LibraryMetadata.h"
+#include "Platform/Files/Folder.h"
+#include "Platform/System/BackgroundQueue.h"
 #include "Platform/System/Paths.h"
-#include "Platform/System/SerialQueue.h"
 #include "Utils/LoopFileManager.h"
 
 #include <QDateTime>
 #include <QFile>
-#include <QFileInfo>
 #include <QSaveFile>
 
-#include <cerrno>
 #include <filesystem>
+#include <stdexcept>
 #include <system_error>
+#include <utility>
 
 namespace tessivo {
 namespace {
 
 namespace fs = std::filesystem;
 
-QString metadataPath() {
-    return LoopFileManager::libraryMetadataURL().toLocalFile();
-}
-
-fs::path nativePath(const QString& path) {
-    return QFileInfo(path).filesystemFilePath();
+fs::path metadataPath() {
+    return pathOf(LoopFileManager::libraryMetadataURL());
 }
 
 // "library-2026-11-22-201502.json", and so on where that is taken.
-fs::path unusedDatedName() {
-    const QString stem = QFileInfo(metadataPath()).path() + QStringLiteral("/library-") +
-                         QDateTime::currentDateTime().toString(QStringLiteral("yyyy-MM-dd-HHmmss"));
-    QString name = stem + QStringLiteral(".json");
-    std::error_code ignored;
-    for (int i = 1; fs::exists(fs::symlink_status(nativePath(name), ignored)); ++i) {
-        name = stem + u'-' + QString::number(i) + QStringLiteral(".json");
-    }
-    return nativePath(name);
+fs::path freeDatedName() {
+    const QString date = QDateTime::currentDateTime().toString(QStringLiteral("yyyy-MM-dd-HHmmss"));
+    return files::freeName(metadataPath().parent_path(), "library-" + date.toStdString(), ".json");
 }
+
+// Main thread only.
+quint64 writesPosted = 0;
 
 } // namespace
 
-void LibraryFile::post(std::function<void()> access) {
-    // Never destroyed: the last writes happen while the application ends.
-    static auto& queue = *new SerialQueue(BackgroundQueue::Priority::utility);
-    queue.post(std::move(access));
+void LibraryFile::postRead(std::function<void()> access) {
+    BackgroundQueue::postInOrder(std::move(access));
+}
+
+void LibraryFile::postWrite(std::function<void()> access) {
+    ++writesPosted;
+    BackgroundQueue::postInOrder(std::move(access));
+}
+
+quint64 LibraryFile::postedWrites() {
+    return writesPosted;
 }
 
 std::optional<std::vector<SavedLoop>> LibraryFile::read() {
+    const fs::path path = metadataPath();
     std::error_code error;
-    const bool exists = fs::exists(fs::symlink_status(nativePath(metadataPath()), error));
-    if (!exists) {
+    if (!fs::exists(fs::symlink_status(path, error))) {
         if (error && error != std::errc::no_such_file_or_directory &&
             error != std::errc::not_a_directory) {
             throw std::system_error(error, "library.json");
         }
         return std::nullopt;
     }
-    // A pipe of that name would be waited for without end.
-    if (!fs::is_regular_file(nativePath(metadataPath()), error)) {
+    // Opening a FIFO would wait for its other end.
+    if (!fs::is_regular_file(path, error)) {
         throw std::runtime_error("library.json is not a file");
     }
-    QFile file(metadataPath());
-    if (!file.open(QIODevice::ReadOnly)) {
-        throw std::runtime_error(file.errorString().toStdString());
+    QFile file(path);
+    QByteArray bytes;
+    if (file.open(QIODevice::ReadOnly)) {
+        bytes = file.readAll();
     }
-    const QByteArray bytes = file.readAll();
     if (file.error() != QFileDevice::NoError) {
         throw std::runtime_error(file.errorString().toStdString());
     }
@@ -74,27 +75,29 @@ std::optional<std::vector<SavedLoop>> LibraryFile::read() {
 
 void LibraryFile::write(const std::vector<SavedLoop>& loops) {
     const QByteArray bytes = LibraryMetadata::encode(loops);
+    const fs::path path = metadataPath();
     std::error_code ignored;
-    const auto path = nativePath(metadataPath());
     if (fs::is_directory(fs::symlink_status(path, ignored))) {
-        // A folder cannot be renamed over; whatever it is, it is kept.
-        fs::rename(path, unusedDatedName());
+        // A file cannot replace a folder; whatever the folder is, it is kept.
+        fs::rename(path, freeDatedName());
     }
-    QSaveFile file(metadataPath());
+    // The framework's atomic file rather than ours: it also follows a link, keeps the
+    // permissions of the file that it replaces and goes on where a disk cannot sync.
+    QSaveFile file(LoopFileManager::libraryMetadataURL().toLocalFile());
     if (!file.open(QIODevice::WriteOnly) || file.write(bytes) != bytes.size() || !file.commit()) {
         throw std::runtime_error(file.errorString().toStdString());
     }
-    syncFolder(nativePath(metadataPath()).parent_path());
+    files::syncFolder(path.parent_path());
 }
 
 void LibraryFile::keepBeside() {
-    const auto path = nativePath(metadataPath());
+    const fs::path path = metadataPath();
     std::error_code error;
     if (!fs::is_regular_file(path, error)) {
         return;
     }
-    const auto kept = unusedDatedName();
-    // Of a link it is the file that is kept: a write goes through the link.
+    const fs::path kept = freeDatedName();
+    // If the name is a link, its target is kept: a write replaces that.
     fs::create_hard_link(fs::canonical(path, error), kept, error);
     if (error) {
         fs::copy_file(path, kept, error);

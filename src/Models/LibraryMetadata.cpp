@@ -18,7 +18,7 @@ constexpr QLatin1String kCreatedDate("createdDate");
 constexpr QLatin1String kDuration("duration");
 constexpr QLatin1String kFileSize("fileSize");
 
-// Written as JSON null by the library; a file with it could never be read again.
+// JSON has no other numbers. The framework would write null, and the file would be unreadable.
 double finite(double number, const char* what) {
     if (!std::isfinite(number)) {
         throw MetadataError(std::string("The ") + what + " of a loop is not a finite number");
@@ -32,7 +32,7 @@ double finite(double number, const char* what) {
                         "\" is missing or is not " + expected);
 }
 
-// The parts of one record, with the place for error messages.
+// Reads the fields of one record; the index is for error messages.
 class RecordReader {
 public:
     RecordReader(const QJsonObject& object, qsizetype index)
@@ -57,14 +57,14 @@ public:
 
     qint64 integer(QLatin1String key) const {
         const QJsonValue value = object_.value(key);
-        // What is no 64-bit integer gives back whichever default is asked for.
+        // A number that is no 64-bit integer gives the default, whichever it is.
         if (!value.isDouble() || value.toInteger(0) != value.toInteger(1)) {
             failAt(index_, key, "an integer of 64 bits");
         }
         return value.toInteger();
     }
 
-    // The parser of the framework is more generous than the format.
+    // The framework's parser accepts more forms than the file may have.
     QUuid uuid(QLatin1String key) const {
         static const QRegularExpression form(QRegularExpression::anchoredPattern(
             QStringLiteral("[0-9A-Fa-f]{8}(-[0-9A-Fa-f]{4}){3}-[0-9A-Fa-f]{12}")));
@@ -94,7 +94,7 @@ QByteArray LibraryMetadata::encode(const std::vector<SavedLoop>& loops) {
             {kFileSize, loop.fileSize()},
         });
     }
-    // Slashes are written escaped; outside of strings this text has none.
+    // The format escapes slashes, which occur only inside strings.
     return QJsonDocument(records).toJson(QJsonDocument::Compact).replace("/", "\\/");
 }
 

@@ -9,14 +9,14 @@
 
 namespace tessivo {
 
-// What is wrong with the bytes of a metadata file, or with records that it cannot hold.
+// The bytes are no valid metadata file, or a record cannot be written to one.
 class MetadataError : public std::runtime_error {
 public:
     using std::runtime_error::runtime_error;
 };
 
-// The library's metadata file: a compact JSON array with one object a record, in the order
-// given. Any thread.
+// The content of the metadata file: a compact JSON array with one object per record, in the
+// order of the list. Any thread.
 class LibraryMetadata {
 public:
     // Throws MetadataError for a number that JSON cannot hold.

@@ -7,7 +7,7 @@
 
 namespace tessivo {
 
-// The library's errors. Each kind has one message for the user.
+// An error of the library, with its message for the user.
 class LoopError : public std::exception {
 public:
     enum class Kind {

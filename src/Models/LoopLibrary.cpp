@@ -1,99 +1,41 @@
 #include "Models/LoopLibrary.h"
 
 #include "Models/LibraryFile.h"
+#include "Models/LibraryFolder.h"
 #include "Platform/System/BackgroundQueue.h"
 #include "Platform/System/LogLine.h"
 #include "Platform/System/MainQueue.h"
 #include "Utils/LoopFileManager.h"
 
-#include <QDateTime>
-#include <QFile>
-#include <QFileInfo>
 #include <QPointer>
 
 #include <algorithm>
-#include <filesystem>
+#include <exception>
 #include <limits>
 #include <numeric>
-#include <system_error>
+#include <string>
 #include <utility>
 
 namespace tessivo {
 namespace {
 
-namespace fs = std::filesystem;
 using Loops = std::vector<SavedLoop>;
-
-void sortNewestFirst(Loops& loops) {
-    std::stable_sort(loops.begin(), loops.end(), [](const SavedLoop& a, const SavedLoop& b) {
-        return a.createdDate() > b.createdDate();
-    });
-}
 
 void add(Loops& loops, const SavedLoop& loop) {
     loops.push_back(loop);
     sortNewestFirst(loops);
 }
 
-Loops withoutOrphans(Loops loops) {
-    std::erase_if(loops, [](const SavedLoop& loop) {
-        if (LoopFileManager::validateLoopFile(loop)) {
-            return false;
-        }
-        logLine("Removing orphaned loop: " + loop.name().toStdString());
-        return true;
-    });
-    sortNewestFirst(loops);
-    return loops;
-}
-
-SavedLoop recordOf(const QFileInfo& file) {
-    const auto status = fs::symlink_status(file.filesystemFilePath());
-    if (!fs::is_regular_file(status)) {
-        throw std::runtime_error("Not a file of its own");
-    }
-    const auto metadata =
-        LoopFileManager::getLoopMetadata(QUrl::fromLocalFile(file.absoluteFilePath()));
-    const QDateTime birth = file.birthTime();
-    const auto created =
-        birth.isValid() ? SecondsSince2001(static_cast<double>(birth.toMSecsSinceEpoch()) / 1000.0 -
-                                           static_cast<double>(kUnixTimeOf2001.count()))
-                        : secondsSince2001Now();
-    return {file.fileName().chopped(4), file.fileName(), created, metadata.duration,
-            metadata.fileSize};
-}
-
-// Every loop in the folder. Throws a system error when the folder cannot be listed.
-Loops loopsOfFolder() {
-    const QFileInfo folder(LoopFileManager::savedLoopsDirectory().toLocalFile());
-    Loops loops;
-    for (const auto& entry : fs::directory_iterator(folder.filesystemFilePath())) {
-        const QString name = QFile::decodeName(entry.path().filename().c_str());
-        if (!name.endsWith(QLatin1String(".wav"), Qt::CaseInsensitive)) {
-            continue;
-        }
-        try {
-            loops.push_back(recordOf(QFileInfo(folder.filePath() + u'/' + name)));
-        } catch (const std::exception& error) {
-            logLine("Failed to process file " + name.toStdString() + ": " + error.what());
-        }
-    }
-    sortNewestFirst(loops);
-    return loops;
-}
-
-// What the file lists, or the folder when that cannot be read. Throws when neither can.
+// The list in the file or, if that cannot be read, made from the folder. Throws if neither can
+// be read.
 Loops presentLoops() {
     try {
         return LibraryFile::read().value_or(Loops());
     } catch (const std::exception&) {
         LibraryFile::keepBeside();
-        return loopsOfFolder();
+        return LibraryFolder::loops();
     }
 }
-
-// Writes that all stores have asked for. Main thread only.
-quint64 writesAsked = 0;
 
 } // namespace
 
@@ -103,12 +45,11 @@ LoopLibrary::LoopLibrary(QObject* parent)
 }
 
 LoopLibrary::~LoopLibrary() {
-    if (!resultPending_ || changesMeanwhile_.empty()) {
+    if (!loadPending_ || changesDuringLoad_.empty()) {
         return;
     }
-    // The reading that these changes wait for has nobody to come to any more.
-    ++writesAsked;
-    LibraryFile::post([changes = std::move(changesMeanwhile_)] {
+    // These changes wait for the result of a load, which will not arrive any more.
+    LibraryFile::postWrite([changes = std::move(changesDuringLoad_)] {
         try {
             Loops loops = presentLoops();
             for (const auto& change : changes) {
@@ -121,10 +62,10 @@ LoopLibrary::~LoopLibrary() {
     });
 }
 
-// Carries a result of this load or rebuild to the main thread, where it counts only if the
-// store is still there and has not begun to load anew.
-std::function<void(std::function<void(LoopLibrary&)>)> LoopLibrary::answerOfThisLoad() {
-    return [self = QPointer(this), load = load_](std::function<void(LoopLibrary&)> result) {
+// Takes a result of this load, or of the rebuild after it, to the main thread. It is ignored if
+// the store has gone or has started another load meanwhile.
+LoopLibrary::Reply LoopLibrary::replyToThisLoad() {
+    return [self = QPointer(this), load = load_](Result result) {
         MainQueue::post([self, load, result = std::move(result)] {
             if (self && self->load_ == load) {
                 result(*self);
@@ -135,35 +76,33 @@ std::function<void(std::function<void(LoopLibrary&)>)> LoopLibrary::answerOfThis
 
 void LoopLibrary::loadLibrary() {
     ++load_;
-    resultPending_ = true;
-    writesBeforeLoad_ = writesAsked;
+    loadPending_ = true;
+    writesBeforeLoad_ = LibraryFile::postedWrites();
     publish(isLoading_, true, &LoopLibrary::isLoadingChanged);
     publish(lastError_, std::nullopt, &LoopLibrary::lastErrorChanged);
-    // Behind all writes asked for so far, or the list read would lack what they bring.
-    LibraryFile::post([answer = answerOfThisLoad()] { loadInBackground(answer); });
+    LibraryFile::postRead([reply = replyToThisLoad()] { loadInBackground(reply); });
 }
 
-void LoopLibrary::loadInBackground(
-    const std::function<void(std::function<void(LoopLibrary&)>)>& answer) {
+void LoopLibrary::loadInBackground(const Reply& reply) {
     try {
         auto read = LibraryFile::read();
-        // The audio files are looked at beside the queue: nobody's write waits for that.
-        BackgroundQueue::post(BackgroundQueue::Priority::userInitiated,
-                              [answer, read = std::move(read)] {
-                                  Loops kept = read ? withoutOrphans(*read) : Loops();
-                                  const bool differs = !read || kept.size() != read->size();
-                                  answer([kept = std::move(kept), differs](LoopLibrary& self) {
-                                      self.finishLoading(kept, differs);
-                                  });
-                              });
+        // Checking the audio files may take long; writes of other stores need not wait for it.
+        BackgroundQueue::post(
+            BackgroundQueue::Priority::userInitiated, [reply, read = std::move(read)] {
+                Loops kept = read ? LibraryFolder::withoutOrphans(*read) : Loops();
+                const bool differs = !read || kept.size() != read->size();
+                reply([kept = std::move(kept), differs](LoopLibrary& self) {
+                    self.finishLoading(kept, differs);
+                });
+            });
     } catch (const std::exception& error) {
-        answer(
+        reply(
             [reason = std::string(error.what())](LoopLibrary& self) { self.failLoading(reason); });
     }
 }
 
 void LoopLibrary::finishLoading(Loops loops, bool differsFromFile) {
-    if (loadAgainIfOvertaken()) {
+    if (loadAgainIfOutdated()) {
         return;
     }
     fileIsUnreadable_ = false;
@@ -175,14 +114,14 @@ void LoopLibrary::finishLoading(Loops loops, bool differsFromFile) {
     }
 }
 
-// Another store's write came behind the reading: what was read is not what the file holds
-// by now, and must not be written over it.
-bool LoopLibrary::loadAgainIfOvertaken() {
-    const bool overtaken = writesAsked != writesBeforeLoad_;
-    if (overtaken) {
+// When a store has posted a write since the read, the file no longer holds what was read, and
+// that must not be written over it.
+bool LoopLibrary::loadAgainIfOutdated() {
+    const bool outdated = LibraryFile::postedWrites() != writesBeforeLoad_;
+    if (outdated) {
         loadLibrary();
     }
-    return overtaken;
+    return outdated;
 }
 
 void LoopLibrary::failLoading(const std::string& reason) {
@@ -195,11 +134,12 @@ void LoopLibrary::failLoading(const std::string& reason) {
 }
 
 void LoopLibrary::rebuildLibraryFromFiles() {
-    BackgroundQueue::post(BackgroundQueue::Priority::userInitiated, [answer = answerOfThisLoad()] {
+    BackgroundQueue::post(BackgroundQueue::Priority::userInitiated, [reply = replyToThisLoad()] {
         try {
-            answer([loops = loopsOfFolder()](LoopLibrary& self) { self.finishRebuild(loops); });
+            reply(
+                [loops = LibraryFolder::loops()](LoopLibrary& self) { self.finishRebuild(loops); });
         } catch (const std::exception& error) {
-            answer([reason = std::string(error.what())](LoopLibrary& self) {
+            reply([reason = std::string(error.what())](LoopLibrary& self) {
                 self.failRebuild(reason);
             });
         }
@@ -207,7 +147,7 @@ void LoopLibrary::rebuildLibraryFromFiles() {
 }
 
 void LoopLibrary::finishRebuild(Loops loops) {
-    if (loadAgainIfOvertaken()) {
+    if (loadAgainIfOutdated()) {
         return;
     }
     applyChanges(loops);
@@ -229,34 +169,33 @@ void LoopLibrary::failRebuild(const std::string& reason) {
     }
 }
 
-// Applies what was changed while a result was on its way; true if anything was.
+// Applies the changes that were made during the load. Returns whether there were any.
 bool LoopLibrary::applyChanges(Loops& loops) {
-    resultPending_ = false;
-    const auto changes = std::exchange(changesMeanwhile_, {});
+    loadPending_ = false;
+    const auto changes = std::exchange(changesDuringLoad_, {});
     for (const auto& change : changes) {
         change(loops);
     }
     return !changes.empty();
 }
 
-// Changes the list now and, when a result is on its way, that as well. The file is written
-// from the list that then holds: one that was read before another store's change must not
-// bring back what that store removed.
-void LoopLibrary::change(const Change& onList, Change onResult) {
+// Applies onPublished to the published list now. While a load runs, onLoaded is kept for the list
+// that it delivers, and the file is written after that: the published list may lack what other
+// stores changed.
+void LoopLibrary::change(const Change& onPublished, Change onLoaded) {
     Loops loops = savedLoops_;
-    onList(loops);
+    onPublished(loops);
     publish(savedLoops_, std::move(loops), &LoopLibrary::savedLoopsChanged);
-    if (resultPending_) {
-        changesMeanwhile_.push_back(std::move(onResult));
+    if (loadPending_) {
+        changesDuringLoad_.push_back(std::move(onLoaded));
     } else {
         saveLibrary();
     }
 }
 
 void LoopLibrary::saveLibrary() {
-    ++writesAsked;
     const bool keepPrevious = std::exchange(fileIsUnreadable_, false);
-    LibraryFile::post([self = QPointer(this), loops = savedLoops_, keepPrevious] {
+    LibraryFile::postWrite([self = QPointer(this), loops = savedLoops_, keepPrevious] {
         try {
             if (keepPrevious) {
                 LibraryFile::keepBeside();
@@ -278,7 +217,7 @@ void LoopLibrary::saveLibrary() {
 void LoopLibrary::saveLoop(const SavedLoop& loop) {
     change([&](Loops& loops) { add(loops, loop); },
            [loop](Loops& loops) {
-               // A rebuild may have found the file already.
+               // A rebuild may have found this file.
                std::erase_if(loops, [&](const SavedLoop& other) {
                    return other.filename() == loop.filename();
                });
@@ -306,7 +245,7 @@ void LoopLibrary::renameLoop(const SavedLoop& loop, const QString& newName) {
     const auto index = old - savedLoops_.begin();
     change([&](Loops& loops) { loops[static_cast<std::size_t>(index)] = renamed; },
            [renamed](Loops& loops) {
-               // By its file: what was read may know the record under another id.
+               // By its file: a rebuild gives records new ids.
                const auto same = std::find_if(loops.begin(), loops.end(), [&](const auto& other) {
                    return other.filename() == renamed.filename();
                });
@@ -332,7 +271,7 @@ void LoopLibrary::deleteLoop(const SavedLoop& loop) {
 qint64 LoopLibrary::totalSize() const {
     return std::accumulate(
         savedLoops_.begin(), savedLoops_.end(), qint64{0}, [](qint64 sum, const SavedLoop& loop) {
-            // The sizes come from a file that may say anything.
+            // The sizes come from a file that anybody may have edited.
             qint64 result = 0;
             const bool fits = !__builtin_add_overflow(sum, loop.fileSize(), &result);
             return fits ? result : std::numeric_limits<qint64>::max();

@@ -6,17 +6,18 @@
 
 #include <functional>
 #include <optional>
+#include <string>
 #include <vector>
 
 namespace tessivo {
 
-// The store of saved loops: its list, and the metadata file that it reads when it is made
-// and writes after every change. Main thread only; disks are waited for in the background,
-// and results are published from the main thread's event loop.
+// The store of saved loops: its list, and the metadata file that it reads when it is constructed
+// and writes after every change. Main thread only; disk access runs in the background, and
+// results are published from the main thread's event loop.
 //
-// Several stores may share the file, each with a list of its own. What is changed here while
-// the file is being read is applied to what was read, before it is published and written;
-// what another store wrote meanwhile is read first.
+// Several stores may share the file, each with a list of its own. A change that is made during
+// a load is applied to the loaded list before that is published and written. If another store
+// has written the file during a load, the file is read again.
 class LoopLibrary : public ObservableObject {
     Q_OBJECT
     Q_PROPERTY(bool isLoading READ isLoading NOTIFY isLoadingChanged)
@@ -32,8 +33,8 @@ public:
     // The latest failure of loading, rebuilding or saving.
     const std::optional<LoopError>& lastError() const { return lastError_; }
 
-    // Reads the file in the background and leaves out records whose audio is gone. A file
-    // that cannot be read is kept beside the one that is then rebuilt from the folder.
+    // Reads the file in the background and leaves out records whose audio is gone. If the file
+    // cannot be read it is kept under a dated name, and a new one is made from the folder.
     void loadLibrary();
     void refreshLibrary() { loadLibrary(); }
 
@@ -42,8 +43,7 @@ public:
     // The renamed record has a new id and its old file. saveFailure for a blank name,
     // duplicateName, fileNotFound for a record that is not in the list.
     void renameLoop(const SavedLoop& loop, const QString& newName);
-    // Deletes the file, then the record. Throws what the file manager throws, and then
-    // nothing has changed.
+    // Deletes the file, then the record. If the file manager throws, nothing has changed.
     void deleteLoop(const SavedLoop& loop);
 
     // Bytes of all files.
@@ -57,29 +57,30 @@ signals:
 private:
     using Loops = std::vector<SavedLoop>;
     using Change = std::function<void(Loops&)>;
+    using Result = std::function<void(LoopLibrary&)>;
+    using Reply = std::function<void(Result)>; // any thread
 
-    static void
-    loadInBackground(const std::function<void(std::function<void(LoopLibrary&)>)>& answer);
+    Reply replyToThisLoad();
+    static void loadInBackground(const Reply& reply);
     void finishLoading(Loops loops, bool differsFromFile);
     void failLoading(const std::string& reason);
     void rebuildLibraryFromFiles();
     void finishRebuild(Loops loops);
     void failRebuild(const std::string& reason);
     bool applyChanges(Loops& loops);
-    void change(const Change& onList, Change onResult);
-    bool loadAgainIfOvertaken();
+    void change(const Change& onPublished, Change onLoaded);
+    bool loadAgainIfOutdated();
     void saveLibrary();
-    std::function<void(std::function<void(LoopLibrary&)>)> answerOfThisLoad();
 
     Loops savedLoops_;
     bool isLoading_ = false;
     std::optional<LoopError> lastError_;
 
-    quint64 load_ = 0; // only the latest one counts
+    quint64 load_ = 0; // number of the latest load; results of earlier ones are ignored
     quint64 writesBeforeLoad_ = 0;
-    bool resultPending_ = false;    // of the load or of the rebuild that follows it
-    bool fileIsUnreadable_ = false; // and still there
-    std::vector<Change> changesMeanwhile_;
+    bool loadPending_ = false;      // or the rebuild after it
+    bool fileIsUnreadable_ = false; // and has not been kept under another name yet
+    std::vector<Change> changesDuringLoad_;
 };
 
 } // namespace tessivo

@@ -7,7 +7,7 @@
 namespace tessivo {
 namespace {
 
-// One form for all canonically equivalent spellings of a text.
+// The same for all canonically equivalent spellings of a text.
 QString canonical(const QString& text) {
     return text.normalized(QString::NormalizationForm_D);
 }

@@ -18,10 +18,10 @@ inline constexpr std::chrono::seconds kUnixTimeOf2001{978'307'200};
 // Now, to the precision of the system's clock.
 SecondsSince2001 secondsSince2001Now();
 
-// The texts read the same: they are canonically equivalent.
+// Whether the texts are canonically equivalent and so read the same.
 bool sameText(const QString& a, const QString& b);
 
-// One loop of the library. An immutable value; every newly made one has an id of its own.
+// One loop of the library. An immutable value; the constructor gives it a new id.
 class SavedLoop {
     Q_GADGET
     Q_PROPERTY(QString name READ name CONSTANT)
@@ -29,7 +29,7 @@ class SavedLoop {
     Q_PROPERTY(qint64 fileSize READ fileSize CONSTANT)
 
 public:
-    // No loop at all, with a null id: what a view holds before it is given one.
+    // No loop, with a null id: a view's initial value.
     SavedLoop() = default;
     // The file name is that of the audio file inside the saved-loops folder, without a
     // directory part; duration is in seconds, fileSize in bytes.
@@ -43,12 +43,12 @@ public:
     double duration() const { return duration_; }
     qint64 fileSize() const { return fileSize_; }
 
-    // All six fields are equal; texts are when they are canonically equivalent.
+    // Compares all six fields, texts by sameText().
     friend bool operator==(const SavedLoop& a, const SavedLoop& b);
     friend std::size_t qHash(const SavedLoop& loop, std::size_t seed) noexcept;
 
 private:
-    friend class LibraryMetadata; // reads records with the ids they have
+    friend class LibraryMetadata; // reads records with their ids
 
     QUuid id_;
     QString name_;

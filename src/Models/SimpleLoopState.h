@@ -10,9 +10,9 @@
 
 namespace tessivo {
 
-// What the interface shows of the looper. Written by the controller; the sheets put their
-// own flag back to false. Main thread only. Each write is announced before it is made and
-// followed by the signal of its property.
+// What the window shows of the looper. The controller writes it; each sheet resets its own
+// "showing" flag. Main thread only. objectWillChange() comes before each write, the signal of
+// the property after it.
 class SimpleLoopState : public ObservableObject {
     Q_OBJECT
     Q_PROPERTY(
@@ -37,17 +37,17 @@ public:
     using ObservableObject::ObservableObject;
 
     TransportState transportState() const { return transportState_; }
-    // There is a file to play: a finished recording or a loop of the library.
+    // Whether there is a file to play: a finished recording or a loop of the library.
     bool hasAudio() const { return hasAudio_; }
     bool isRecording() const { return isRecording_; }
-    // The file that play loops; empty when there is none.
+    // The file that is looped; empty when there is none.
     const QUrl& fileURL() const { return fileURL_; }
     // Mean absolute sample value of the input, linear.
     float inputLevel() const { return inputLevel_; }
-    // Linear gain that every playback starts with.
+    // Linear gain with which every playback starts.
     float playbackVolume() const { return playbackVolume_; }
     bool inputMonitoringEnabled() const { return inputMonitoringEnabled_; }
-    // The library's record of the current audio, if it came from there or was saved.
+    // The record of the current audio, if it is in the library.
     const std::optional<SavedLoop>& currentSavedLoop() const { return currentSavedLoop_; }
     bool showingSaveDialog() const { return showingSaveDialog_; }
     bool showingLoopLibrary() const { return showingLoopLibrary_; }

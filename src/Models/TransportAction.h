@@ -9,7 +9,7 @@
 
 namespace tessivo {
 
-// A transport command, whatever it comes from.
+// A transport command, from a button, a key or a MIDI note.
 enum class TransportAction { record, play, stop, clear };
 
 // All commands, in the order in which they are listed to the user.

@@ -6,7 +6,7 @@
 namespace tessivo {
 Q_NAMESPACE
 
-// What the looper is doing. The order of the cases is fixed.
+// What the looper is doing.
 enum class TransportState {
     stopped,   // nothing is recording or playing
     recording, // the recorder captures the input

@@ -1,9 +1,7 @@
 #include "Utils/AudioUtils.h"
 
-#include "Platform/System/DocumentsDirectory.h"
 #include "Platform/System/LogLine.h"
-
-#include <QFileInfo>
+#include "Platform/System/Paths.h"
 
 #include <chrono>
 #include <filesystem>
@@ -12,13 +10,13 @@
 namespace tessivo {
 
 QUrl AudioUtils::getLooperRecordingsDirectory() {
-    const QString path = documentsDirectory() + QStringLiteral("/LooperFiles");
+    QUrl folder = QUrl::fromLocalFile(documentsDirectory() + QStringLiteral("/LooperFiles"));
     std::error_code error;
-    std::filesystem::create_directories(QFileInfo(path).filesystemFilePath(), error);
+    std::filesystem::create_directories(pathOf(folder), error);
     if (error) {
         logLine("Failed to create LooperFiles directory: " + error.message());
     }
-    return QUrl::fromLocalFile(path);
+    return folder;
 }
 
 QUrl AudioUtils::createLoopFileURL() {
@@ -30,8 +28,8 @@ QUrl AudioUtils::createLoopFileURL() {
 
 QString AudioUtils::formatDuration(double seconds) {
     constexpr double kLimit = 0x1p63;
-    const bool isLength = seconds >= 0.0 && seconds < kLimit; // false for NaN
-    const auto whole = isLength ? static_cast<qint64>(seconds) : qint64{0};
+    const bool isValid = seconds >= 0.0 && seconds < kLimit; // false for NaN
+    const auto whole = isValid ? static_cast<qint64>(seconds) : qint64{0};
     return QString::asprintf("%02lld:%02lld", whole / 60, whole % 60);
 }
 

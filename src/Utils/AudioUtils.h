@@ -5,18 +5,18 @@
 
 namespace tessivo {
 
-// Where recordings go, and how a duration reads. Any thread.
+// Locations of recordings, and the text of a duration. Any thread.
 class AudioUtils {
 public:
-    // The folder of the recordings, made if it is missing. When it cannot be made, a
-    // diagnostic line says why and the location is returned all the same.
+    // The folder of the recordings, created if it is missing. If it cannot be created, a
+    // diagnostic line says why and its location is returned nevertheless.
     static QUrl getLooperRecordingsDirectory();
 
-    // The location of a recording that begins now. Within one second it is the same.
+    // The location of a recording that begins now. The name has a resolution of one second.
     static QUrl createLoopFileURL();
 
-    // Minutes and seconds, each at least two digits, fractions cut off: "62:05" for 3725.
-    // What is no length of audio (negative, not finite, beyond 64 bits) reads "00:00".
+    // Minutes and seconds, at least two digits each, without the fraction: "62:05" for 3725.
+    // "00:00" for a number that is negative, not finite or beyond 64 bits.
     static QString formatDuration(double seconds);
 };
 

@@ -1,23 +1,20 @@
 #include "Utils/LoopFileManager.h"
 
 #include "Models/LoopError.h"
+#include "Platform/Files/AtomicFile.h"
+#include "Platform/Files/Folder.h"
 #include "Platform/Sound/AudioError.h"
 #include "Platform/Sound/File/AudioFile.h"
-#include "Platform/System/DocumentsDirectory.h"
 #include "Platform/System/Paths.h"
 
 #include <QTextBoundaryFinder>
 
-#include <algorithm>
 #include <cerrno>
 #include <cmath>
-#include <cstdio>
-#include <cstdlib>
-#include <fcntl.h>
+#include <filesystem>
+#include <string>
 #include <sys/stat.h>
 #include <system_error>
-#include <unistd.h>
-#include <vector>
 
 namespace tessivo {
 namespace {
@@ -25,18 +22,17 @@ namespace {
 namespace fs = std::filesystem;
 
 constexpr qint64 kFreeSpaceReserve = 10'485'760; // bytes
-constexpr qsizetype kLongestBase = 50;           // characters as a reader counts them
-// A file system's limit for names, less the extension and room for a counter.
+constexpr qsizetype kLongestBase = 50;           // grapheme clusters
+// A file system's limit for names, less the extension and room for a number.
 constexpr qsizetype kLongestBaseBytes = 255 - 4 - 11;
-
-std::system_error systemError(int code, const std::string& what, const fs::path& path) {
-    return {code, std::generic_category(), what + " \"" + path.filename().string() + "\""};
-}
+constexpr auto kCopyInProgress = ".copy-";
 
 qint64 sizeOf(const fs::path& path) {
     struct stat status {};
     if (::stat(path.c_str(), &status) != 0) {
-        throw systemError(errno, "The attributes of the file could not be read:", path);
+        throw std::system_error(errno, std::generic_category(),
+                                "The attributes of the file could not be read: \"" +
+                                    path.filename().string() + "\"");
     }
     return S_ISREG(status.st_mode) ? status.st_size : 0;
 }
@@ -50,119 +46,16 @@ std::optional<double> durationOf(const fs::path& path) {
             return seconds;
         }
     } catch (const sound::AudioError&) {
-        // Whatever the reason, it is not usable audio.
+        // Not usable, whatever the reason.
     }
     return std::nullopt;
 }
-
-class Descriptor {
-public:
-    Descriptor(int value, const std::string& failure, const fs::path& path)
-        : value_(value) {
-        if (value < 0) {
-            throw systemError(errno, failure, path);
-        }
-    }
-    ~Descriptor() { ::close(value_); }
-    Descriptor(const Descriptor&) = delete;
-    Descriptor& operator=(const Descriptor&) = delete;
-
-    int get() const { return value_; }
-
-private:
-    int value_;
-};
-
-// Writes a copy of the file that is on the disk when this returns. The standard library's
-// copy does not tell a full disk from a broken one.
-void copyBytes(const fs::path& from, int to) {
-    const Descriptor source(::open(from.c_str(), O_RDONLY | O_CLOEXEC), "Could not open", from);
-    struct stat status {};
-    std::vector<char> buffer(std::size_t{1} << 20);
-    for (;;) {
-        const ssize_t count = ::read(source.get(), buffer.data(), buffer.size());
-        if (count < 0) {
-            throw systemError(errno, "Could not read", from);
-        }
-        if (count == 0) {
-            break;
-        }
-        for (ssize_t done = 0; done < count;) {
-            const ssize_t written =
-                ::write(to, buffer.data() + done, static_cast<std::size_t>(count - done));
-            if (written < 0) {
-                throw systemError(errno, "Could not copy", from);
-            }
-            done += written;
-        }
-    }
-    if (::fstat(source.get(), &status) != 0 || ::fchmod(to, status.st_mode & 0777) != 0 ||
-        ::fsync(to) != 0) {
-        throw systemError(errno, "Could not copy", from);
-    }
-}
-
-// A copy that has no name of its own yet: hidden and without the extension of a loop, so
-// that it is none if it gets no further. Gone with this object unless it was given one.
-class UnnamedCopy {
-public:
-    UnnamedCopy(const fs::path& source, const fs::path& folder)
-        : path_((folder / ".copy-XXXXXX").string()) {
-        const Descriptor file(::mkostemp(path_.data(), O_CLOEXEC), "Could not create", folder);
-        try {
-            copyBytes(source, file.get());
-        } catch (...) {
-            ::unlink(path_.c_str());
-            throw;
-        }
-    }
-    ~UnnamedCopy() {
-        if (!named_) {
-            ::unlink(path_.c_str());
-        }
-    }
-    UnnamedCopy(const UnnamedCopy&) = delete;
-    UnnamedCopy& operator=(const UnnamedCopy&) = delete;
-
-    // Takes the place of what has the name.
-    void replace(const fs::path& target) {
-        if (::rename(path_.c_str(), target.c_str()) != 0) {
-            throw systemError(errno, "Could not create", target);
-        }
-        nameIsGiven(target);
-    }
-
-    // False when something has the name already.
-    bool becomes(const fs::path& target) {
-        if (::renameat2(AT_FDCWD, path_.c_str(), AT_FDCWD, target.c_str(), RENAME_NOREPLACE) != 0) {
-            if (errno == EEXIST) {
-                return false;
-            }
-            if (errno == EINVAL || errno == ENOSYS) { // not every file system knows how
-                replace(target);
-                return true;
-            }
-            throw systemError(errno, "Could not create", target);
-        }
-        nameIsGiven(target);
-        return true;
-    }
-
-private:
-    void nameIsGiven(const fs::path& target) {
-        named_ = true;
-        syncFolder(target.parent_path());
-    }
-
-    std::string path_;
-    bool named_ = false;
-};
 
 LoopError saveFailure(const std::system_error& error) {
     return LoopError::saveFailure(QString::fromStdString(error.code().message()));
 }
 
-// The longest beginning that ends between characters and fits both limits.
+// As many grapheme clusters from the start as fit both limits.
 QString shortened(const QString& text) {
     QTextBoundaryFinder finder(QTextBoundaryFinder::Grapheme, text);
     qsizetype end = 0;
@@ -179,7 +72,7 @@ QString shortened(const QString& text) {
     if (end > 0 || text.isEmpty()) {
         return text.left(end);
     }
-    // One character made of so many marks that it does not fit: cut among its marks.
+    // A single cluster with so many combining marks that it does not fit: cut between marks.
     QString cut = text.left(kLongestBaseBytes / 4);
     if (cut.back().isHighSurrogate()) {
         cut.chop(1);
@@ -223,11 +116,13 @@ SavedLoop LoopFileManager::saveTemporaryLoopAs(const QString& name, const QUrl& 
     const fs::path folder = pathOf(savedLoopsDirectory());
     QString filename;
     try {
-        UnnamedCopy copy(pathOf(source), folder);
+        files::AtomicFile copy(folder, kCopyInProgress, S_IRUSR | S_IWUSR);
+        copy.copyFrom(pathOf(source));
         // Another save may take the name while this one is being copied.
         do {
             filename = generateUniqueFilename(name);
-        } while (!copy.becomes(folder / filename.toStdString()));
+        } while (!copy.becomeNew(folder / filename.toStdString()));
+        files::syncFolder(folder);
     } catch (const std::system_error& error) {
         throw saveFailure(error);
     }
@@ -235,7 +130,7 @@ SavedLoop LoopFileManager::saveTemporaryLoopAs(const QString& name, const QUrl& 
 }
 
 QString LoopFileManager::sanitizeFilename(const QString& name) {
-    // A NUL would end the name early, and half a surrogate pair has no bytes of its own.
+    // By way of UTF-8, which replaces unpaired surrogates. A NUL would end the name early.
     QString clean = QString::fromUtf8(name.toUtf8());
     for (QChar& c : clean) {
         if (QStringView(u"/<>:\"|?*\\").contains(c) || c == QChar::Null) {
@@ -247,16 +142,9 @@ QString LoopFileManager::sanitizeFilename(const QString& name) {
 
 QString LoopFileManager::generateUniqueFilename(const QString& name) {
     const QString base = sanitizeFilename(name);
-    const fs::path folder = pathOf(savedLoopsDirectory());
-    const auto isTaken = [&](const QString& candidate) {
-        std::error_code ignored;
-        return fs::exists(fs::symlink_status(folder / candidate.toStdString(), ignored));
-    };
-    QString candidate = base + QStringLiteral(".wav");
-    for (qint64 counter = 1; isTaken(candidate); ++counter) {
-        candidate = base + u'_' + QString::number(counter) + QStringLiteral(".wav");
-    }
-    return candidate;
+    const fs::path path =
+        files::freeName(pathOf(savedLoopsDirectory()), base.toStdString(), ".wav", '_');
+    return QString::fromStdString(path.filename().string());
 }
 
 qint64 LoopFileManager::getAvailableDiskSpace() {
@@ -307,7 +195,10 @@ void LoopFileManager::copyLoopFile(const QUrl& from, const QUrl& to) {
         throw LoopError::saveFailure(QStringLiteral("There is a folder of that name"));
     }
     try {
-        UnnamedCopy(source, target.parent_path()).replace(target);
+        files::AtomicFile copy(target.parent_path(), kCopyInProgress, S_IRUSR | S_IWUSR);
+        copy.copyFrom(source);
+        copy.replace(target);
+        files::syncFolder(target.parent_path());
     } catch (const std::system_error& error) {
         throw saveFailure(error);
     }

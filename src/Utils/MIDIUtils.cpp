@@ -6,20 +6,14 @@
 
 namespace tessivo::MIDIUtils {
 
-std::vector<MIDISource> getAvailableMIDISources() {
-    return getAvailableMIDISources(*midi::MidiSystem::shared());
-}
-
 std::vector<MIDISource> getAvailableMIDISources(midi::MidiSystem& system) {
-    std::vector<MIDISource> sources;
-    const std::size_t count = system.sourceCount();
-    for (std::size_t index = 0; index < count; ++index) {
-        const midi::EndpointRef source = system.source(index);
-        if (const auto name = system.displayName(source)) {
-            sources.push_back({QString::fromStdString(*name), source});
+    std::vector<MIDISource> named;
+    for (const midi::Source& source : system.sources()) {
+        if (source.name) {
+            named.push_back({QString::fromStdString(*source.name), source.reference});
         }
     }
-    return sources;
+    return named;
 }
 
 QString midiNoteToName(std::uint8_t note) {

@@ -14,17 +14,14 @@ class MidiSystem;
 // A MIDI source that can be connected.
 struct MIDISource {
     QString name;
-    std::uint32_t source; // the platform's reference of it
+    std::uint32_t source; // the MIDI system's reference of it
 
     friend bool operator==(const MIDISource&, const MIDISource&) = default;
 };
 
 namespace MIDIUtils {
 
-// The sources present now, in the platform's order. One without a name is left out. Main
-// thread.
-std::vector<MIDISource> getAvailableMIDISources();
-// The same of a system that is not the process's.
+// The sources present now that have a name, in the system's order. Main thread.
 std::vector<MIDISource> getAvailableMIDISources(midi::MidiSystem& system);
 
 // Pitch class, with sharps, and octave: "C4" for 60. Notes above 127 follow the same rule.

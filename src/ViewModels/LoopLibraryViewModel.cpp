@@ -3,8 +3,8 @@
 #include "Audio/LoopPreviewEngine.h"
 #include "Platform/System/Formatters.h"
 #include "Platform/System/MainQueue.h"
-#include "ViewModels/LoopCatalogue.h"
-#include "ViewModels/LoopListModel.h"
+#include "ViewModels/Library/LoopCatalogue.h"
+#include "ViewModels/Library/LoopListModel.h"
 
 #include <QVariantMap>
 
@@ -18,11 +18,19 @@ using namespace Qt::StringLiterals;
 namespace tessivo {
 namespace {
 
-using SortOrder = LoopLibraryViewModel::SortOrder;
+struct LabelledOrder {
+    SortOrder order = SortOrder::dateDescending;
+    QStringView label;
+};
 
-constexpr std::array kSortOrders{SortOrder::dateDescending,    SortOrder::dateAscending,
-                                 SortOrder::nameAscending,     SortOrder::nameDescending,
-                                 SortOrder::durationAscending, SortOrder::durationDescending};
+constexpr std::array kSortOrders{
+    LabelledOrder{SortOrder::dateDescending, u"Newest First"},
+    LabelledOrder{SortOrder::dateAscending, u"Oldest First"},
+    LabelledOrder{SortOrder::nameAscending, u"Name A-Z"},
+    LabelledOrder{SortOrder::nameDescending, u"Name Z-A"},
+    LabelledOrder{SortOrder::durationAscending, u"Shortest First"},
+    LabelledOrder{SortOrder::durationDescending, u"Longest First"},
+};
 
 QString describe(const std::exception& error) {
     return QString::fromUtf8(error.what());
@@ -31,41 +39,25 @@ QString describe(const std::exception& error) {
 } // namespace
 
 QString LoopLibraryViewModel::label(SortOrder order) {
-    switch (order) {
-    case SortOrder::dateDescending:
-        return u"Newest First"_s;
-    case SortOrder::dateAscending:
-        return u"Oldest First"_s;
-    case SortOrder::nameAscending:
-        return u"Name A-Z"_s;
-    case SortOrder::nameDescending:
-        return u"Name Z-A"_s;
-    case SortOrder::durationAscending:
-        return u"Shortest First"_s;
-    case SortOrder::durationDescending:
-        return u"Longest First"_s;
-    }
-    return {};
+    const auto* const found = std::find_if(kSortOrders.begin(), kSortOrders.end(),
+                                           [&](const auto& each) { return each.order == order; });
+    return found != kSortOrders.end() ? found->label.toString() : QString();
 }
 
 std::optional<SortOrder> LoopLibraryViewModel::sortOrder(const QString& label) {
-    const auto* const order =
-        std::find_if(kSortOrders.begin(), kSortOrders.end(),
-                     [&](SortOrder each) { return LoopLibraryViewModel::label(each) == label; });
-    return order != kSortOrders.end() ? std::optional(*order) : std::nullopt;
+    const auto* const found = std::find_if(kSortOrders.begin(), kSortOrders.end(),
+                                           [&](const auto& each) { return each.label == label; });
+    return found != kSortOrders.end() ? std::optional(found->order) : std::nullopt;
 }
 
 QVariantList LoopLibraryViewModel::sortOrders() {
     QVariantList orders;
-    for (const SortOrder order : kSortOrders) {
+    for (const auto& [order, label] : kSortOrders) {
         orders.append(
-            QVariantMap{{u"label"_s, label(order)}, {u"order"_s, static_cast<int>(order)}});
+            QVariantMap{{u"label"_s, label.toString()}, {u"order"_s, static_cast<int>(order)}});
     }
     return orders;
 }
-
-LoopLibraryViewModel::LoopLibraryViewModel(QObject* parent)
-    : LoopLibraryViewModel(std::make_unique<LoopPreviewEngine>(), parent) {}
 
 LoopLibraryViewModel::LoopLibraryViewModel(std::unique_ptr<LoopPreviewEngine> previewEngine,
                                            QObject* parent)
@@ -78,7 +70,7 @@ LoopLibraryViewModel::LoopLibraryViewModel(std::unique_ptr<LoopPreviewEngine> pr
 }
 
 LoopLibraryViewModel::~LoopLibraryViewModel() {
-    // Its end stops the preview, when the rows are gone already.
+    // The engine is destroyed after the rows, and signals the end of its preview.
     previewEngine_->disconnect(this);
 }
 
@@ -87,7 +79,7 @@ void LoopLibraryViewModel::observeStore() {
     connect(&loopLibrary_, &LoopLibrary::isLoadingChanged, this,
             &LoopLibraryViewModel::isLoadingChanged);
     connect(&loopLibrary_, &LoopLibrary::lastErrorChanged, this, [this] {
-        // In a turn of its own: whatever the store is in the middle of is then complete.
+        // Posted, so that the store has finished what it is in the middle of.
         if (const auto& error = loopLibrary_.lastError()) {
             MainQueue::post(this, [this, message = error->errorDescription()] { alert(message); });
         }
@@ -111,8 +103,8 @@ void LoopLibraryViewModel::showRows() {
     rows_->setRows(catalogue_->rows(searchText_, sortOrder_));
 }
 
-// Looked up when a preview starts, not later: the engine knows the record that it was given
-// then, and a rename gives the row another one.
+// The identity is looked up when the preview starts, because the engine keeps the record of that
+// moment and a rename replaces it.
 void LoopLibraryViewModel::markPreview() {
     const auto& playing = previewEngine_->currentPreviewLoop();
     const bool isPreviewing = playing && previewEngine_->isPreviewingLoop(*playing);
@@ -141,7 +133,7 @@ bool LoopLibraryViewModel::isPreviewingLoop(const SavedLoop& loop) const {
     return previewEngine_->isPreviewingLoop(loop);
 }
 
-// The rows change before the signal: who hears it sees what the search has found.
+// The rows change before the signal, so that its receivers see the new result.
 void LoopLibraryViewModel::setSearchText(const QString& text) {
     publish(searchText_, text);
     showRows();
@@ -225,7 +217,8 @@ void LoopLibraryViewModel::confirmDelete() {
         alert(u"Failed to delete loop: "_s + describe(error));
         return;
     }
-    // Nothing sounds that has no row to stop it; the record may have been renamed meanwhile.
+    // A deleted loop must not go on sounding. Compared by file, because a rename replaces the
+    // record.
     const auto& sounding = previewEngine_->currentPreviewLoop();
     if (sounding && sounding->filename() == selectedLoop_->filename()) {
         stopPreview();

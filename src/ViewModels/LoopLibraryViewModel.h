@@ -2,6 +2,7 @@
 
 #include "Models/LoopLibrary.h"
 #include "Platform/System/ObservableObject.h"
+#include "ViewModels/Library/SortOrder.h"
 
 #include <QAbstractItemModel>
 #include <QStringList>
@@ -19,12 +20,12 @@ class LoopCatalogue;
 class LoopListModel;
 class LoopPreviewEngine;
 
-// What the library window shows and does: the saved loops, searched and in order, their
-// summary, the rename and the delete flow, previews, and one error alert. It has a store and
-// a preview engine of its own, which end with it. Main thread only.
+// What the library window shows and does: the saved loops, searched and sorted, their summary,
+// renaming, deleting, previews, and one error alert. It owns a store and a preview engine. Main
+// thread only.
 //
 // Every write of a field is announced before it is made and followed by the field's signal.
-// Loading a loop into the looper and exporting are the window's own business.
+// The window itself loads loops into the looper and exports them.
 class LoopLibraryViewModel : public ObservableObject {
     Q_OBJECT
     Q_DISABLE_COPY(LoopLibraryViewModel)
@@ -35,8 +36,8 @@ class LoopLibraryViewModel : public ObservableObject {
     Q_PROPERTY(bool isEmpty READ isEmpty NOTIFY libraryStatsChanged)
     Q_PROPERTY(QString libraryStats READ libraryStats NOTIFY libraryStatsChanged)
     Q_PROPERTY(QString searchText READ searchText WRITE setSearchText NOTIFY searchTextChanged)
-    Q_PROPERTY(tessivo::LoopLibraryViewModel::SortOrder sortOrder READ sortOrder WRITE setSortOrder
-                   NOTIFY sortOrderChanged)
+    Q_PROPERTY(tessivo::sorting::SortOrder sortOrder READ sortOrder WRITE setSortOrder NOTIFY
+                   sortOrderChanged)
     // All orders for a picker, as objects with a "label" and an "order".
     Q_PROPERTY(QVariantList sortOrders READ sortOrders CONSTANT)
     Q_PROPERTY(bool showingDeleteConfirmation READ showingDeleteConfirmation WRITE
@@ -51,23 +52,13 @@ class LoopLibraryViewModel : public ObservableObject {
     Q_PROPERTY(tessivo::LoopPreviewEngine* previewEngine READ previewEngine CONSTANT)
 
 public:
-    // Records of equal rank keep the order of the store, newest first.
-    enum class SortOrder {
-        dateDescending,
-        dateAscending,
-        nameAscending, // as the user's language orders names
-        nameDescending,
-        durationAscending,
-        durationDescending
-    };
-    Q_ENUM(SortOrder)
+    using SortOrder = sorting::SortOrder;
 
-    // What the picker calls an order, and the order of that name, if there is one.
+    // The text of an order in the picker, and the order that has this text, if any.
     static QString label(SortOrder order);
     static std::optional<SortOrder> sortOrder(const QString& label);
 
-    // Previews sound on the system's default device. The store begins to load at once.
-    explicit LoopLibraryViewModel(QObject* parent = nullptr);
+    // The store begins to load at once.
     explicit LoopLibraryViewModel(std::unique_ptr<LoopPreviewEngine> previewEngine,
                                   QObject* parent = nullptr);
     ~LoopLibraryViewModel() override;
@@ -105,16 +96,16 @@ public:
     void setShowingError(bool showing);
     void setErrorMessage(const QString& message);
 
-    // Whether exactly this record is being previewed. A row of `loops` also stays marked when
-    // its loop is renamed while it plays, though the record is then another one.
+    // Whether exactly this record is being previewed. Renaming replaces the record; the row of
+    // `loops` stays marked though.
     Q_INVOKABLE bool isPreviewingLoop(const tessivo::SavedLoop& loop) const;
 
 public slots:
     // Opens the rename dialog with the record's name in its field.
     void renameLoop(const tessivo::SavedLoop& loop);
-    // Gives the selected loop the name in the field, without white space around it. The
-    // dialog ends when that succeeds; otherwise the alert tells why not. A second call finds
-    // nothing selected and does nothing; likewise for confirmDelete.
+    // Renames the selected loop to the trimmed text of the field. Closes the dialog on success;
+    // otherwise the alert tells why not. Does nothing when no loop is selected, which makes a
+    // second call harmless. confirmDelete likewise.
     void confirmRename();
     // Asks whether to delete.
     void deleteLoop(const tessivo::SavedLoop& loop);

@@ -1,13 +1,15 @@
 #include "ViewModels/SimpleLooperViewModel.h"
 
+#include "Audio/MIDIManager.h"
 #include "Audio/SimplePlayer.h"
 #include "Audio/SimpleRecorder.h"
 #include "Models/LoopError.h"
-#include "Platform/Sound/Device/PipeWireDevice.h"
 #include "Platform/System/LogLine.h"
 #include "Platform/System/MainQueue.h"
 #include "Platform/System/Paths.h"
 #include "Utils/LoopFileManager.h"
+
+#include <QPointer>
 
 #include <chrono>
 #include <exception>
@@ -19,10 +21,10 @@
 namespace tessivo {
 namespace {
 
-// Between the end of a take and its playback, so that the state's writes come first.
+// From the end of a take to its playback: long enough for the state to be seen stopped.
 constexpr std::chrono::milliseconds kPlaybackDelay{100};
 
-// Asks the disk for the size of a take that is there, and reports when it will not say.
+// Reports when the size of an existing take cannot be read.
 void checkRecordingFile(const QUrl& url) {
     const auto path = pathOf(url);
     constexpr auto kUnknown = static_cast<std::uintmax_t>(-1);
@@ -35,12 +37,6 @@ void checkRecordingFile(const QUrl& url) {
 
 } // namespace
 
-SimpleLooperViewModel::SimpleLooperViewModel(QObject* parent)
-    : ObservableObject(parent) {
-    setupObservers();
-    startAudioEngine();
-}
-
 SimpleLooperViewModel::SimpleLooperViewModel(std::unique_ptr<sound::AudioDevice> device,
                                              QObject* parent)
     : ObservableObject(parent)
@@ -52,7 +48,7 @@ SimpleLooperViewModel::SimpleLooperViewModel(std::unique_ptr<sound::AudioDevice>
 SimpleLooperViewModel::~SimpleLooperViewModel() = default;
 
 void SimpleLooperViewModel::setupObservers() {
-    // Queued, as observers of a change expect to run after it and never inside it.
+    // Queued, because observers expect to run after a change, never inside it.
     connect(
         &audioEngine_, &SimpleAudioEngine::inputLevelChanged, this,
         [this] { loopState_.setInputLevel(audioEngine_.inputLevel()); }, Qt::QueuedConnection);
@@ -68,6 +64,20 @@ void SimpleLooperViewModel::startAudioEngine() {
         return;
     }
     audioEngine_.setInputMonitoring(loopState_.inputMonitoringEnabled());
+}
+
+void SimpleLooperViewModel::setupMIDICallbacks(MIDIManager* manager) {
+    const auto command = [self = QPointer(this)](auto pressed) {
+        return [self, pressed] {
+            if (self) {
+                (self->*pressed)();
+            }
+        };
+    };
+    manager->onRecord = command(&SimpleLooperViewModel::recordButtonPressed);
+    manager->onPlay = command(&SimpleLooperViewModel::playButtonPressed);
+    manager->onStop = command(&SimpleLooperViewModel::stopButtonPressed);
+    manager->onClear = command(&SimpleLooperViewModel::clearButtonPressed);
 }
 
 void SimpleLooperViewModel::recordButtonPressed() {
@@ -167,16 +177,16 @@ void SimpleLooperViewModel::stopRecording() {
 
 void SimpleLooperViewModel::stopRecordingAndStartPlayback() {
     stopRecording();
-    const std::uint64_t order = ++playbackOrder_;
-    MainQueue::postAfter(kPlaybackDelay, this, [this, order] {
-        if (order == playbackOrder_) {
+    const std::uint64_t number = ++deferredPlaybackNumber_;
+    MainQueue::postAfter(kPlaybackDelay, this, [this, number] {
+        if (number == deferredPlaybackNumber_) {
             startPlayback();
         }
     });
 }
 
 void SimpleLooperViewModel::cancelDeferredPlayback() {
-    ++playbackOrder_;
+    ++deferredPlaybackNumber_;
 }
 
 void SimpleLooperViewModel::startPlayback() {
@@ -239,7 +249,7 @@ void SimpleLooperViewModel::saveCurrentLoop(const QString& name) {
     const SavedLoop loop = LoopFileManager::saveTemporaryLoopAs(name, audio.file);
     post([this, loop, number = audio.number] {
         loopLibrary_.saveLoop(loop);
-        // Another take may have begun since; it is not the one that was saved.
+        // Not if another take has begun since.
         if (currentAudio_.number == number) {
             loopState_.setCurrentSavedLoop(loop);
         }
@@ -267,8 +277,8 @@ void SimpleLooperViewModel::showSaveDialog() {
     if (!loopState_.canSave()) {
         return;
     }
-    // The library window may have renamed or deleted loops with a store of its own. By the
-    // time a name is typed, this one knows.
+    // The library window may have renamed or deleted loops through its own store. This one has
+    // read the changes by the time a name is typed.
     loopLibrary_.loadLibrary();
     post([this] { loopState_.setShowingSaveDialog(true); });
 }
@@ -282,8 +292,8 @@ void SimpleLooperViewModel::setCurrentAudio(const QUrl& file) {
     currentAudio_ = {file, currentAudio_.number + 1};
 }
 
-// A take has begun: what is saved from here on is still the audio before it, but it is no
-// longer what the looper is about.
+// A take has begun. Until it ends, a save still saves the audio before it, but must not mark the
+// new take as saved.
 void SimpleLooperViewModel::beginOtherAudio() {
     const std::scoped_lock lock(currentAudioMutex_);
     ++currentAudio_.number;

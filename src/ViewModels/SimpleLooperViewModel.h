@@ -10,27 +10,28 @@
 #include <memory>
 #include <mutex>
 
+Q_MOC_INCLUDE("Audio/MIDIManager.h")
+
 namespace tessivo {
 
+class MIDIManager;
 class SimplePlayer;
 class SimpleRecorder;
 
 // The looper's one controller: turns the transport commands and the monitoring switch into
 // calls on the audio engine, its recorder and its player, and into writes of the loop
-// state. Main thread only.
+// state. Main thread only, except saveCurrentLoop().
 //
-// Every write of the loop state is posted, so that within one operation the state still
-// shows what was true before it; diagnostic lines appear at once. Every change of the loop
-// state is passed on as a change of the controller. Errors of the audio side end here, as
-// diagnostic lines.
+// Writes of the loop state are posted, so within one operation the state keeps its old values;
+// diagnostic lines appear at once. A change of the loop state is signalled as a change of the
+// controller too. Errors of the audio side become diagnostic lines here.
 class SimpleLooperViewModel : public ObservableObject {
     Q_OBJECT
     Q_DISABLE_COPY(SimpleLooperViewModel)
     Q_PROPERTY(tessivo::SimpleLoopState* loopState READ loopState CONSTANT)
 
 public:
-    // Plays and records on the system's default devices.
-    explicit SimpleLooperViewModel(QObject* parent = nullptr);
+    // Records from and plays to this device, and starts it.
     explicit SimpleLooperViewModel(std::unique_ptr<sound::AudioDevice> device,
                                    QObject* parent = nullptr);
     ~SimpleLooperViewModel() override;
@@ -48,8 +49,12 @@ public:
     // be played. Throws fileNotFound when its audio is gone; the looper is then empty.
     void loadLoop(const SavedLoop& loop);
 
+    // From now on the manager's notes trigger this controller's commands. The manager may outlive
+    // the controller; its notes then do nothing.
+    Q_INVOKABLE void setupMIDICallbacks(tessivo::MIDIManager* manager);
+
 public slots:
-    // The four transport commands. One that has no meaning in the present state does
+    // The four transport commands. A command that is not available in the current state does
     // nothing.
     void recordButtonPressed();
     void playButtonPressed();
@@ -58,7 +63,7 @@ public slots:
 
     void toggleInputMonitoring();
 
-    // Asks for the save sheet, if there is something to save, and for the library window.
+    // Show the save sheet, if there is something to save, and the library window.
     void showSaveDialog();
     void showLoopLibrary();
 
@@ -77,11 +82,11 @@ private:
     void beginOtherAudio();
     void post(std::function<void()> writes);
 
-    // What a save on another thread may know of the loop state: the main thread writes it
-    // together with the state, under the lock; a save takes a copy.
+    // The part of the loop state that a save on another thread may read. The main thread writes it
+    // together with the state, under the mutex; a save takes a copy.
     struct CurrentAudio {
         QUrl file;                // empty: none
-        std::uint64_t number = 0; // tells takes apart that have one file name
+        std::uint64_t number = 0; // distinguishes takes with the same file name
     };
 
     SimpleLoopState loopState_;
@@ -89,7 +94,8 @@ private:
     SimpleAudioEngine audioEngine_;
     SimpleRecorder* recorder_ = nullptr; // the engine's, from the first recording on
     SimplePlayer* player_ = nullptr;     // the engine's, from the first playback on
-    std::uint64_t playbackOrder_ = 0;    // the deferred playback that still counts
+    std::uint64_t deferredPlaybackNumber_ =
+        0; // number of the deferred playback that is still valid
     std::mutex currentAudioMutex_;
     CurrentAudio currentAudio_;
 };

@@ -2,6 +2,7 @@
 #include "Audio/SimpleAudioEngine.h"
 #include "Audio/SimplePlayer.h"
 #include "Models/LibraryRig.h"
+#include "SystemDevices.h"
 #include "support/GraphProbe.h"
 #include "support/PrivatePipeWire.h"
 
@@ -22,12 +23,12 @@ TEST(LoopPreviewServerTest, SoundsBesideTheLooperWithoutAnInputAndOutlivesTheSer
     const SavedLoop loop = library.loop("loop", 0);
     const auto file = library.folder / loop.filename().toStdString();
     writeFile(file, 48000, {std::vector<float>(5 * 48000, 0.5F)});
-    SimpleAudioEngine looper;
+    SimpleAudioEngine looper(makeLooperDevice());
     looper.start();
     looper.createPlayer().loadAudioFile(urlOf(file));
     looper.createPlayer().setVolume(0.25F);
     looper.createPlayer().startPlaying();
-    LoopPreviewEngine preview;
+    LoopPreviewEngine preview(makePreviewDevice());
     preview.previewLoop(loop);
     EXPECT_TRUE(becomesHeard(0.5F * (0.25F + 0.7F)));
     EXPECT_NE(server.links().find("Tessivo Preview:output_FL"), std::string::npos);

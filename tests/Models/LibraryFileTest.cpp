@@ -1,50 +1,10 @@
 #include "Models/LibraryFile.h"
 #include "Models/LibraryRig.h"
-
-#include <csignal>
-#include <sys/ptrace.h>
-#include <sys/wait.h>
-#include <unistd.h>
+#include "support/TracedChild.h"
 
 using namespace tessivo;
 using namespace tessivo::test;
 namespace fs = std::filesystem;
-
-namespace {
-
-// Prepares and then runs an action in a child, and kills that as the action's n-th system
-// call begins. True when the action was over before.
-template <class Preparation, class Action>
-bool outlivesKillAt(int n, Preparation&& prepare, Action&& action) {
-    const pid_t child = ::fork();
-    if (child == 0) {
-        prepare();
-        ::ptrace(PTRACE_TRACEME, 0, nullptr, nullptr);
-        ::raise(SIGSTOP);
-        try {
-            action();
-            ::_exit(0);
-        } catch (const std::exception&) {
-            ::_exit(1);
-        }
-    }
-    int status = 0;
-    ::waitpid(child, &status, 0);
-    ::ptrace(PTRACE_SETOPTIONS, child, nullptr, PTRACE_O_EXITKILL);
-    // Each call stops the child twice, as it begins and as it ends.
-    for (int stop = 0; stop < 2 * n - 1 && WIFSTOPPED(status); ++stop) {
-        EXPECT_EQ(::ptrace(PTRACE_SYSCALL, child, nullptr, nullptr), 0);
-        ::waitpid(child, &status, 0);
-    }
-    if (WIFSTOPPED(status)) {
-        ::kill(child, SIGKILL);
-        ::waitpid(child, &status, 0);
-    }
-    EXPECT_TRUE(WIFSIGNALED(status) || WEXITSTATUS(status) == 0) << "the action failed";
-    return WIFEXITED(status);
-}
-
-} // namespace
 
 TEST(LibraryFileTest, SaveInterruptedAnywhereLeavesTheOldOrTheNewFile) {
     const LibraryRig rig;
@@ -67,13 +27,19 @@ TEST(LibraryFileTest, SaveInterruptedAnywhereLeavesTheOldOrTheNewFile) {
                     LibraryFile::write(oldList);
                 }
             };
-            const int call = oldSeen + newSeen + 1;
-            over = outlivesKillAt(call, prepare, [&] { LibraryFile::write(newList); });
+            int callsLeft = oldSeen + newSeen + 1;
+            const int status = traceSystemCalls(
+                prepare, [&] { LibraryFile::write(newList); },
+                [&](const auto& call) {
+                    return call.op != PTRACE_SYSCALL_INFO_ENTRY || --callsLeft > 0;
+                });
+            over = WIFEXITED(status);
+            EXPECT_TRUE(!over || WEXITSTATUS(status) == 0) << "the save failed";
             const std::string bytes = bytesOf(rig.metadata);
             const bool isOld = firstSave ? !fs::exists(rig.metadata) : bytes == oldBytes;
-            ASSERT_TRUE(isOld || bytes == newBytes) << "killed at call " << call;
-            ASSERT_TRUE(!isOld || !over) << "a save that ended has saved";
             ++(isOld ? oldSeen : newSeen);
+            ASSERT_TRUE(isOld || bytes == newBytes) << "killed at call " << oldSeen + newSeen;
+            ASSERT_TRUE(!isOld || !over) << "a save that ended has saved";
         }
         EXPECT_GT(oldSeen, 5);
         EXPECT_GT(newSeen, 3) << "also behind the rename, when the folder is synced";

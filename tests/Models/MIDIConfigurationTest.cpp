@@ -6,8 +6,6 @@
 
 #include <gtest/gtest.h>
 
-#include <QJsonDocument>
-#include <QJsonObject>
 #include <QSettings>
 
 #include <fstream>
@@ -29,10 +27,10 @@ TEST(MIDIConfigurationTest, FindsTheFirstCommandOfANote) {
     using Action = TransportAction;
     constexpr MIDIConfiguration configuration{10, 10, 11, 12};
     EXPECT_EQ(configuration.actionForNote(10), Action::record);
-    EXPECT_EQ(configuration.actionForNote(11), Action::stop);
     EXPECT_EQ(configuration.actionForNote(12), Action::clear);
     EXPECT_EQ(configuration.actionForNote(13), std::nullopt);
-    EXPECT_EQ((MIDIConfiguration{9, 200, 200, 200}.actionForNote(200)), Action::play);
+    EXPECT_EQ((MIDIConfiguration{9, 200, 200, 11}.actionForNote(200)), Action::play);
+    EXPECT_EQ((MIDIConfiguration{9, 10, 200, 200}.actionForNote(200)), Action::stop);
 }
 
 TEST(MIDIConfigurationTest, StoresTheMappingAsBytesOfJsonForTheNextRun) {
@@ -41,16 +39,8 @@ TEST(MIDIConfigurationTest, StoresTheMappingAsBytesOfJsonForTheNextRun) {
     const MIDIConfiguration chosen{60, 61, 62, 255};
     chosen.save();
     EXPECT_EQ(MIDIConfiguration::load(), chosen);
-
-    const auto path = preferencesFolder() / "Tessivo.conf";
-    const QSettings file(QString::fromStdString(path.string()), QSettings::IniFormat);
-    EXPECT_EQ(file.allKeys(), QStringList(kKey));
-    const QVariant stored = file.value(kKey);
-    ASSERT_EQ(stored.typeId(), QMetaType::QByteArray);
-    EXPECT_FALSE(stored.toByteArray().contains(' '));
-    EXPECT_EQ(
-        QJsonDocument::fromJson(stored.toByteArray()).object(),
-        (QJsonObject{{"recordNote", 60}, {"playNote", 61}, {"stopNote", 62}, {"clearNote", 255}}));
+    EXPECT_EQ(Preferences::data(kKey),
+              R"({"clearNote":255,"playNote":61,"recordNote":60,"stopNote":62})");
 }
 
 TEST(MIDIConfigurationTest, TakesAStoredMappingWholeOrNotAtAllAndSilently) {
@@ -61,7 +51,6 @@ TEST(MIDIConfigurationTest, TakesAStoredMappingWholeOrNotAtAllAndSilently) {
         return MIDIConfiguration::load();
     };
     const QByteArray whole = R"({"recordNote":5,"playNote":6,"stopNote":7,"clearNote":8})";
-    EXPECT_EQ(loaded(whole), (MIDIConfiguration{5, 6, 7, 8}));
     EXPECT_EQ(loaded("\n{ \"clearNote\" : 0,\t\"stopNote\": 255, \"extra\": {},"
                      "\"recordNote\": 9, \"playNote\": 4 } \n"),
               (MIDIConfiguration{9, 4, 255, 0}));
@@ -78,10 +67,8 @@ TEST(MIDIConfigurationTest, TakesAStoredMappingWholeOrNotAtAllAndSilently) {
     EXPECT_EQ(loaded("[" + whole + "]"), defaults);
     EXPECT_EQ(loaded(whole + "x"), defaults);
     EXPECT_EQ(Preferences::data(kKey), whole + "x"); // a bad mapping stays where it is
-    {
-        QSettings other(QSettings::NativeFormat, QSettings::UserScope, "Tessivo", "Tessivo");
-        other.setValue(kKey, QString::fromUtf8(whole));
-    }
+    QSettings(QSettings::NativeFormat, QSettings::UserScope, "Tessivo", "Tessivo")
+        .setValue(kKey, QString::fromUtf8(whole));
     EXPECT_EQ(Preferences::data(kKey), std::nullopt);
     EXPECT_EQ(MIDIConfiguration::load(), defaults);
     EXPECT_EQ(lines.take(), Lines());
@@ -117,12 +104,10 @@ TEST(MIDIUtilsTest, NamesNotesAndListsTheSourcesThatHaveAName) {
     for (const auto& [note, name] : names) {
         EXPECT_EQ(MIDIUtils::midiNoteToName(note), name);
     }
-    const auto system = std::make_shared<midi::VirtualMidi>();
-    midi::MidiSystem::setShared(system);
-    EXPECT_TRUE(MIDIUtils::getAvailableMIDISources().empty());
-    system->addSource(std::nullopt);
-    const std::vector<MIDISource> expected{{"Klavier ü", system->addSource("Klavier ü")},
-                                           {"Pads", system->addSource("Pads")}};
-    EXPECT_EQ(MIDIUtils::getAvailableMIDISources(), expected);
-    midi::MidiSystem::setShared({});
+    midi::VirtualMidi system;
+    EXPECT_TRUE(MIDIUtils::getAvailableMIDISources(system).empty());
+    system.addSource(std::nullopt);
+    const std::vector<MIDISource> expected{{"Klavier ü", system.addSource("Klavier ü")},
+                                           {"Pads", system.addSource("Pads")}};
+    EXPECT_EQ(MIDIUtils::getAvailableMIDISources(system), expected);
 }

@@ -5,8 +5,8 @@
 
 #include <QVariant>
 
-#include <functional>
 #include <stdexcept>
+#include <type_traits>
 #include <utility>
 #include <vector>
 
@@ -29,7 +29,6 @@ TEST(TransportActionTest, ConvertsExactlyItsFourStoredForms) {
         EXPECT_THROW(transportActionFromJson(QString(other)), std::invalid_argument) << other;
     }
     EXPECT_THROW(transportActionFromJson(0), std::invalid_argument);
-    EXPECT_THROW(transportActionFromJson(QJsonValue::Null), std::invalid_argument);
 }
 
 TEST(SimpleLoopStateTest, AllowsWhatTheStateAllowsAndSaysSoAfterEachWrite) {
@@ -55,45 +54,45 @@ TEST(SimpleLoopStateTest, AllowsWhatTheStateAllowsAndSaysSoAfterEachWrite) {
     }
 }
 
+namespace {
+
+using State = SimpleLoopState;
+
+// Observers read the old value before a write and the new one after it, also when it is equal.
+template <class Value>
+void checkWrites(const char* property, void (State::*changed)(), void (State::*set)(Value),
+                 const QVariant& initial, const std::decay_t<Value>& written) {
+    State state;
+    QVariantList seen;
+    const auto note = [&] {
+        seen.push_back(state.property(property));
+    };
+    QObject::connect(&state, &State::objectWillChange, note);
+    QObject::connect(&state, changed, note);
+    (state.*set)(written);
+    (state.*set)(written);
+    const QVariant after = QVariant::fromValue(written);
+    EXPECT_EQ(seen, (QVariantList{initial, after, after, after})) << property;
+}
+
+} // namespace
+
 TEST(SimpleLoopStateTest, AnnouncesEveryWriteBeforeItAndAgainAfterIt) {
-    SimpleLoopState state;
-    struct Case {
-        const char* property;
-        void (SimpleLoopState::*changed)();
-        std::function<void()> write;
-        QVariant initial;
-        QVariant written;
-    };
-    using S = SimpleLoopState;
-    const QUrl url("file:///loop.wav");
-    const std::vector<Case> cases{
-        {"transportState", &S::transportStateChanged,
-         [&] { state.setTransportState(TransportState::playing); },
-         QVariant::fromValue(TransportState::stopped),
-         QVariant::fromValue(TransportState::playing)},
-        {"hasAudio", &S::hasAudioChanged, [&] { state.setHasAudio(true); }, false, true},
-        {"isRecording", &S::isRecordingChanged, [&] { state.setIsRecording(true); }, false, true},
-        {"fileURL", &S::fileURLChanged, [&] { state.setFileURL(url); }, QUrl(), url},
-        {"inputLevel", &S::inputLevelChanged, [&] { state.setInputLevel(0.25F); }, 0.0F, 0.25F},
-        {"playbackVolume", &S::playbackVolumeChanged, [&] { state.setPlaybackVolume(0.5F); }, 1.0F,
-         0.5F},
-        {"inputMonitoringEnabled", &S::inputMonitoringEnabledChanged,
-         [&] { state.setInputMonitoringEnabled(true); }, false, true},
-        {"showingSaveDialog", &S::showingSaveDialogChanged,
-         [&] { state.setProperty("showingSaveDialog", true); }, false, true},
-        {"showingLoopLibrary", &S::showingLoopLibraryChanged,
-         [&] { state.setProperty("showingLoopLibrary", true); }, false, true},
-    };
-    for (const Case& c : cases) {
-        QVariantList seen;
-        QObject context;
-        const auto note = [&] {
-            seen.push_back(state.property(c.property));
-        };
-        QObject::connect(&state, &S::objectWillChange, &context, note);
-        QObject::connect(&state, c.changed, &context, note);
-        c.write();
-        c.write();
-        EXPECT_EQ(seen, (QVariantList{c.initial, c.written, c.written, c.written})) << c.property;
-    }
+    using S = State;
+    checkWrites("transportState", &S::transportStateChanged, &S::setTransportState,
+                QVariant::fromValue(TransportState::stopped), TransportState::playing);
+    checkWrites("hasAudio", &S::hasAudioChanged, &S::setHasAudio, false, true);
+    checkWrites("isRecording", &S::isRecordingChanged, &S::setIsRecording, false, true);
+    checkWrites("fileURL", &S::fileURLChanged, &S::setFileURL, QUrl(), QUrl("file:///loop.wav"));
+    checkWrites("inputLevel", &S::inputLevelChanged, &S::setInputLevel, 0.0F, 0.25F);
+    checkWrites("playbackVolume", &S::playbackVolumeChanged, &S::setPlaybackVolume, 1.0F, 0.5F);
+    checkWrites("inputMonitoringEnabled", &S::inputMonitoringEnabledChanged,
+                &S::setInputMonitoringEnabled, false, true);
+    checkWrites("showingSaveDialog", &S::showingSaveDialogChanged, &S::setShowingSaveDialog, false,
+                true);
+    checkWrites("showingLoopLibrary", &S::showingLoopLibraryChanged, &S::setShowingLoopLibrary,
+                false, true);
+    State state;
+    EXPECT_TRUE(state.setProperty("showingSaveDialog", true) && state.showingSaveDialog());
+    EXPECT_TRUE(state.setProperty("showingLoopLibrary", true) && state.showingLoopLibrary());
 }

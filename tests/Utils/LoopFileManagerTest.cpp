@@ -58,8 +58,7 @@ TEST(LoopFileManagerTest, CleansNamesForTheFileSystem) {
         {"../../etc/passwd", ".._.._etc_passwd"},
         {QString(u"a\0b"_qs), "a_b"},
         {"tab\there\x7f", "tab\there\x7f"},
-        {"100%41 #1; ~.wav", "100%41 #1; ~.wav"},
-    };
+        {"100%41 #1; ~.wav", "100%41 #1; ~.wav"}};
     for (const auto& [name, base] : expected) {
         EXPECT_EQ(Files::generateUniqueFilename(name), base + ".wav") << name.toStdString();
     }
@@ -91,7 +90,7 @@ TEST(LoopFileManagerTest, NumbersNamesThatAreTaken) {
     EXPECT_EQ(rig.save("").filename(), "_1.wav");
 }
 
-TEST(LoopFileManagerTest, SavesACopyAndItsRecord) {
+TEST(LoopFileManagerTest, SavesACopyWithItsRecordAndDeletesIt) {
     const FilesRig rig;
     const double before = secondsSince2001Now().count();
     const SavedLoop loop = rig.save(" My/Loop ");
@@ -105,6 +104,14 @@ TEST(LoopFileManagerTest, SavesACopyAndItsRecord) {
     EXPECT_EQ(fs::status(rig.folder / "My_Loop.wav").permissions(),
               fs::status(rig.take).permissions());
     EXPECT_EQ(rig.files(), (std::vector<std::string>{"My_Loop.wav"}));
+
+    Files::deleteLoopFile(loop);
+    EXPECT_TRUE(rig.files().empty());
+    EXPECT_EQ(loopErrorOf([&] { Files::deleteLoopFile(loop); }), "Loop file not found");
+    fs::create_directories(rig.folder / "My_Loop.wav" / "kept");
+    EXPECT_EQ(loopErrorOf([&] { Files::deleteLoopFile(loop); }).left(43),
+              "Failed to save loop: Failed to delete file:");
+    EXPECT_TRUE(fs::exists(rig.folder / "My_Loop.wav" / "kept"));
 }
 
 // The sheet of a long save may be cancelled and another save begun.
@@ -125,29 +132,30 @@ TEST(LoopFileManagerTest, SavesOfOneNameAtOneTimeGetFilesOfTheirOwn) {
 TEST(LoopFileManagerTest, RefusesWhatIsNoAudio) {
     const FilesRig rig;
     const std::string whole = bytesOf(rig.take);
-    Channels none(1);
-    writeFile(rig.home.path() / "frameless.wav", 48000, none);
-    writeBytes(rig.home.path() / "empty.wav", "");
-    writeBytes(rig.home.path() / "text.wav", "not audio");
-    writeBytes(rig.home.path() / "header.wav", whole.substr(0, 40));
-    writeBytes(rig.home.path() / "half.wav", whole.substr(0, whole.size() / 2));
-    fs::create_directory(rig.home.path() / "folder.wav");
-    for (const char* name : {"frameless", "empty", "text", "header", "folder"}) {
-        const QUrl file = urlOf(rig.home.path() / (std::string(name) + ".wav"));
-        const QString invalid = "Invalid or corrupted audio file";
-        EXPECT_EQ(loopErrorOf([&] { Files::getLoopMetadata(file); }), invalid) << name;
-        EXPECT_EQ(loopErrorOf([&] { Files::saveTemporaryLoopAs("a", file); }), invalid) << name;
+    const auto named = [&](const char* name) {
+        return rig.home.path() / name;
+    };
+    writeFile(named("frameless"), 48000, Channels(1));
+    writeBytes(named("text"), "not audio");
+    writeBytes(named("header"), whole.substr(0, 40));
+    fs::create_directory(named("folder"));
+    for (const char* name : {"frameless", "text", "header", "folder", "missing"}) {
+        const bool isThere = fs::exists(named(name));
+        const QUrl file = urlOf(named(name));
+        EXPECT_EQ(loopErrorOf([&] { Files::saveTemporaryLoopAs("a", file); }),
+                  isThere ? "Invalid or corrupted audio file" : "Loop file not found")
+            << name;
         EXPECT_FALSE(Files::validateLoopFile(file)) << name;
+        if (isThere) {
+            EXPECT_THROW(Files::getLoopMetadata(file), LoopError) << name;
+        } else {
+            EXPECT_THROW(Files::getLoopMetadata(file), std::system_error);
+        }
     }
-    const QUrl missing = urlOf(rig.home.path() / "missing.wav");
-    EXPECT_EQ(loopErrorOf([&] { Files::saveTemporaryLoopAs("a", missing); }),
-              "Loop file not found");
-    EXPECT_THROW(Files::getLoopMetadata(missing), std::system_error);
-    EXPECT_FALSE(Files::validateLoopFile(missing));
     EXPECT_TRUE(rig.files().empty());
-
-    const auto half = Files::getLoopMetadata(urlOf(rig.home.path() / "half.wav"));
-    EXPECT_NEAR(half.duration, 0.125, 0.001) << "what is left of it can be played";
+    writeBytes(named("half"), whole.substr(0, whole.size() / 2));
+    EXPECT_NEAR(Files::getLoopMetadata(urlOf(named("half"))).duration, 0.125, 0.001)
+        << "what is left of it can be played";
 }
 
 TEST(LoopFileManagerTest, ChecksThatFileAndReserveFit) {
@@ -227,16 +235,4 @@ TEST(LoopFileManagerTest, RecordsLeadNowhereButIntoTheFolder) {
     EXPECT_FALSE(fs::exists(target));
     EXPECT_EQ(readFile(rig.take), rig.samples);
     EXPECT_EQ(readFile(rig.folder / "sub" / "a.wav"), rig.samples);
-}
-
-TEST(LoopFileManagerTest, DeletesAFileOrSaysWhyNot) {
-    const FilesRig rig;
-    const SavedLoop loop = rig.save("Beat");
-    Files::deleteLoopFile(loop);
-    EXPECT_TRUE(rig.files().empty());
-    EXPECT_EQ(loopErrorOf([&] { Files::deleteLoopFile(loop); }), "Loop file not found");
-    fs::create_directories(rig.folder / "Beat.wav" / "kept");
-    EXPECT_EQ(loopErrorOf([&] { Files::deleteLoopFile(loop); }).left(43),
-              "Failed to save loop: Failed to delete file:");
-    EXPECT_TRUE(fs::exists(rig.folder / "Beat.wav" / "kept"));
 }

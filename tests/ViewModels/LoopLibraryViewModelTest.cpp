@@ -2,14 +2,13 @@
 
 #include "Audio/LoopPreviewEngine.h"
 #include "Models/LibraryRig.h"
-#include "ViewModels/LoopListModel.h"
+#include "ViewModels/Library/LoopListModel.h"
 
 #include <QAbstractItemModelTester>
 
 namespace tessivo::test {
 namespace {
 
-using Order = LoopLibraryViewModel::SortOrder;
 using Names = std::vector<QString>;
 
 // A loop of the folder with a length that only its record has.
@@ -50,7 +49,7 @@ struct BrowserRig : LibraryRig {
         model->setSearchText(text);
         return names();
     }
-    Names inOrder(Order order) const {
+    Names inOrder(SortOrder order) const {
         model->setSortOrder(order);
         return names();
     }
@@ -101,17 +100,17 @@ TEST(LoopLibraryViewModelTest, SixOrdersKeepEqualRecordsNewestFirst) {
     const SavedLoop alike = lasting(rig.loop("ahorn", 1, "5.wav"), 3.0);
     rig.open({oldest, newest, alike, older, newer});
     using Loops = std::vector<SavedLoop>;
-    const std::vector<std::pair<Order, Loops>> cases{
-        {Order::dateDescending, {newest, newer, older, oldest, alike}},
-        {Order::dateAscending, {oldest, alike, older, newer, newest}},
-        {Order::nameAscending, {alike, oldest, newer, newest, older}},
-        {Order::nameDescending, {newest, older, newer, oldest, alike}},
-        {Order::durationAscending, {newer, newest, older, oldest, alike}},
-        {Order::durationDescending, {alike, newest, older, oldest, newer}},
+    const std::vector<std::pair<SortOrder, Loops>> cases{
+        {SortOrder::dateDescending, {newest, newer, older, oldest, alike}},
+        {SortOrder::dateAscending, {oldest, alike, older, newer, newest}},
+        {SortOrder::nameAscending, {alike, oldest, newer, newest, older}},
+        {SortOrder::nameDescending, {newest, older, newer, oldest, alike}},
+        {SortOrder::durationAscending, {newer, newest, older, oldest, alike}},
+        {SortOrder::durationDescending, {alike, newest, older, oldest, newer}},
     };
     const QVariantList choices = LoopLibraryViewModel::sortOrders();
     ASSERT_EQ(choices.size(), 6);
-    EXPECT_EQ(rig.model->sortOrder(), Order::dateDescending);
+    EXPECT_EQ(rig.model->sortOrder(), SortOrder::dateDescending);
     for (std::size_t i = 0; i < cases.size(); ++i) {
         const auto& [order, loops] = cases[i];
         const QVariantMap choice = choices[static_cast<qsizetype>(i)].toMap();
@@ -120,86 +119,51 @@ TEST(LoopLibraryViewModelTest, SixOrdersKeepEqualRecordsNewestFirst) {
         rig.inOrder(order);
         EXPECT_EQ(rig.model->filteredAndSortedLoops(), loops) << i;
     }
-    EXPECT_EQ(choices[3].toMap()["label"].toString().toStdString(), "Name Z-A");
     EXPECT_EQ(LoopLibraryViewModel::sortOrder("name a-z"), std::nullopt);
     rig.found("s");
-    EXPECT_EQ(rig.inOrder(Order::dateAscending), (Names{"same", "same"}));
-}
-
-TEST(LoopLibraryViewModelTest, SummaryCountsTheWholeLibrary) {
-    BrowserRig rig;
-    rig.open();
-    EXPECT_TRUE(rig.model->isEmpty());
-    EXPECT_EQ(rig.model->libraryStats().toStdString(), "0 loops \u2022 Zero KB");
-    const SavedLoop one = rig.loop("One", 1);
-    rig.model->loopLibrary().saveLoop(one);
-    EXPECT_FALSE(rig.model->isEmpty());
-    EXPECT_EQ(rig.model->libraryStats().toStdString(), "1 loop \u2022 4 KB");
-    EXPECT_EQ(rig.found("two"), Names());
+    EXPECT_EQ(rig.inOrder(SortOrder::dateAscending), (Names{"same", "same"}));
 }
 
 TEST(LoopLibraryViewModelTest, RenameAppliesOnceAndTellsWhyNot) {
     BrowserRig rig;
     rig.open({rig.loop("Beat", 2), rig.loop("Pad", 1)});
     rig.model->confirmRename(); // nothing is selected
-    rig.model->renameLoop(rig.at(0));
-    EXPECT_TRUE(rig.model->showingRenameDialog());
-    EXPECT_EQ(rig.model->newLoopName(), QString("Beat"));
-    EXPECT_EQ(rig.model->selectedLoopName(), QString("Beat"));
-
-    const auto expectRefused = [&](const QString& name, const QString& message) {
+    const auto rename = [&](const SavedLoop& loop, const QString& name) {
+        rig.model->renameLoop(loop);
+        EXPECT_EQ(rig.model->newLoopName(), loop.name());
         rig.model->setNewLoopName(name);
         rig.model->confirmRename();
-        EXPECT_EQ(rig.takeAlert(), message);
-        EXPECT_TRUE(rig.model->showingRenameDialog());
-        EXPECT_EQ(rig.model->newLoopName(), name);
-        EXPECT_EQ(rig.model->selectedLoopName(), QString("Beat"));
-        EXPECT_EQ(rig.names(), (Names{"Beat", "Pad"}));
+        return rig.takeAlert();
     };
-    expectRefused("  \n ", "Loop name cannot be empty");
-    expectRefused(" Pad", "Failed to rename loop: A loop with this name already exists");
-
-    rig.model->setNewLoopName("  Drums\n");
-    rig.model->confirmRename();
+    EXPECT_EQ(rename(rig.at(0), "  \n "), QString("Loop name cannot be empty"));
+    EXPECT_TRUE(rig.model->showingRenameDialog());
+    EXPECT_EQ(rig.model->newLoopName(), QString("  \n "));
+    EXPECT_EQ(rename(rig.at(0), "  Drums\n"), QString());
     rig.model->confirmRename(); // pressed twice
     EXPECT_EQ(rig.takeAlert(), QString());
-    EXPECT_FALSE(rig.model->showingRenameDialog());
-    EXPECT_FALSE(rig.model->selectedLoop());
-    EXPECT_EQ(rig.model->newLoopName(), QString());
+    EXPECT_FALSE(rig.model->showingRenameDialog() || rig.model->selectedLoop());
     EXPECT_EQ(rig.names(), (Names{"Drums", "Pad"}));
     settle();
     EXPECT_EQ(rig.read().front().name(), QString("Drums"));
-
-    const SavedLoop stranger("Gone", "gone.wav", SecondsSince2001(1), 1.0, 1);
-    rig.model->renameLoop(stranger);
-    rig.model->confirmRename();
-    EXPECT_EQ(rig.takeAlert(), QString("Failed to rename loop: Loop file not found"));
+    EXPECT_EQ(rename(SavedLoop("Gone", "gone.wav", SecondsSince2001(1), 1.0, 1), "Here"),
+              QString("Failed to rename loop: Loop file not found"));
 }
 
-TEST(LoopLibraryViewModelTest, DeleteAppliesOnceAndKeepsARecordWhoseFileIsMissing) {
+TEST(LoopLibraryViewModelTest, DeleteAppliesOnceAndEndsThePreview) {
     BrowserRig rig;
     rig.open({rig.loop("Beat", 2), rig.loop("Pad", 1)});
-    rig.model->confirmDelete();
+    rig.model->confirmDelete(); // nothing is selected
     rig.model->previewLoop(rig.at(1));
     rig.model->deleteLoop(rig.at(1));
-    EXPECT_TRUE(rig.model->showingDeleteConfirmation());
     EXPECT_TRUE(rig.model->previewEngine()->isPlaying());
-    EXPECT_EQ(rig.model->selectedLoopName(), QString("Pad"));
     rig.model->confirmDelete();
     rig.model->confirmDelete(); // pressed twice
     EXPECT_EQ(rig.takeAlert(), QString());
     EXPECT_FALSE(rig.model->showingDeleteConfirmation());
     EXPECT_EQ(rig.names(), Names{"Beat"});
+    EXPECT_EQ(rig.model->libraryStats().toStdString(), "1 loop \u2022 4 KB");
     EXPECT_FALSE(rig.model->previewEngine()->isPlaying());
     EXPECT_FALSE(std::filesystem::exists(rig.folder / "Pad.wav"));
-
-    std::filesystem::remove(rig.folder / "Beat.wav");
-    rig.model->deleteLoop(rig.at(0));
-    rig.model->confirmDelete();
-    EXPECT_EQ(rig.takeAlert(), QString("Failed to delete loop: Loop file not found"));
-    EXPECT_TRUE(rig.model->showingDeleteConfirmation());
-    EXPECT_EQ(rig.model->selectedLoopName(), QString("Beat"));
-    EXPECT_EQ(rig.names(), Names{"Beat"});
 }
 
 TEST(LoopLibraryViewModelTest, TheMarkerStaysWithTheLoopThatPlays) {
@@ -213,8 +177,8 @@ TEST(LoopLibraryViewModelTest, TheMarkerStaysWithTheLoopThatPlays) {
 
     // Renamed while it plays: another record, the same row.
     const QPersistentModelIndex row = rig.model->loops()->index(1, 0);
-    rig.model->setSortOrder(Order::nameAscending);
-    rig.model->setSortOrder(Order::dateDescending);
+    rig.model->setSortOrder(SortOrder::nameAscending);
+    rig.model->setSortOrder(SortOrder::dateDescending);
     rig.model->renameLoop(pad);
     rig.model->setNewLoopName("A drum");
     rig.model->confirmRename();
@@ -234,13 +198,6 @@ TEST(LoopLibraryViewModelTest, TheMarkerStaysWithTheLoopThatPlays) {
     rig.model->previewLoop(rig.at(0));
     EXPECT_TRUE(rig.isMarked(0));
     EXPECT_FALSE(rig.isMarked(1));
-    rig.model->stopPreview();
-    EXPECT_FALSE(rig.isMarked(0));
-    rig.model->previewLoop(rig.at(1));
-    EXPECT_TRUE(rig.isMarked(1));
-
-    rig.model->setPreviewVolume(7.0F);
-    EXPECT_EQ(rig.model->previewEngine()->previewVolume(), 1.0F);
     EXPECT_EQ(rig.takeAlert(), QString());
     writeBytes(rig.folder / "Vibe.wav", "no sound");
     rig.model->previewLoop(rig.at(2));
@@ -275,16 +232,6 @@ TEST(LoopLibraryViewModelTest, ACorruptedLibraryIsToldInATurnOfItsOwn) {
     settle();
     EXPECT_TRUE(failed);
     EXPECT_TRUE(rig.model->showingError());
-
-    // A model that is gone by the time of the turn is not called.
-    writeBytes(rig.metadata, "{");
-    failed = false;
-    rig.model->clearError();
-    rig.model->refreshLibrary();
-    ASSERT_TRUE(runUntil([&] { return failed; }));
-    rig.tester.reset();
-    rig.model.reset();
-    settle();
 }
 
 TEST(LoopLibraryViewModelTest, WhatAPersonChangedInTheFileIsShownAfterRefresh) {
@@ -292,20 +239,14 @@ TEST(LoopLibraryViewModelTest, WhatAPersonChangedInTheFileIsShownAfterRefresh) {
     const SavedLoop beat = rig.loop("Beat", 3);
     const SavedLoop pad = rig.loop("Pad", 2);
     rig.open({beat, pad});
-    EXPECT_EQ(rig.inOrder(Order::nameAscending), (Names{"Beat", "Pad"}));
+    EXPECT_EQ(rig.inOrder(SortOrder::nameAscending), (Names{"Beat", "Pad"}));
     const QPersistentModelIndex row = rig.model->loops()->index(1, 0);
     // The same file under another name and id, the same id twice, and a loop without audio.
     const SavedLoop gone("Gone", "gone.wav", SecondsSince2001(9), 1.0, 1);
     rig.write({SavedLoop("Zither", pad.filename(), pad.createdDate(), 1.0, 7), beat, beat, gone,
                rig.loop("New", 1)});
-    bool isLoadingWasTold = false;
-    QObject::connect(rig.model.get(), &LoopLibraryViewModel::isLoadingChanged, rig.model.get(),
-                     [&] { isLoadingWasTold = true; });
     rig.model->refreshLibrary();
-    EXPECT_TRUE(isLoadingWasTold);
-    EXPECT_TRUE(rig.model->isLoading());
     settle();
-    EXPECT_FALSE(rig.model->isLoading());
     EXPECT_EQ(rig.names(), (Names{"Beat", "Beat", "New", "Zither"}));
     EXPECT_EQ(row.row(), 3);
     EXPECT_EQ(rig.found("zi"), Names{"Zither"});
@@ -323,7 +264,7 @@ TEST(LoopLibraryViewModelTest, WhatIsTypedBeforeTheKeysAreReadyFindsTheSame) {
     std::vector<SavedLoop> early;
     QObject::connect(model.get(), &LoopLibraryViewModel::libraryStatsChanged, model.get(), [&] {
         model->setSearchText("loop 29");
-        model->setSortOrder(Order::nameDescending);
+        model->setSortOrder(SortOrder::nameDescending);
         early = model->filteredAndSortedLoops();
     });
     ASSERT_TRUE(runUntil([&] { return !early.empty(); }));
@@ -332,12 +273,6 @@ TEST(LoopLibraryViewModelTest, WhatIsTypedBeforeTheKeysAreReadyFindsTheSame) {
     EXPECT_EQ(early.back().name(), QString("Loop 29"));
     settle();
     EXPECT_EQ(model->filteredAndSortedLoops(), early);
-    // All last equally long.
-    model->clearSearch();
-    for (const auto order : {Order::durationAscending, Order::durationDescending}) {
-        model->setSortOrder(order);
-        EXPECT_EQ(model->filteredAndSortedLoops(), model->loopLibrary().savedLoops());
-    }
     // The keys of these names come to nobody.
     model->refreshLibrary();
     runPosted();

@@ -46,9 +46,7 @@ TEST(SimpleLooperViewModelTest, TakeComesAndGoesInTheStateAfterTheCommands) {
 
 TEST(SimpleLooperViewModelTest, TakeEndedByRecordPlaysATenthOfASecondLater) {
     LooperRig rig;
-    const Lines lines = rig.lines.take();
-    EXPECT_EQ(lines[lines.size() - 2], "🎛️ [ENGINE] Audio engine started successfully");
-    EXPECT_EQ(lines.back(), "🎛️ [ENGINE] Input monitoring disabled");
+    EXPECT_EQ(rig.lines.take().back(), "🎛️ [ENGINE] Input monitoring disabled");
     rig.record();
     rig.feed(Channels(2, noise(7001, 1)));
     rig.transportLines();
@@ -119,8 +117,6 @@ TEST(SimpleLooperViewModelTest, FailuresLeaveTheStateAlone) {
     LooperRig rig;
     rig.makeTake();
     const QUrl url = rig.state->fileURL();
-    std::filesystem::remove(pathOf(url));
-    rig.expectPlayFails();
     std::ofstream(pathOf(url)) << "not a wave";
     rig.expectPlayFails();
 

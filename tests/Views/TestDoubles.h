@@ -1,6 +1,5 @@
 #pragma once
 
-#include "Audio/LoopPreviewEngine.h"
 #include "Audio/MIDIManager.h"
 #include "Models/LibraryMetadata.h"
 #include "Models/MIDIConfiguration.h"
@@ -9,8 +8,7 @@
 #include "Platform/System/LogLine.h"
 #include "Platform/System/MainQueue.h"
 #include "Utils/LoopFileManager.h"
-#include "ViewModels/LoopLibraryViewModel.h"
-#include "ViewModels/SimpleLooperViewModel.h"
+#include "ViewModels/Main/ViewModelFactory.h"
 #include "support/OfflineRig.h"
 #include "support/VirtualMidi.h"
 
@@ -135,27 +133,21 @@ public:
         return names;
     }
 
-    // A library of those loops, each a day older than the one before, with audio of one second.
-    Q_INVOKABLE void fill(const QStringList& names) {
+    // A library of those loops, each a day older than the one before, with audio of one second,
+    // each in a file of its own or all in one.
+    Q_INVOKABLE void fill(const QStringList& names, bool oneFile = false) {
         clear();
         std::vector<SavedLoop> loops;
         for (const QString& name : names) {
-            const QString file = fileOf(loops.size());
+            const QString file = fileOf(oneFile ? 0 : loops.size());
             const auto age = std::chrono::hours(24) * loops.size();
+            if (!oneFile || loops.empty())
+                writeOneSecond(file);
             loops.emplace_back(name, file, secondsSince2001Now() - age, 5.0, 16'044);
-            writeOneSecond(file);
         }
-        writeLibrary(loops);
-    }
-    // A library of that many loops, all of one file.
-    Q_INVOKABLE void fillWith(int count) {
-        fill({});
-        writeOneSecond(fileOf(0));
-        std::vector<SavedLoop> loops;
-        for (int i = 0; i < count; ++i)
-            loops.emplace_back(QStringLiteral("Loop %1").arg(i), fileOf(0),
-                               SecondsSince2001(count - i), 1.0, 16'044);
-        writeLibrary(loops);
+        QFile file(LoopFileManager::libraryMetadataURL().toLocalFile());
+        QVERIFY(file.open(QIODevice::WriteOnly));
+        file.write(LibraryMetadata::encode(loops));
     }
     Q_INVOKABLE void removeFileOf(int loop) {
         QVERIFY(QFile::remove(pathOf(fileOf(static_cast<std::size_t>(loop)))));
@@ -199,25 +191,27 @@ private:
         test::writeFile(pathOf(file).toStdString(), 4000,
                         {test::noise(4000, static_cast<unsigned>(qHash(file)))});
     }
-    static void writeLibrary(const std::vector<SavedLoop>& loops) {
-        QFile file(LoopFileManager::libraryMetadataURL().toLocalFile());
-        QVERIFY(file.open(QIODevice::WriteOnly));
-        file.write(LibraryMetadata::encode(loops));
-    }
-
     static QString location() { return pathOf(kName); }
 };
 
-// The browser's model on a machine with a speaker, at which time stands still.
-class LibraryWithSound : public LoopLibraryViewModel {
+// A machine with a microphone and a speaker, for which no time passes.
+class Machine : public QObject {
     Q_OBJECT
     QML_ELEMENT
+    QML_SINGLETON
+    Q_PROPERTY(tessivo::ViewModelFactory* viewModels READ viewModels CONSTANT)
 
 public:
-    explicit LibraryWithSound(QObject* parent = nullptr)
-        : LoopLibraryViewModel(std::make_unique<LoopPreviewEngine>(
-                                   std::make_unique<sound::OfflineDevice>(test::formats(0))),
-                               parent) {}
+    using QObject::QObject;
+
+    ViewModelFactory* viewModels() { return &viewModels_; }
+
+private:
+    ViewModelFactory viewModels_{
+        [] { return std::make_unique<sound::OfflineDevice>(test::formats(2)); },
+        [] {
+            return std::make_unique<sound::OfflineDevice>(test::formats(0));
+        }};
 };
 
 // A save that a test can hold up.
@@ -263,12 +257,12 @@ public:
     using QObject::QObject;
 
     // Before anybody asks for the manager.
-    static void install() { midi::MidiSystem::setShared(system()); }
+    static void install() { MIDIManager::setSharedSystem(system()); }
 
     Q_INVOKABLE void plugIn(const QString& name) { system()->addSource(name.toStdString()); }
     Q_INVOKABLE void unplugAll() {
-        while (system()->sourceCount() > 0)
-            system()->removeSource(system()->source(0));
+        for (const midi::Source& source : system()->sources())
+            system()->removeSource(source.reference);
     }
     Q_INVOKABLE bool play(int note) {
         return system()->send(system()->connected(), {0x90, static_cast<std::uint8_t>(note), 100});
@@ -276,8 +270,9 @@ public:
     // How often one was connected, so far.
     Q_INVOKABLE uint connections() { return system()->connections(); }
     Q_INVOKABLE int connectedIndex() {
-        for (std::size_t i = 0; i < system()->sourceCount(); ++i) {
-            if (system()->source(i) == system()->connected())
+        const auto sources = system()->sources();
+        for (std::size_t i = 0; i < sources.size(); ++i) {
+            if (sources[i].reference == system()->connected())
                 return static_cast<int>(i);
         }
         return -1;

@@ -5,6 +5,7 @@
 #include <QtQuickTest>
 
 Q_IMPORT_QML_PLUGIN(TessivoPlugin)
+Q_IMPORT_QML_PLUGIN(Tessivo_StylePlugin)
 
 int main(int argc, char* argv[]) {
     tessivo::Controllers::install();

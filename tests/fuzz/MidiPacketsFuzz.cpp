@@ -19,10 +19,11 @@ namespace {
 // Hands packets to its client's handler without a thread between them.
 class DirectMidi : public midi::VirtualMidi {
 public:
-    midi::Status createInputPort(midi::ClientRef client, const std::string& name,
-                                 midi::PacketHandler handler, midi::PortRef& port) override {
+    std::unique_ptr<midi::MidiInput> openInput(const std::string& clientName,
+                                               const std::string& portName,
+                                               midi::PacketHandler handler) override {
         handler_ = std::move(handler);
-        return VirtualMidi::createInputPort(client, name, {}, port);
+        return VirtualMidi::openInput(clientName, portName, {});
     }
 
     void deliver(midi::PacketList packets) const { handler_(packets); }
@@ -49,8 +50,8 @@ struct Listener {
 
 } // namespace
 
-// Whatever a server's buffer holds, the packets found in it are pieces of it, one behind the
-// other, and of these exactly those that begin with a note-on are taken for notes.
+// Whatever a server's buffer contains, the packets read from it are consecutive parts of it, and
+// exactly those that begin with a note-on are taken for notes.
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     static auto& listener = *new Listener; // beyond the end of the process's statics
     midi::PacketQueue& queue = listener.queue;

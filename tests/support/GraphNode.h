@@ -14,9 +14,9 @@ struct spa_pod;
 
 namespace tessivo::test {
 
-// A node of a test's own in the server's graph, which works inside the graph's cycle with the
-// priority of an audio thread: otherwise a busy machine would make it miss what is there. Its
-// constructor throws std::runtime_error when there is no server that takes it.
+// A test's own node in the server's graph. It is processed within the graph's cycles, on an audio
+// thread, so that a busy machine does not make it lose samples or notes. The constructor throws
+// std::runtime_error when there is no server that accepts it.
 class GraphNode {
 public:
     using Properties = std::map<std::string, std::string>;
@@ -25,15 +25,15 @@ public:
     GraphNode& operator=(const GraphNode&) = delete;
 
 protected:
-    // The replacements go before our properties.
+    // The replacements override our properties.
     GraphNode(const std::string& name, Properties properties, const Properties& replacements = {});
     virtual ~GraphNode();
 
-    // Before start(). Returns the port's own memory, so many bytes of zeros.
+    // Before start(). Returns the port's user data: size bytes, zeroed.
     void* addPort(bool isOutput, std::size_t size, Properties properties,
                   const Properties& replacements = {}, const spa_pod* buffers = nullptr);
-    // At the end of the constructor of what overrides process(), and at the start of its
-    // destructor.
+    // A class that overrides process() calls start() at the end of its constructor and stop() at
+    // the start of its destructor.
     void start();
     void stop();
 

@@ -10,8 +10,8 @@
 
 namespace tessivo::test {
 
-// Samples that say where they come from: channel and frame number can be read off each one,
-// exactly, after any path that is bit-exact. Frame 0 of channel 0 is not silence.
+// Samples that identify themselves: channel and frame number can be computed from each one after
+// any path that is bit-exact. Frame 0 of channel 0 is not silence.
 struct Mark {
     static constexpr std::int64_t kFrames = 1 << 20; // then they start again
     static float sample(std::size_t channel, std::int64_t frame);
@@ -20,9 +20,8 @@ struct Mark {
     static bool isExact(float sample);
 };
 
-// A node of the graph with ports "out_0" ..., which emit the marks of their channels, and
-// ports "in_0" ..., which are recorded from the first cycle on. It works inside the graph's
-// cycle and therefore exactly, and it is linked by hand.
+// A node with ports "out_0" ..., which send the marks of their channels, and ports "in_0" ...,
+// which are recorded from the first cycle on, without loss. The test links it.
 class GraphProbe final : public GraphNode {
 public:
     GraphProbe(const std::string& name, std::size_t outputs, std::size_t inputs,

@@ -14,9 +14,8 @@
 
 namespace tessivo::test {
 
-// A controller: a node of the graph with one output port for MIDI, "out_0" unless its
-// properties say otherwise. What it is to send waits until somebody is linked to it. Called by
-// one thread, and destroyed at any time; a server that went away takes it along.
+// A controller: a node with one MIDI output port, "out_0" unless its properties say otherwise.
+// Packets are kept until its port is linked. Used by one thread. It does not survive its server.
 class MidiSender final : public GraphNode {
 public:
     using Packet = std::vector<std::uint8_t>;
@@ -24,7 +23,7 @@ public:
 
     struct Identity {
         std::string name = "keys"; // of the node
-        // A description, a class, whatever else; they replace ours.
+        // They override ours.
         Properties nodeProperties = {};
         Properties portProperties = {};
     };
@@ -36,17 +35,16 @@ public:
         : MidiSender(Identity{name}) {}
     ~MidiSender() override;
 
-    // These leave together, in the next cycle that has none from an earlier call. Returns how
-    // many cycles were asked for so far, this one included.
+    // Sends these together, in the next cycle that is free. Returns the cycle's number, from 1.
     std::size_t send(std::vector<Packet> packets);
     // A note-on.
     std::size_t play(std::uint8_t note) { return send({{0x90, note, 100}}); }
 
-    std::size_t sent() const { return sent_; } // of those cycles
-    // When the graph asked for the cycle with that number, from 1 on; none if it did not yet.
+    std::size_t sent() const { return sent_; } // cycles
+    // When the graph processed the cycle of that number; none before that.
     std::optional<Clock::time_point> sentAt(std::size_t number) const;
 
-    // From now on so many note-ons a second, spread evenly: these notes again and again.
+    // Sends so many note-ons a second, spread evenly, and repeats the notes.
     void flood(unsigned perSecond, std::vector<std::uint8_t> notes);
     void endFlood() { flood_ = nullptr; }
     // Notes of the floods so far, the next of which is notes[flooded() % notes.size()].
@@ -65,14 +63,14 @@ private:
 
     void* port_ = nullptr;
 
-    std::deque<Cycle> cycles_; // all of them: the callback frees nothing
+    std::deque<Cycle> cycles_; // all: the callback must not free one
     SpscQueue<Cycle*> queue_{4096};
     std::atomic<std::size_t> sent_{0};
 
     std::deque<Flood> floods_;
     std::atomic<const Flood*> flood_{nullptr};
     std::atomic<std::uint64_t> flooded_{0};
-    // The callback's own: the flood that goes on, its frames, and its notes before them.
+    // The callback's own: the current flood, and its frames and notes so far.
     const Flood* current_ = nullptr;
     std::uint64_t floodFrames_ = 0;
     std::uint64_t floodNotes_ = 0;

@@ -6,8 +6,8 @@
 
 namespace tessivo::sound {
 
-// A device that is turned by hand: deterministic and as fast as the processor. turn() plays
-// the part of the audio callback; everything else is as with a real device.
+// A device whose cycles are run by a test: deterministic and as fast as the processor. turn() is
+// the audio callback; everything else is as with a real device.
 class OfflineDevice final : public AudioDevice {
 public:
     explicit OfflineDevice(Formats formats);

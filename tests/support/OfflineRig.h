@@ -1,17 +1,20 @@
 #pragma once
 
 #include "Platform/Sound/AudioEngine.h"
+#include "Platform/Sound/File/AudioFile.h"
 #include "support/Basics.h"
 #include "support/OfflineDevice.h"
 
 #include <algorithm>
 #include <bit>
 #include <chrono>
+#include <cmath>
 #include <cstdint>
 #include <deque>
 #include <filesystem>
 #include <functional>
 #include <mutex>
+#include <numbers>
 #include <random>
 #include <string>
 #include <vector>
@@ -111,6 +114,27 @@ inline void append(Channels& to, const Channels& from) {
     for (std::size_t c = 0; c < from.size(); ++c) {
         to[c].insert(to[c].end(), from[c].begin(), from[c].end());
     }
+}
+
+// A sine of 1000 Hz, and how far samples are from it at worst between those frames.
+inline float sineAt(std::size_t frame, double rate) {
+    return static_cast<float>(
+        std::sin(2.0 * std::numbers::pi * 1000.0 * static_cast<double>(frame) / rate));
+}
+inline std::vector<float> sine(std::size_t frames, double rate) {
+    std::vector<float> samples(frames);
+    for (std::size_t i = 0; i < frames; ++i) {
+        samples[i] = sineAt(i, rate);
+    }
+    return samples;
+}
+inline float worstError(const std::vector<float>& samples, double rate, std::size_t from,
+                        std::size_t to) {
+    float worst = 0.0F;
+    for (std::size_t i = from; i < to; ++i) {
+        worst = std::max(worst, std::abs(samples[i] - sineAt(i, rate)));
+    }
+    return worst;
 }
 
 // Index of the first sample whose bits differ, or -1.

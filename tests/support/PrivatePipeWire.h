@@ -13,9 +13,8 @@ namespace tessivo::test {
 std::string runProgram(const std::vector<std::string>& command,
                        std::chrono::milliseconds limit = std::chrono::seconds(15));
 
-// What one of our scripts runs in the background, found by this process and by what it starts
-// through the variables that the script sets. It ends with this object, and also when the test
-// crashes.
+// A background process that one of our scripts starts. Its environment variables are set in this
+// process. It ends with this object, and also when the test crashes.
 class ScriptedServer {
 public:
     ScriptedServer(std::string path, const std::vector<std::string>& options);
@@ -32,9 +31,9 @@ private:
     std::string path_;
 };
 
-// A sound server of the test's own with a virtual speaker ("speaker") and a virtual
-// microphone ("mic"). While it lives, the environment of this process leads clients to it.
-// Everything is bounded in time and throws std::runtime_error when it does not come about.
+// A private sound server with a virtual speaker ("speaker") and a virtual microphone ("mic").
+// While it exists, this process's environment makes clients use it. All functions are bounded in
+// time and throw std::runtime_error when they fail.
 class PrivatePipeWire : public ScriptedServer {
 public:
     // The options of scripts/virtual-sound.sh.

@@ -3,17 +3,69 @@
 #include <algorithm>
 #include <cerrno>
 #include <chrono>
+#include <system_error>
 #include <utility>
 
 namespace tessivo::midi {
 
-EndpointRef VirtualMidi::addSource(std::optional<std::string> name) {
+namespace {
+
+void failWith(int error) {
+    if (error != 0) {
+        throw std::system_error(error, std::system_category());
+    }
+}
+
+} // namespace
+
+class VirtualMidi::Observer final : public SourceObserver {
+public:
+    explicit Observer(VirtualMidi& system)
+        : system_(system) {}
+    ~Observer() override {
+        system_.observed_ = false;
+        system_.thread_.setSetupHandler({});
+    }
+
+private:
+    VirtualMidi& system_;
+};
+
+class VirtualMidi::Input final : public MidiInput {
+public:
+    explicit Input(VirtualMidi& system)
+        : system_(system) {}
+    ~Input() override {
+        disconnect();
+        system_.open_ = false;
+        system_.thread_.setPacketHandler({});
+    }
+    void connect(SourceRef source) override {
+        failWith(std::exchange(system_.failConnect, 0));
+        const bool isThere =
+            std::any_of(system_.sources_.begin(), system_.sources_.end(),
+                        [source](const Source& s) { return s.reference == source; });
+        failWith(isThere ? 0 : ENOENT);
+        system_.connected_ = source;
+        ++system_.connections_;
+        system_.thread_.setListening(true);
+    }
+    void disconnect() override {
+        system_.connected_ = 0;
+        system_.thread_.setListening(false);
+    }
+
+private:
+    VirtualMidi& system_;
+};
+
+SourceRef VirtualMidi::addSource(std::optional<std::string> name) {
     sources_.push_back({++lastReference_, std::move(name)});
     thread_.notify(SetupChange::objectAdded);
     return sources_.back().reference;
 }
 
-void VirtualMidi::removeSource(EndpointRef source) {
+void VirtualMidi::removeSource(SourceRef source) {
     if (connected_ == source) {
         connected_ = 0;
     }
@@ -21,7 +73,7 @@ void VirtualMidi::removeSource(EndpointRef source) {
     thread_.notify(SetupChange::objectRemoved);
 }
 
-bool VirtualMidi::send(EndpointRef source, std::span<const std::vector<std::uint8_t>> packets) {
+bool VirtualMidi::send(SourceRef source, std::span<const std::vector<std::uint8_t>> packets) {
     if (connected_ != source) {
         return false;
     }
@@ -35,95 +87,26 @@ bool VirtualMidi::send(EndpointRef source, std::span<const std::vector<std::uint
     return all;
 }
 
-bool VirtualMidi::send(EndpointRef source, std::vector<std::uint8_t> packet) {
+bool VirtualMidi::send(SourceRef source, std::vector<std::uint8_t> packet) {
     return send(source, std::span(&packet, 1));
 }
 
-Status VirtualMidi::createClient(const std::string& /*name*/, SetupHandler handler,
-                                 ClientRef& client) {
-    client = 0;
-    if (const Status status = std::exchange(failClient, 0); status != 0) {
-        return status;
-    }
-    if (client_ != 0) {
-        return -EBUSY;
-    }
+std::unique_ptr<SourceObserver> VirtualMidi::observeSources(SetupHandler handler) {
+    failWith(std::exchange(failObserve, 0));
+    failWith(observed_ ? EBUSY : 0);
+    observed_ = true;
     thread_.setSetupHandler(std::move(handler));
-    client = client_ = ++lastReference_;
-    return 0;
+    return std::make_unique<Observer>(*this);
 }
 
-Status VirtualMidi::createInputPort(ClientRef client, const std::string& /*name*/,
-                                    PacketHandler handler, PortRef& port) {
-    port = 0;
-    if (const Status status = std::exchange(failPort, 0); status != 0) {
-        return status;
-    }
-    if (client == 0 || client != client_) {
-        return -EINVAL;
-    }
-    if (port_ != 0) {
-        return -EBUSY;
-    }
+std::unique_ptr<MidiInput> VirtualMidi::openInput(const std::string& /*clientName*/,
+                                                  const std::string& /*portName*/,
+                                                  PacketHandler handler) {
+    failWith(std::exchange(failOpen, 0));
+    failWith(open_ ? EBUSY : 0);
+    open_ = true;
     thread_.setPacketHandler(std::move(handler));
-    port = port_ = ++lastReference_;
-    return 0;
-}
-
-void VirtualMidi::disposePort(PortRef port) {
-    if (port != 0 && port == port_) {
-        connected_ = 0;
-        port_ = 0;
-        thread_.setListening(false);
-        thread_.setPacketHandler({});
-    }
-}
-
-void VirtualMidi::disposeClient(ClientRef client) {
-    if (client != 0 && client == client_) {
-        disposePort(port_);
-        client_ = 0;
-        thread_.setSetupHandler({});
-    }
-}
-
-Status VirtualMidi::connectSource(PortRef port, EndpointRef source) {
-    if (const Status status = std::exchange(failConnect, 0); status != 0) {
-        return status;
-    }
-    if (port == 0 || port != port_) {
-        return -EINVAL;
-    }
-    if (find(source) == sources_.end()) {
-        return -ENOENT;
-    }
-    connected_ = source;
-    ++connections_;
-    thread_.setListening(true);
-    return 0;
-}
-
-Status VirtualMidi::disconnectSource(PortRef port, EndpointRef source) {
-    if (port == 0 || port != port_ || connected_ != source) {
-        return -EINVAL;
-    }
-    connected_ = 0;
-    thread_.setListening(false);
-    return 0;
-}
-
-EndpointRef VirtualMidi::source(std::size_t index) {
-    return index < sources_.size() ? sources_[index].reference : 0;
-}
-
-std::optional<std::string> VirtualMidi::displayName(EndpointRef source) {
-    const auto found = find(source);
-    return found != sources_.end() ? found->name : std::nullopt;
-}
-
-std::vector<VirtualMidi::Source>::iterator VirtualMidi::find(EndpointRef source) {
-    return std::find_if(sources_.begin(), sources_.end(),
-                        [source](const Source& s) { return s.reference == source; });
+    return std::make_unique<Input>(*this);
 }
 
 } // namespace tessivo::midi

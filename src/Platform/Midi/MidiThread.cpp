@@ -7,13 +7,13 @@ namespace tessivo::midi {
 
 namespace {
 
-// A sixth of what a person hears as late, and no load worth mentioning.
-constexpr std::chrono::milliseconds kLookInterval{1};
+// Inaudible as a delay, and hardly any load.
+constexpr std::chrono::milliseconds kPollInterval{1};
 
-// Packets in one call of the handler: enough for speed, and a notice waits for no more.
+// Packets in one call of the handler. The next notice waits for no more than these.
 constexpr std::size_t kPacketsAtOnce = 256;
 
-// Memory that one long system message needed is not kept for all that follow.
+// A packet's memory is freed when a long system message made it larger than this.
 constexpr std::size_t kKeptBytes = 256;
 
 } // namespace
@@ -66,7 +66,7 @@ void MidiThread::run() {
     };
     while (!quit_) {
         if (listening_) {
-            changed_.wait_for(lock, kLookInterval, isNeeded);
+            changed_.wait_for(lock, kPollInterval, isNeeded);
         } else {
             changed_.wait(lock, [this, &isNeeded] { return isNeeded() || listening_; });
         }

@@ -11,10 +11,9 @@
 
 namespace tessivo::midi {
 
-// The thread on which a MIDI system calls its handlers. Notices come from any thread but the
-// audio callback, through a list; packets come from the audio callback, through the queue. The
-// callback makes no system call, so nobody wakes the thread for a packet: while it listens it
-// looks into the queue every kLookInterval.
+// The thread on which a MIDI system calls its handlers. Packets come from the audio callback
+// through the queue, notices from any other thread through a list. The callback makes no system
+// call and so does not wake the thread: while it listens it polls the queue.
 class MidiThread {
 public:
     MidiThread();
@@ -26,7 +25,7 @@ public:
     void setSetupHandler(SetupHandler handler);
     void setPacketHandler(PacketHandler handler);
 
-    // Whether packets may come. Any thread.
+    // Whether to poll for packets. Any thread.
     void setListening(bool listening);
 
     void notify(SetupChange change); // any thread but the audio callback
@@ -41,7 +40,7 @@ private:
 
     std::mutex mutex_; // of what follows
     std::condition_variable changed_;
-    std::deque<SetupChange> notices_; // one for every device that came or went: few
+    std::deque<SetupChange> notices_; // few: one for each device that comes or goes
     bool listening_ = false;
     bool quit_ = false;
 
@@ -49,11 +48,11 @@ private:
     SetupHandler setupHandler_;
     PacketHandler packetHandler_;
 
-    // The thread's own: the packets of one call, whose memory is used again.
+    // The thread's own: the packets of one call; the memory is reused.
     std::vector<std::vector<std::uint8_t>> bytes_;
     std::vector<Packet> packets_;
 
-    std::thread thread_; // the last, as it uses the others
+    std::thread thread_; // the last member, because it uses the others
 };
 
 } // namespace tessivo::midi

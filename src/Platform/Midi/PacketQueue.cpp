@@ -22,7 +22,7 @@ bool PacketQueue::push(std::uint64_t time, std::span<const std::uint8_t> bytes) 
     const auto length = static_cast<std::uint32_t>(bytes.size());
     const Header header{time, length, 0};
     const auto write = [this, capacity](std::uint32_t at, const void* data, std::uint32_t size) {
-        if (size > 0) { // nothing may be at no address
+        if (size > 0) { // the address of no bytes may be null
             spa_ringbuffer_write_data(&ring_, storage_.data(), capacity, at & (capacity - 1), data,
                                       size);
         }

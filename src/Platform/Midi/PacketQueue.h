@@ -12,21 +12,20 @@
 
 namespace tessivo::midi {
 
-// Room for the packets of one second at the fastest that a test floods us, and for the
-// longest system messages that a controller sends.
+// One second of packets at 50,000 a second, or the longest system messages of a controller.
 inline constexpr std::uint32_t kPacketQueueBytes = 1U << 20U;
 
-// Packets from one writing thread, the audio callback, to one reading thread, in order and
-// whole. A packet that does not fit any more is dropped and counted; nothing waits.
+// Packets from one writing thread, the audio callback, to one reading thread, in order. A packet
+// that does not fit is dropped as a whole and counted; neither side waits.
 class PacketQueue {
 public:
-    // Bytes, a power of two; each packet takes 16 more than its own.
+    // Bytes, rounded up to a power of two; each packet takes 16 more than its own.
     explicit PacketQueue(std::uint32_t capacity = kPacketQueueBytes);
 
     // Writer. False when the packet was dropped.
     bool push(std::uint64_t time, std::span<const std::uint8_t> bytes) TESSIVO_REALTIME;
 
-    // Reader. Replaces the bytes by those of the next packet; false when there is none.
+    // Reader. Replaces time and bytes by those of the next packet; false when there is none.
     bool pop(std::uint64_t& time, std::vector<std::uint8_t>& bytes);
 
     // Any thread.

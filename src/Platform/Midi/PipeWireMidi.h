@@ -1,38 +1,43 @@
 #pragma once
 
 #include "Platform/Midi/MidiSystem.h"
+#include "Platform/Midi/PipeWireInput.h"
+#include "Platform/Midi/SourcePorts.h"
+#include "Platform/PipeWire/Client.h"
 
-#include <memory>
+#include <optional>
 #include <string>
 
 namespace tessivo::midi {
 
-// The MIDI sources of a PipeWire server: the output ports for MIDI of controllers and of other
-// programs, but for the kernel's loop-back port. Connects to the server at the first question
-// about sources or the first client; without one there are no sources, and creating a client
-// fails.
-class PipeWireMidi : public MidiSystem {
+// The MIDI sources of a PipeWire server: the MIDI output ports of controllers and of other
+// programs, except the kernel's loop-back port. Connects to the server when something is first
+// asked of it; without a server there are no sources, and neither an observer nor an input.
+class PipeWireMidi final : public MidiSystem, private pipewire::Client::User {
 public:
-    explicit PipeWireMidi(std::string applicationName);
+    explicit PipeWireMidi(const std::string& applicationName);
     ~PipeWireMidi() override;
     PipeWireMidi(const PipeWireMidi&) = delete;
     PipeWireMidi& operator=(const PipeWireMidi&) = delete;
 
-    Status createClient(const std::string& name, SetupHandler handler, ClientRef& client) override;
-    Status createInputPort(ClientRef client, const std::string& name, PacketHandler handler,
-                           PortRef& port) override;
-    void disposePort(PortRef port) override;
-    void disposeClient(ClientRef client) override;
-    Status connectSource(PortRef port, EndpointRef source) override;
-    Status disconnectSource(PortRef port, EndpointRef source) override;
-    std::size_t sourceCount() override;
-    EndpointRef source(std::size_t index) override;
-    std::optional<std::string> displayName(EndpointRef source) override;
-    std::uint64_t lostPackets() const override;
+    std::unique_ptr<SourceObserver> observeSources(SetupHandler handler) override;
+    std::unique_ptr<MidiInput> openInput(const std::string& clientName, const std::string& portName,
+                                         PacketHandler handler) override;
+    std::vector<Source> sources() override;
+    std::uint64_t lostPackets() const override { return parts_.thread.queue().lost(); }
 
 private:
-    class Impl;
-    std::unique_ptr<Impl> impl_;
+    class Observer;
+
+    void connected(pipewire::Connection& connection) override;
+    void disconnecting() override;
+    bool reconcile() override;
+
+    void reachServer();
+
+    PipeWireMidiParts parts_;
+    bool isObserved_ = false;          // written with the loop locked
+    std::optional<SourcePorts> ports_; // of the connection; loop locked
 };
 
 } // namespace tessivo::midi

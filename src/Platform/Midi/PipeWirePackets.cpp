@@ -12,8 +12,8 @@ namespace tessivo::midi {
 
 namespace {
 
-// Reads a value and moves on behind it; false when the bytes end before.
-template <typename T> bool take(std::span<const std::uint8_t>& bytes, T& value) TESSIVO_REALTIME {
+// Reads a value and removes it from the front; false when there are too few bytes.
+template <typename T> bool read(std::span<const std::uint8_t>& bytes, T& value) TESSIVO_REALTIME {
     if (bytes.size() < sizeof(T)) {
         return false;
     }
@@ -28,13 +28,13 @@ void copyPackets(std::span<const std::uint8_t> buffer, const CycleTime& cycle,
                  PacketQueue& queue) TESSIVO_REALTIME {
     spa_pod sequence{};
     spa_pod_sequence_body body{};
-    if (!take(buffer, sequence) || sequence.type != SPA_TYPE_Sequence) {
+    if (!read(buffer, sequence) || sequence.type != SPA_TYPE_Sequence) {
         return;
     }
-    // A sender with more to say than fits claims a length beyond the end; what is there counts.
+    // A sender whose messages did not fit states a size beyond the end of the buffer.
     std::span<const std::uint8_t> rest =
         buffer.first(std::min<std::size_t>(sequence.size, buffer.size()));
-    if (!take(rest, body)) {
+    if (!read(rest, body)) {
         return;
     }
     struct {
@@ -42,13 +42,13 @@ void copyPackets(std::span<const std::uint8_t> buffer, const CycleTime& cycle,
         std::uint32_t type;
         spa_pod value;
     } control{};
-    while (take(rest, control) && control.value.size <= rest.size()) {
+    while (read(rest, control) && control.value.size <= rest.size()) {
         if (control.type == SPA_CONTROL_Midi) {
             const double delay = control.offset * cycle.frame;
             queue.push(cycle.start + static_cast<std::uint64_t>(delay),
                        rest.first(control.value.size));
         }
-        // Values begin at multiples of eight bytes.
+        // Values are padded to multiples of eight bytes.
         const std::size_t padded = (std::size_t{control.value.size} + 7) / 8 * 8;
         rest = rest.subspan(padded < rest.size() ? padded : rest.size());
     }

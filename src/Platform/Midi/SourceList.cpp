@@ -9,30 +9,30 @@ namespace {
 
 using namespace std::chrono_literals;
 
-// Longer than a session manager and its server need to stop one after the other, shorter than
-// a person needs to notice.
+// Longer than it takes a session manager and then its server to stop, too short for a person to
+// notice.
 constexpr auto kBounceTime = 500ms;
-// Devices come back one by one after the server.
+// After the server's return, the devices come back one by one.
 constexpr auto kReturnTime = 5s;
 
 } // namespace
 
 void SourceList::appeared(const std::string& name, Place place) {
-    const auto known = std::find_if(sources_.begin(), sources_.end(), [&name](const Source& s) {
+    const auto known = std::find_if(sources_.begin(), sources_.end(), [&name](const Entry& s) {
         return !s.present && s.name == name;
     });
     if (known != sources_.end()) {
         known->place = place;
         known->present = true;
-        known->told = false;
+        known->removalTold = false;
     } else {
         sources_.push_back({++lastReference_, name, place, true, false, {}});
     }
-    news_.push_back(SetupChange::objectAdded);
+    notices_.push_back(SetupChange::objectAdded);
 }
 
 void SourceList::disappeared(std::uint32_t port, Clock::time_point now) {
-    const auto found = std::find_if(sources_.begin(), sources_.end(), [port](const Source& s) {
+    const auto found = std::find_if(sources_.begin(), sources_.end(), [port](const Entry& s) {
         return s.present && s.place.port == port;
     });
     if (found == sources_.end()) {
@@ -43,36 +43,37 @@ void SourceList::disappeared(std::uint32_t port, Clock::time_point now) {
         found->missingUntil = now + kBounceTime;
     } else {
         sources_.erase(found);
-        news_.push_back(SetupChange::objectRemoved);
+        notices_.push_back(SetupChange::objectRemoved);
     }
 }
 
 void SourceList::serverLost() {
     hasServer_ = false;
-    for (Source& source : sources_) {
+    for (Entry& source : sources_) {
         source.present = false;
     }
 }
 
 void SourceList::serverBack(Clock::time_point now) {
     hasServer_ = true;
-    for (Source& source : sources_) {
+    for (Entry& source : sources_) {
         source.missingUntil = now + kReturnTime;
     }
 }
 
-void SourceList::setConnected(EndpointRef source) {
+void SourceList::setConnected(SourceRef source) {
     connected_ = source;
-    std::erase_if(sources_, [source](const Source& s) { return s.told && s.reference != source; });
+    std::erase_if(sources_,
+                  [source](const Entry& s) { return s.removalTold && s.reference != source; });
 }
 
-bool SourceList::isAwaited(const Source& source) const {
-    return !source.present && !source.told && source.reference == connected_;
+bool SourceList::isAwaited(const Entry& source) const {
+    return !source.present && !source.removalTold && source.reference == connected_;
 }
 
-std::vector<const SourceList::Source*> SourceList::listed() const {
-    std::vector<const Source*> all;
-    for (const Source& source : sources_) {
+std::vector<const SourceList::Entry*> SourceList::listed() const {
+    std::vector<const Entry*> all;
+    for (const Entry& source : sources_) {
         if (source.present || isAwaited(source)) {
             all.push_back(&source);
         }
@@ -80,37 +81,37 @@ std::vector<const SourceList::Source*> SourceList::listed() const {
     return all;
 }
 
-const SourceList::Source* SourceList::findListed(EndpointRef source) const {
+const SourceList::Entry* SourceList::findListed(SourceRef source) const {
     const auto all = listed();
     const auto found = std::find_if(all.begin(), all.end(),
-                                    [source](const Source* s) { return s->reference == source; });
+                                    [source](const Entry* s) { return s->reference == source; });
     return found != all.end() ? *found : nullptr;
 }
 
-const SourceList::Source* SourceList::findPresent(EndpointRef source) const {
-    const Source* const found = findListed(source);
+const SourceList::Entry* SourceList::findPresent(SourceRef source) const {
+    const Entry* const found = findListed(source);
     return found != nullptr && found->present ? found : nullptr;
 }
 
-std::vector<SetupChange> SourceList::takeNews(Clock::time_point now) {
+std::vector<SetupChange> SourceList::takeNotices(Clock::time_point now) {
     if (!hasServer_) {
         return {};
     }
-    for (Source& source : sources_) {
-        if (!source.present && !source.told && now >= source.missingUntil) {
-            source.told = true;
-            news_.push_back(SetupChange::objectRemoved);
+    for (Entry& source : sources_) {
+        if (!source.present && !source.removalTold && now >= source.missingUntil) {
+            source.removalTold = true;
+            notices_.push_back(SetupChange::objectRemoved);
         }
     }
-    setConnected(connected_); // forgets the others of which that was told
+    setConnected(connected_); // forgets the others whose removal is told
     const bool awaited = std::any_of(sources_.begin(), sources_.end(),
-                                     [this](const Source& s) { return isAwaited(s); });
-    return awaited ? std::vector<SetupChange>{} : std::exchange(news_, {});
+                                     [this](const Entry& s) { return isAwaited(s); });
+    return awaited ? std::vector<SetupChange>{} : std::exchange(notices_, {});
 }
 
 bool SourceList::somethingIsMissing() const {
     return std::any_of(sources_.begin(), sources_.end(),
-                       [](const Source& source) { return !source.present && !source.told; });
+                       [](const Entry& source) { return !source.present && !source.removalTold; });
 }
 
 } // namespace tessivo::midi

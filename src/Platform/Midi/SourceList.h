@@ -10,14 +10,13 @@
 
 namespace tessivo::midi {
 
-// Which sources a server has, under references that survive its outages. Belongs to the
-// thread, or the lock, of its owner.
+// The sources of a server, under references that survive its outages, and the notices of what
+// changes. Not synchronised: used by one thread, or under a lock of the owner.
 //
-// The connected source gets a little time to come back before its going is told, because the
-// sound session takes its devices down a moment before the server when both are restarted.
-// Until then, and over an outage, it stays in the list, and other news wait behind it: who looks
-// into the list for whatever reason and does not find it there would take it for unplugged. One
-// whose going was told and that is back before anybody disconnected it is the same source again.
+// The removal of the connected source is told after a short delay, because a session that restarts
+// takes its devices down a moment before the server. Until then, and during an outage, the source
+// stays listed and all notices are held, because MIDIManager drops a source that is not listed. A
+// source whose removal was told and that comes back before it is disconnected keeps its reference.
 class SourceList {
 public:
     using Clock = std::chrono::steady_clock;
@@ -29,41 +28,41 @@ public:
 
         friend bool operator==(const Place&, const Place&) = default;
     };
-    struct Source {
-        EndpointRef reference = 0;
-        std::string name; // empty: its user knows none
+    struct Entry {
+        SourceRef reference = 0;
+        std::string name; // empty when it has none for its user
         Place place;
         bool present = true;
-        bool told = false;              // that it has gone; only the connected one is kept then
-        Clock::time_point missingUntil; // when its going is told, if it is not back by then
+        bool removalTold = false;       // the removal notice was sent; only the connected one stays
+        Clock::time_point missingUntil; // when its removal is told, unless it is back
     };
 
-    // A port that was away returns under its name; a name may be there several times.
+    // A port takes the place of a missing source of its name; several may have the same name.
     void appeared(const std::string& name, Place place);
     void disappeared(std::uint32_t port, Clock::time_point now);
     void serverLost();
-    void serverBack(Clock::time_point now); // it has told all the ports that it has
+    void serverBack(Clock::time_point now); // all its ports have appeared
     bool hasServer() const { return hasServer_; }
 
-    // The one that is awaited when it is missing; 0 is none.
-    void setConnected(EndpointRef source);
+    // 0 is none. The connected source is awaited when it is missing.
+    void setConnected(SourceRef source);
 
-    // Those that are present or awaited, in the order in which they appeared first.
-    std::vector<const Source*> listed() const;
-    const Source* findListed(EndpointRef source) const;
-    const Source* findPresent(EndpointRef source) const;
+    // The present and the awaited ones, in the order of their first appearance.
+    std::vector<const Entry*> listed() const;
+    const Entry* findListed(SourceRef source) const;
+    const Entry* findPresent(SourceRef source) const;
 
-    // What may be told now. To be asked again from time to time while somethingIsMissing().
-    std::vector<SetupChange> takeNews(Clock::time_point now);
+    // The notices that are due. To be polled while somethingIsMissing().
+    std::vector<SetupChange> takeNotices(Clock::time_point now);
     bool somethingIsMissing() const;
 
 private:
-    bool isAwaited(const Source& source) const;
+    bool isAwaited(const Entry& source) const;
 
-    std::vector<Source> sources_;
-    std::vector<SetupChange> news_;
-    EndpointRef connected_ = 0;
-    EndpointRef lastReference_ = 0;
+    std::vector<Entry> sources_;
+    std::vector<SetupChange> notices_;
+    SourceRef connected_ = 0;
+    SourceRef lastReference_ = 0;
     bool hasServer_ = false;
 };
 

@@ -8,8 +8,8 @@
 #include <ctime>
 #include <span>
 
-// The calls whose declarations are macros with casts of another age, as functions. They are
-// the system's code in our text, and the compiler is told so; nothing else belongs in here.
+// Wrappers for client library macros that contain C casts. This file is a system header, so that
+// our warnings do not apply to them; put nothing else in here.
 #pragma GCC system_header
 
 namespace tessivo::pipewire {
@@ -36,13 +36,13 @@ inline void listenTo(pw_node* node, spa_hook* hook, const pw_node_events& events
     pw_node_add_listener(node, hook, &events, data);
 }
 
-// Returns the number that the answer, the core's done event, will carry.
-inline int askForAnswer(pw_core* core) {
+// Returns the sequence number of the done event that answers.
+inline int sync(pw_core* core) {
     return pw_core_sync(core, PW_ID_CORE, 0);
 }
 
-// Has the server make an object, which goes with the returned proxy, if its properties say so.
-// Takes over the properties. Null when it could not even be asked; errno then says why.
+// Asks the server to create an object. Takes ownership of the properties. Returns its proxy, or
+// null when the request could not be sent; errno then says why.
 inline pw_proxy* createObject(pw_core* core, const char* factory, const char* type,
                               std::uint32_t version, pw_properties* properties) {
     void* const object = pw_core_create_object(core, factory, type, version, &properties->dict, 0);
@@ -50,7 +50,7 @@ inline pw_proxy* createObject(pw_core* core, const char* factory, const char* ty
     return static_cast<pw_proxy*>(object);
 }
 
-// The node tells these parameters now and whenever they change.
+// The node sends these parameters now and whenever they change.
 inline void subscribe(pw_node* node, std::span<std::uint32_t> params) {
     pw_node_subscribe_params(node, params.data(), static_cast<std::uint32_t>(params.size()));
 }
@@ -63,15 +63,11 @@ inline spa_source* addTimer(pw_loop* loop, spa_source_timer_func_t function, voi
     return pw_loop_add_timer(loop, function, data);
 }
 
-inline void destroySource(pw_loop* loop, spa_source* source) {
-    pw_loop_destroy_source(loop, source);
-}
-
 inline void signalEvent(pw_loop* loop, spa_source* event) {
     pw_loop_signal_event(loop, event);
 }
 
-// Lets the timer go off again and again; an interval of 0 stops it.
+// Makes the timer expire periodically; an interval of 0 stops it.
 inline void setInterval(pw_loop* loop, spa_source* timer, std::chrono::nanoseconds interval) {
     const auto seconds = std::chrono::duration_cast<std::chrono::seconds>(interval);
     timespec first{};

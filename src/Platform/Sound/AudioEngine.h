@@ -1,26 +1,30 @@
 #pragma once
 
-#include "Platform/Sound/AudioNode.h"
 #include "Platform/Sound/Device/AudioDevice.h"
+#include "Platform/Sound/Diagnostics.h"
+#include "Platform/Sound/InputNode.h"
+#include "Platform/Sound/MixerNode.h"
+#include "Platform/Sound/NodeHost.h"
+#include "Platform/Sound/OutputNode.h"
+#include "Platform/Sound/PlanBuilder.h"
+#include "Platform/Sound/Render/PlanExchange.h"
+#include "Platform/Sound/Tap/TapThread.h"
 
+#include <cstdint>
 #include <functional>
 #include <memory>
 #include <optional>
-#include <string>
+#include <vector>
 
 namespace tessivo::sound {
 
 // Runs a task later on the main thread, in the order of the calls. Callable on any thread.
 using MainExecutor = std::function<void(std::function<void()>)>;
 
-// Takes one line about something that went wrong beside the audio callback (frames lost to
-// a full queue, a starved player). Called on threads of the engine's, never the callback.
-using DiagnosticSink = std::function<void(const std::string&)>;
-
-// The audio graph: input node, mixers, players, main mixer, output node. It is edited on
-// the main thread, also while sound runs, and every edit becomes visible to the audio
-// callback at once and as a whole.
-class AudioEngine {
+// The audio graph: nodes that are mixed by the main mixer, which the output node plays. It is
+// edited on the main thread, also while sound runs; the audio callback follows each edit as a
+// whole from its next cycle. Everything here belongs to the main thread.
+class AudioEngine final : private NodeHost, private AudioRenderer {
 public:
     AudioEngine(std::unique_ptr<AudioDevice> device, MainExecutor mainExecutor,
                 DiagnosticSink diagnostics = {});
@@ -29,42 +33,84 @@ public:
     AudioEngine(const AudioEngine&) = delete;
     AudioEngine& operator=(const AudioEngine&) = delete;
 
-    InputNode& inputNode();
-    const std::shared_ptr<MixerNode>& mainMixerNode(); // already connected to the output
-    OutputNode& outputNode();
+    InputNode& inputNode() { return input_; }
+    const std::shared_ptr<MixerNode>& mainMixerNode() { return mainMixer_; }
+    OutputNode& outputNode() { return output_; }
 
     // A node is attached to at most one engine; the engine keeps it until it is detached.
+    // Throws AudioError when the node is attached already.
     void attach(std::shared_ptr<AudioNode> node);
     void detach(AudioNode& node);
 
-    // Connects a node's output to a mixer's next free input, replacing the node's previous
-    // connection. Without a format the node's own is meant. Both nodes must be attached.
-    void connect(AudioNode& from, AudioNode& to, std::optional<AudioFormat> format = {});
+    // Connects a node's output to a mixer, beside what is connected there, and replaces the
+    // node's previous connection. Throws AudioError unless both are attached here.
+    void connect(AudioNode& from, AudioNode& to);
 
     // Throws AudioError when the device cannot start; nothing has changed then. Harmless
     // when running.
     void start();
     void stop();
-    bool isRunning() const;
+    bool isRunning() const { return running_; }
 
     // The notice that devices or their formats changed. Runs on the main thread, after the
     // nodes' formats have been renewed.
     void setConfigurationChangeHandler(std::function<void()> handler);
 
-    // Frames that the callback could not deliver in time, since start().
     struct Statistics {
-        std::int64_t starvedFrames = 0; // a player had nothing decoded
-        std::int64_t lostTapFrames = 0; // the tap queue was full
+        std::int64_t underrunFrames = 0; // a player had too little decoded
+        std::int64_t overrunFrames = 0;  // captured while the tap queue was full
     };
     Statistics statistics() const;
 
 private:
-    friend class InputNode;
-    friend class MixerNode;
-    friend class OutputNode;
-    friend class PlayerNode;
-    class Impl;
-    std::unique_ptr<Impl> impl_;
+    struct InstalledTap {
+        std::uint32_t bufferSize = 0;
+        AudioFormat format;
+        TapHandler block;
+        std::shared_ptr<TapQueue> queue; // none while there is no input
+    };
+
+    // For the nodes.
+    void updatePlan() override;
+    bool isConnected(const AudioNode& node) const override;
+    const AudioDevice::Formats& deviceFormats() const override { return formats_; }
+    double renderRate() const override { return renderRate_; }
+    double outputLatency() const override { return device_->outputLatency(); }
+    ReaderThread& readerThread() override;
+    void installTap(std::uint32_t bufferSize, const AudioFormat& format, TapHandler block) override;
+    void removeTap() override;
+
+    // Audio callback.
+    void render(const RenderCycle& cycle) TESSIVO_REALTIME override;
+
+    void followRate(double renderRate); // Hz
+    bool usesInput() const;
+    void captureIfUsed();
+    void startTap();
+    void stopTap();
+    void devicesChanged();
+
+    std::unique_ptr<AudioDevice> device_;
+    MainExecutor mainExecutor_;
+    DiagnosticSink diagnostics_;
+    std::function<void()> configurationChangeHandler_;
+    std::shared_ptr<AudioEngine*> alive_; // posted tasks hold it weakly
+    AudioDevice::Formats formats_;
+    double renderRate_; // Hz
+    bool running_ = false;
+    bool capturing_ = false;
+
+    InputNode input_;
+    std::shared_ptr<MixerNode> mainMixer_ = std::make_shared<MixerNode>();
+    OutputNode output_;
+    std::vector<std::shared_ptr<AudioNode>> attached_;
+    PlanBuilder::Connections connections_;
+    PlanExchange plans_;
+
+    std::optional<InstalledTap> tap_;
+    std::int64_t earlierOverruns_ = 0; // frames, of taps that were removed
+    std::unique_ptr<TapThread> tapThread_;
+    std::unique_ptr<ReaderThread> readerThread_;
 };
 
 } // namespace tessivo::sound

@@ -9,10 +9,10 @@ namespace tessivo::sound {
 // The main mix is stereo; wider inputs and files give their first two channels.
 inline constexpr std::uint32_t kGraphChannels = 2;
 
-// Longest stretch that the render plan handles at once; longer cycles are cut.
+// Longest block that the render plan handles at once; longer cycles are cut into several.
 inline constexpr std::uint32_t kMaxRenderFrames = 8192;
 
-// A disk that blocks for less than this costs no recorded frame.
+// How much captured audio waits for a disk that is blocked before frames are lost.
 inline constexpr double kTapQueueSeconds = 40.0;
 
 // Frames in one chunk of the tap queue; memory is touched chunk by chunk as it fills.
@@ -21,12 +21,12 @@ inline constexpr std::uint32_t kTapChunkFrames = 1024;
 // Length of every audible ramp: gain changes, the monitoring switch, stop and clear.
 inline constexpr double kRampSeconds = 0.003;
 
-// Decoded audio that a player node holds ahead of what is heard, and how much of it must
-// be there before the first frame is let out.
+// How far ahead of what is heard a player node decodes, and how much of that must be there
+// before its first frame is heard.
 inline constexpr double kReadAheadSeconds = 2.0;
-inline constexpr double kPrimedSeconds = 0.05;
+inline constexpr double kPrebufferSeconds = 0.05;
 
-// Frames decoded in one step of the reader thread.
+// Most frames of a file that the reader thread decodes in one step.
 inline constexpr std::uint32_t kReadChunkFrames = 4096;
 
 // Interval of the header updates that keep an unfinished take readable.

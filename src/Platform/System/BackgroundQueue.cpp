@@ -13,24 +13,35 @@ namespace {
 constexpr int kFewestThreads = 4;
 
 // Not the framework's own pool: the window is painted with that, and would wait for a disk.
-class Pool : public QThreadPool {
-public:
-    Pool() { setMaxThreadCount(std::max(kFewestThreads, QThread::idealThreadCount())); }
+// At the end of the process the members wait for their tasks, the last one first: its tasks
+// may still post to the other.
+struct Pools {
+    Pools() {
+        anyOrder.setMaxThreadCount(std::max(kFewestThreads, QThread::idealThreadCount()));
+        inOrder.setMaxThreadCount(1);
+    }
+    QThreadPool anyOrder;
+    QThreadPool inOrder;
 };
 
-QThreadPool& pool() {
-    static Pool created; // its end, with the process's, waits for all tasks
+Pools& pools() {
+    static Pools created;
     return created;
 }
 
 } // namespace
 
 void BackgroundQueue::post(Priority priority, std::function<void()> task) {
-    pool().start(std::move(task), static_cast<int>(priority));
+    pools().anyOrder.start(std::move(task), static_cast<int>(priority));
+}
+
+void BackgroundQueue::postInOrder(std::function<void()> task) {
+    pools().inOrder.start(std::move(task));
 }
 
 void BackgroundQueue::waitForAll() {
-    pool().waitForDone();
+    pools().inOrder.waitForDone();
+    pools().anyOrder.waitForDone();
 }
 
 } // namespace tessivo

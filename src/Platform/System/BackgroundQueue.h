@@ -4,9 +4,8 @@
 
 namespace tessivo {
 
-// Tasks that may block on a disk, run beside the main thread. Tasks run at the same time
-// and in no promised order, but a waiting user-initiated one always goes before a waiting
-// utility one. The application's end waits for all of them.
+// Runs tasks that may block on a disk beside the main thread. All functions are callable from
+// any thread; a task must not throw. The process does not end before every task has run.
 class BackgroundQueue {
 public:
     enum class Priority {
@@ -14,10 +13,15 @@ public:
         userInitiated // the user waits for it
     };
 
-    // Callable from any thread. A task must not throw.
+    // Several tasks run at the same time and in any order, but a waiting user-initiated task
+    // starts before a waiting utility one.
     static void post(Priority priority, std::function<void()> task);
 
-    // Returns when nothing is waiting or running any more.
+    // These tasks run one after another, in the order of their posts, on a thread of their
+    // own. Such a task may also call post(); a task given to post() must not call postInOrder().
+    static void postInOrder(std::function<void()> task);
+
+    // Returns when no task is waiting or running.
     static void waitForAll();
 };
 

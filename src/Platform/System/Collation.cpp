@@ -17,7 +17,7 @@ Collation::Collation(const QLocale& locale) {
     std::unique_ptr<icu::Collator> collator(
         icu::Collator::createInstance(icuLocale(locale), status));
     if (U_SUCCESS(status)) {
-        // Otherwise marks in an unusual order would make equivalent texts differ.
+        // Without it, equivalent texts would differ when their marks are in an unusual order.
         collator->setAttribute(UCOL_NORMALIZATION_MODE, UCOL_ON, status);
     }
     if (U_FAILURE(status)) {
@@ -30,7 +30,7 @@ Collation::~Collation() = default;
 
 QByteArray Collation::sortKey(const QString& text) const {
     const icu::UnicodeString unicode = asUnicodeString(text);
-    // Enough for most; ICU tells what it needs in any case.
+    // Enough for most keys; getSortKey() returns the size that it needs.
     QByteArray key(4 * text.size() + 16, Qt::Uninitialized);
     const auto fill = [&] {
         return collator_->icu->getSortKey(unicode, reinterpret_cast<uint8_t*>(key.data()),

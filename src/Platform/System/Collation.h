@@ -8,8 +8,8 @@
 
 namespace tessivo {
 
-// The order in which the user's language puts texts: letters before their case and accents,
-// canonically equivalent spellings alike. Without a language ("C") it is the order that most
+// The order of texts in the user's language: letters are compared first, then accents and case;
+// canonically equivalent spellings are equal. Without a language ("C") it is the order that most
 // languages share, not that of code points. Any thread.
 class Collation {
 public:
@@ -18,8 +18,8 @@ public:
     Collation(const Collation&) = delete;
     Collation& operator=(const Collation&) = delete;
 
-    // Keys compare byte by byte as their texts do in this order. Making one is slow,
-    // comparing two is not.
+    // Keys are compared byte by byte, and have the order of their texts. Making a key is slow,
+    // comparing two is fast.
     QByteArray sortKey(const QString& text) const;
 
 private:

@@ -32,7 +32,7 @@ QString formatFileSize(qint64 bytes, const QLocale& locale) {
     double value = static_cast<double>(bytes);
     double hundredths = 0.0;
     std::size_t unit = 0;
-    // What rounds to 1000 of a unit is 1 of the next.
+    // A value that rounds to 1000 is written as 1 of the next unit.
     for (;; ++unit) {
         value /= 1000.0;
         const double scale = std::pow(10.0, kUnits.at(unit).decimals);

@@ -12,16 +12,7 @@ namespace tessivo {
 LineWriter::LineWriter(int descriptor, std::size_t capacity)
     : descriptor_(descriptor)
     , capacity_(capacity)
-    , thread_([this] { run(); }) {}
-
-LineWriter::~LineWriter() {
-    {
-        const std::scoped_lock lock(mutex_);
-        stopping_ = true;
-    }
-    added_.notify_one();
-    thread_.join();
-}
+    , thread_([this](const std::stop_token& stop) { run(stop); }) {}
 
 void LineWriter::add(std::string_view line) {
     std::string text(line);
@@ -44,9 +35,9 @@ bool LineWriter::flush(std::chrono::milliseconds limit) {
                           [this] { return queue_.empty() && lost_ == 0 && !writing_; });
 }
 
-void LineWriter::run() {
-    // A reader that has gone must show as a failed write, in this thread only: the signal's
-    // disposition belongs to the process and is inherited by what it starts.
+void LineWriter::run(const std::stop_token& stop) {
+    // When the reader has gone, write() shall fail and raise no signal. Blocked in this thread
+    // only: the signal's disposition belongs to the process and its children.
     sigset_t brokenPipe;
     sigemptyset(&brokenPipe);
     sigaddset(&brokenPipe, SIGPIPE);
@@ -54,8 +45,8 @@ void LineWriter::run() {
 
     std::unique_lock lock(mutex_);
     for (;;) {
-        added_.wait(lock, [this] { return stopping_ || !queue_.empty(); });
-        if (stopping_) {
+        added_.wait(lock, stop, [this] { return !queue_.empty(); });
+        if (stop.stop_requested()) {
             return;
         }
         Entry entry = std::move(queue_.front());
@@ -64,7 +55,7 @@ void LineWriter::run() {
         lock.unlock();
         reportLost(entry.lostBefore);
         if (!writeLine(std::move(entry.text))) {
-            ++unsaid_;
+            ++unreported_;
         }
         lock.lock();
         if (queue_.empty() && lost_ > 0) {
@@ -79,9 +70,9 @@ void LineWriter::run() {
 }
 
 void LineWriter::reportLost(std::uint64_t lost) {
-    unsaid_ += lost;
-    if (unsaid_ > 0 && writeLine(std::to_string(unsaid_) + " diagnostic lines were lost")) {
-        unsaid_ = 0;
+    unreported_ += lost;
+    if (unreported_ > 0 && writeLine(std::to_string(unreported_) + " diagnostic lines were lost")) {
+        unreported_ = 0;
     }
 }
 
@@ -93,7 +84,7 @@ bool LineWriter::writeLine(std::string line) const {
         if (written >= 0) {
             rest.remove_prefix(static_cast<std::size_t>(written));
         } else if (errno == EAGAIN) {
-            // Someone else's setting of the shared pipe; we want to wait all the same.
+            // Another process has made the shared pipe non-blocking.
             pollfd ready{descriptor_, POLLOUT, 0};
             ::poll(&ready, 1, -1);
         } else if (errno != EINTR) {

@@ -14,8 +14,8 @@ namespace {
 
 constexpr std::chrono::milliseconds kExitLimit{500};
 
-// Started without a standard output, the next file or socket opened anywhere in the process
-// would get its number, and our lines with it. So the number is taken before main() runs.
+// If the process is started without a standard output, the next file or socket that is opened
+// would get its number, and our lines. So the number is taken before main() runs.
 bool claimStandardOutput() {
     while (::fcntl(STDOUT_FILENO, F_GETFD) == -1 && errno == EBADF) {
         if (::open("/dev/null", O_RDWR) == -1) {
@@ -26,8 +26,8 @@ bool claimStandardOutput() {
 }
 const bool standardOutputClaimed = claimStandardOutput();
 
-// Never destroyed: threads may log until the very end, and one stuck write() must not keep
-// the process from ending.
+// Never destroyed: threads may log until the process ends, and a write() that does not return
+// must not keep the process from ending.
 LineWriter& standardOutputWriter() {
     static LineWriter& writer = []() -> LineWriter& {
         auto* created = new LineWriter(STDOUT_FILENO);

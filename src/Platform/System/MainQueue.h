@@ -7,12 +7,12 @@ class QObject;
 
 namespace tessivo {
 
-// Tasks for the main thread's event loop. They may be posted from any thread, run one after
-// another in the order in which they were posted, and never inside the post.
+// Tasks for the main thread's event loop. They may be posted from any thread and run one after
+// another in the order of their posts, never inside post().
 //
-// With a context object, which lives on the main thread and must be alive at the post, a
-// task does nothing once the object is gone. After the application object's end tasks are
-// dropped.
+// A task with a context object is dropped when the object is destroyed before it runs. The
+// object lives on the main thread and must exist during the call. Without an application object
+// tasks are dropped.
 class MainQueue {
 public:
     using Task = std::function<void()>;
@@ -20,7 +20,7 @@ public:
     static void post(Task task);
     static void post(QObject* context, Task task);
 
-    // The delay begins when all that was posted before has run.
+    // The delay begins when all tasks that were posted before have run.
     static void postAfter(std::chrono::milliseconds delay, QObject* context, Task task);
 };
 

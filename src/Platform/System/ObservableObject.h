@@ -6,8 +6,8 @@
 
 namespace tessivo {
 
-// An object whose published fields announce every write, also one of an equal value. It is
-// used on the main thread only, observers included.
+// An object with published fields, which signal every write, also one of an equal value. The
+// object and its observers are used on the main thread only.
 class ObservableObject : public QObject {
     Q_OBJECT
 
@@ -19,8 +19,7 @@ signals:
     void objectWillChange();
 
 protected:
-    // Writes one published field: announces, writes, then sends the field's own signals,
-    // for observers that read the new value.
+    // Emits objectWillChange(), writes the field, then emits the field's own signals.
     template <class Field, class Value, class... Self>
     void publish(Field& field, Value&& value, void (Self::*... changed)()) {
         emit objectWillChange();

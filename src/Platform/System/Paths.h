@@ -1,16 +1,16 @@
 #pragma once
 
+#include <QString>
 #include <QUrl>
 
 #include <filesystem>
 
 namespace tessivo {
 
-// Where the file of a file URL is.
+// The path of a file URL.
 std::filesystem::path pathOf(const QUrl& file);
 
-// A rename is on the disk only when its folder is. Not every file system can be asked for that;
-// then the file is in place all the same. Blocks on the disk.
-void syncFolder(const std::filesystem::path& folder);
+// The absolute path of the user's documents folder, as it is set now. The folder need not exist.
+QString documentsDirectory();
 
 } // namespace tessivo

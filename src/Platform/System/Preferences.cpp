@@ -9,8 +9,7 @@
 namespace tessivo {
 namespace {
 
-// Named here rather than by the application object, so that every program of ours that links
-// this finds the same file.
+// Named here and not by the application object: all our programs use the same file.
 QSettings userSettings() {
     return {QSettings::NativeFormat, QSettings::UserScope, QStringLiteral("Tessivo"),
             QStringLiteral("Tessivo")};
@@ -32,7 +31,7 @@ void Preferences::setData(const QString& key, const QByteArray& bytes) {
     settings.setValue(key, bytes);
     settings.sync();
     if (settings.status() == QSettings::AccessError) {
-        // The process would go on reading what never reached the disk.
+        // Otherwise this process would read the value that is not on the disk.
         previous.isValid() ? settings.setValue(key, previous) : settings.remove(key);
         throw std::system_error(EIO, std::generic_category(), "The preferences cannot be written");
     }

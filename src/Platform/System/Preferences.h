@@ -7,10 +7,10 @@
 
 namespace tessivo {
 
-// The user's preferences of this application, kept between runs. Any thread.
+// The user's preferences for this application. Any thread; blocks on the disk.
 class Preferences {
 public:
-    // None when the key is missing or holds something else than raw bytes.
+    // Nothing when the key is missing or its value is not raw bytes.
     static std::optional<QByteArray> data(const QString& key);
 
     // Throws std::system_error when the preferences cannot be written.

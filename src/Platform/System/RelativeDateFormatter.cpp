@@ -15,7 +15,7 @@ struct Distance {
     URelativeDateTimeUnit unit;
 };
 
-// How often the calendar goes that many months on without passing the later date.
+// How many whole steps of that many calendar months fit between the dates.
 qint64 steps(const QDateTime& earlier, const QDateTime& later, int months) {
     const qint64 apart = 12 * (qint64{later.date().year()} - earlier.date().year()) +
                          later.date().month() - earlier.date().month();
@@ -24,7 +24,7 @@ qint64 steps(const QDateTime& earlier, const QDateTime& later, int months) {
     return passes ? count - 1 : count;
 }
 
-// The dates in their order, both in local time.
+// Both dates in local time.
 Distance distance(const QDateTime& earlier, const QDateTime& later) {
     if (const qint64 years = steps(earlier, later, 12); years > 0) {
         return {years, UDAT_REL_UNIT_YEAR};
@@ -47,11 +47,10 @@ Distance distance(const QDateTime& earlier, const QDateTime& later) {
     return {seconds, UDAT_REL_UNIT_SECOND};
 }
 
-// The language in which the session speaks to the user, which may differ from the one whose
-// numbers and dates it uses.
+// The language of the session's texts, which may differ from that of its numbers and dates.
 icu::Locale languageOfTexts(const QLocale& locale) {
     const QLocale language(locale.uiLanguages().value(0));
-    // Bare signs and digits in place of words would be all that no language has to offer.
+    // In the root locale there are only signs and digits, no words.
     return language.language() == QLocale::C ? icu::Locale::getEnglish() : icuLocale(language);
 }
 
@@ -81,7 +80,7 @@ QString RelativeDateFormatter::format(const QDateTime& date, const QDateTime& no
     icu::UnicodeString text;
     UErrorCode status = U_ZERO_ERROR;
     if (count == 0) {
-        formatter_->icu.format(0.0, unit, text, status); // a word: "now"
+        formatter_->icu.format(0.0, unit, text, status); // "now"
     } else {
         formatter_->icu.formatNumeric(offset, unit, text, status);
     }

@@ -8,9 +8,9 @@
 
 namespace tessivo {
 
-// Writes how long ago something was, or how soon it will be, in the user's language: "now",
-// "5 min. ago", "2 hr. ago", "1 day ago", "in 3 mo.". One number of the largest unit that fits
-// at least once, counted in full; months and years are those of the calendar.
+// The distance of a date from now in the user's language: "now", "5 min. ago", "2 hr. ago",
+// "1 day ago", "in 3 mo.". Uses the largest unit of which a whole one has passed, and counts
+// whole units only; months and years are those of the calendar.
 class RelativeDateFormatter {
 public:
     explicit RelativeDateFormatter(const QLocale& locale = QLocale::system());

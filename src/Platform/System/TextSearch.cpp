@@ -20,7 +20,7 @@ const icu::Normalizer2& composition() {
     return *normalizer;
 }
 
-// What a reader takes for one character may go on at this place.
+// Whether a character as a reader sees it may continue at this position.
 bool isWithinCharacter(const QString& text, qsizetype at) {
     constexpr char16_t kFirstThatMayContinue = 0x300;
     if (at <= 0 || at >= text.size() || text[at].unicode() < kFirstThatMayContinue) {
@@ -49,7 +49,7 @@ bool isWithinCharacter(const QString& text, qsizetype at) {
 } // namespace
 
 TextSearch::TextSearch(const QLocale& locale)
-    // Turkish and Azerbaijani have an i with and one without a dot, in both cases.
+    // Turkish and Azerbaijani have a dotted and a dotless i, each in both cases.
     : foldingOptions_(locale.language() == QLocale::Turkish ||
                               locale.language() == QLocale::Azerbaijani
                           ? U_FOLD_CASE_EXCLUDE_SPECIAL_I
@@ -57,8 +57,8 @@ TextSearch::TextSearch(const QLocale& locale)
 
 QString TextSearch::folded(const QString& text) const {
     UErrorCode status = U_ZERO_ERROR;
-    // Composed before, as a letter with its dot may be another one in the other case, and
-    // after, as folding may decompose.
+    // Composed before folding, because a dotted letter may fold to another one than its base,
+    // and again after it, because folding may decompose.
     icu::UnicodeString result = composition().normalize(asUnicodeString(text), status);
     result.foldCase(foldingOptions_);
     result = composition().normalize(result, status);

@@ -6,16 +6,16 @@
 
 namespace tessivo {
 
-// Finds texts within texts as a reader sees them: whatever their case in the user's
-// language and their canonically equivalent spelling, but with the accents they have. What
-// is found begins and ends where a character does: "e" is not found in an e with an accent.
+// Searches for a text in other texts. Case in the user's language and canonically equivalent
+// spellings make no difference, accents do. A match begins and ends between characters as a
+// reader sees them: "e" is not found in an e with a combining accent.
 //
 // Texts are folded once and searched often. Any thread.
 class TextSearch {
 public:
     explicit TextSearch(const QLocale& locale = QLocale::system());
 
-    // One form for all texts that a search takes for the same.
+    // The same for all texts between which a search makes no difference.
     QString folded(const QString& text) const;
 
     // A text to look for.

@@ -8,6 +8,7 @@
 #include <cstdlib>
 #include <mutex>
 #include <string>
+#include <system_error>
 #include <vector>
 
 // The real server, with controllers that are plugged in and out.
@@ -16,56 +17,30 @@ namespace tessivo::test {
 namespace {
 
 using namespace std::chrono_literals;
-using midi::EndpointRef;
 using midi::PipeWireMidi;
 using midi::SetupChange;
+using midi::SourceRef;
 using Bytes = std::vector<std::uint8_t>;
 
 const std::vector<std::string> kCalm{"--quantum", "1024"};
 
-std::vector<std::string> names(PipeWireMidi& system) {
-    std::vector<std::string> all;
-    for (std::size_t i = 0; i < system.sourceCount(); ++i) {
-        all.push_back(system.displayName(system.source(i)).value_or("(none)"));
+// The errno value with which an operation fails; 0 when it succeeds.
+template <typename Operation> int errorOf(Operation&& operation) {
+    try {
+        operation();
+    } catch (const std::system_error& error) {
+        return error.code().value();
     }
-    return all;
+    return 0;
 }
 
-bool lists(PipeWireMidi& system, const std::vector<std::string>& expected,
-           std::chrono::milliseconds limit = 3s) {
-    const bool does = eventually([&] { return names(system) == expected; }, limit);
-    EXPECT_EQ(names(system), expected);
-    return does;
-}
-
-// A client with a port that keeps what it is told.
+// A system whose sources are observed and whose input is open, and what its handlers are told.
 class Listening {
 public:
-    Listening() {
-        EXPECT_EQ(system.createClient(
-                      "Tessivo",
-                      [this](SetupChange change) {
-                          const std::scoped_lock lock(mutex_);
-                          notices_.push_back(change);
-                      },
-                      client),
-                  0);
-        EXPECT_EQ(system.createInputPort(
-                      client, "TessivoInput",
-                      [this](midi::PacketList packets) {
-                          const std::scoped_lock lock(mutex_);
-                          for (const midi::Packet& packet : packets) {
-                              packets_.emplace_back(packet.bytes.begin(), packet.bytes.end());
-                              times_.push_back(packet.time);
-                          }
-                      },
-                      port),
-                  0);
+    SourceRef source(std::size_t index) { return system.sources().at(index).reference; }
+    int connect(SourceRef ref) {
+        return errorOf([&] { input->connect(ref); });
     }
-    ~Listening() { system.disposeClient(client); }
-    Listening(const Listening&) = delete;
-    Listening& operator=(const Listening&) = delete;
-
     std::vector<SetupChange> notices() {
         const std::scoped_lock lock(mutex_);
         return notices_;
@@ -74,7 +49,23 @@ public:
         const std::scoped_lock lock(mutex_);
         return packets_;
     }
-    // Plays it again as long as it is not heard: the first cycles after a link was made are lost.
+    std::chrono::nanoseconds lastTime() {
+        const std::scoped_lock lock(mutex_);
+        return lastTime_;
+    }
+    bool lists(const std::vector<std::string>& expected) {
+        const auto names = [this] {
+            std::vector<std::string> all;
+            for (const midi::Source& source : system.sources()) {
+                all.push_back(source.name.value_or("(none)"));
+            }
+            return all;
+        };
+        const bool does = eventually([&] { return names() == expected; }, 3s);
+        EXPECT_EQ(names(), expected);
+        return does;
+    }
+    // Plays the note again until it is heard: the first cycles after a link is made are lost.
     bool hears(MidiSender& sender, std::uint8_t note) {
         const auto heard = [&] {
             return !packets().empty() && packets().back() == Bytes{0x90, note, 100};
@@ -86,21 +77,27 @@ public:
             },
             4s);
     }
-    std::vector<std::uint64_t> times() {
-        const std::scoped_lock lock(mutex_);
-        return times_;
-    }
 
 private:
     std::mutex mutex_;
     std::vector<SetupChange> notices_;
     std::vector<Bytes> packets_;
-    std::vector<std::uint64_t> times_;
+    std::chrono::nanoseconds lastTime_{0};
 
 public:
     PipeWireMidi system{"Tessivo"};
-    midi::ClientRef client = 0;
-    midi::PortRef port = 0;
+    std::unique_ptr<midi::SourceObserver> observer = system.observeSources([this](SetupChange c) {
+        const std::scoped_lock lock(mutex_);
+        notices_.push_back(c);
+    });
+    std::unique_ptr<midi::MidiInput> input =
+        system.openInput("Tessivo", "TessivoInput", [this](midi::PacketList packets) {
+            const std::scoped_lock lock(mutex_);
+            for (const midi::Packet& packet : packets) {
+                packets_.emplace_back(packet.bytes.begin(), packet.bytes.end());
+                lastTime_ = std::chrono::nanoseconds(packet.time);
+            }
+        });
 };
 
 TEST(PipeWireMidiTest, ControllersAreListedAsTheirUserKnowsThem) {
@@ -115,28 +112,27 @@ TEST(PipeWireMidiTest, ControllersAreListedAsTheirUserKnowsThem) {
     Listening us;
     MidiSender through(bridge("bridge-a", "Midi Through:Midi Through Port-0", "alsa:14:capture_0"));
     MidiSender pads(bridge("bridge-b", "Pads Mk2:Pads Mk2 MIDI 1", "alsa:20:capture_0"));
-    ASSERT_TRUE(lists(us.system, {"Pads Mk2"}));
+    ASSERT_TRUE(us.lists({"Pads Mk2"}));
     MidiSender keys({"keys", {{"node.description", "Stage Keys"}}, {}});
-    ASSERT_TRUE(lists(us.system, {"Pads Mk2", "Stage Keys"}));
+    ASSERT_TRUE(us.lists({"Pads Mk2", "Stage Keys"}));
     MidiSender twin({"keys-2", {{"node.description", "Stage Keys"}}, {}});
-    ASSERT_TRUE(lists(us.system, {"Pads Mk2", "Stage Keys", "Stage Keys"}));
+    ASSERT_TRUE(us.lists({"Pads Mk2", "Stage Keys", "Stage Keys"}));
     MidiSender nameless({"", {{"node.description", ""}, {"node.nick", ""}, {"node.name", ""}}, {}});
-    ASSERT_TRUE(lists(us.system, {"Pads Mk2", "Stage Keys", "Stage Keys", "(none)"}));
-    EXPECT_NE(us.system.source(1), us.system.source(2));
-    EXPECT_EQ(us.system.source(4), 0U);
-    EXPECT_FALSE(us.system.displayName(12345));
+    ASSERT_TRUE(us.lists({"Pads Mk2", "Stage Keys", "Stage Keys", "(none)"}));
+    EXPECT_NE(us.source(1), us.source(2));
 }
 
 TEST(PipeWireMidiTest, PacketsArriveAsTheyWereSent) {
     PrivatePipeWire server(kCalm);
     Listening us;
     MidiSender keys("keys");
-    ASSERT_TRUE(lists(us.system, {"keys"}));
+    ASSERT_TRUE(us.lists({"keys"}));
     MidiSender other("other");
-    ASSERT_TRUE(lists(us.system, {"keys", "other"}));
-    EXPECT_EQ(us.system.connectSource(us.port, 999), -ENOENT);
-    EXPECT_EQ(us.system.connectSource(us.port + 1, us.system.source(0)), -EINVAL);
-    ASSERT_EQ(us.system.connectSource(us.port, us.system.source(0)), 0);
+    ASSERT_TRUE(us.lists({"keys", "other"}));
+    EXPECT_EQ(us.connect(999), ENOENT);
+    EXPECT_EQ(errorOf([&] { us.system.openInput("", "", {}); }), EBUSY);
+    EXPECT_EQ(errorOf([&] { us.system.observeSources({}); }), EBUSY);
+    ASSERT_EQ(us.connect(us.source(0)), 0);
 
     Bytes longest(2000, 0x11);
     longest.front() = 0xF0;
@@ -149,19 +145,18 @@ TEST(PipeWireMidiTest, PacketsArriveAsTheyWereSent) {
     const auto before = std::chrono::steady_clock::now();
     keys.send(sent);
     EXPECT_TRUE(eventually([&] { return us.packets() == expected; })) << us.packets().size();
-    const std::chrono::nanoseconds time(us.times().back());
+    const std::chrono::nanoseconds time = us.lastTime();
     EXPECT_GT(time, before.time_since_epoch() - 1s);
     EXPECT_LT(time, std::chrono::steady_clock::now().time_since_epoch() + 1s);
 
     // Only one at a time, and nothing once it is disconnected.
-    ASSERT_EQ(us.system.connectSource(us.port, us.system.source(1)), 0);
+    ASSERT_EQ(us.connect(us.source(1)), 0);
     ASSERT_TRUE(us.hears(other, 7));
     const std::size_t heard = us.packets().size();
     keys.play(8);
     ASSERT_TRUE(us.hears(other, 9));
     EXPECT_EQ(us.packets().size(), heard + 1);
-    ASSERT_EQ(us.system.disconnectSource(us.port, us.system.source(1)), 0);
-    EXPECT_EQ(us.system.disconnectSource(us.port, us.system.source(1)), -EINVAL);
+    us.input->disconnect();
     EXPECT_TRUE(eventually([&] {
         return server.links().find("TessivoInput") == std::string::npos ||
                server.links().find("|") == std::string::npos;
@@ -171,54 +166,54 @@ TEST(PipeWireMidiTest, PacketsArriveAsTheyWereSent) {
 TEST(PipeWireMidiTest, PluggingInAndOutIsTold) {
     PrivatePipeWire server(kCalm);
     Listening us;
-    EXPECT_EQ(us.system.sourceCount(), 0U);
+    EXPECT_TRUE(us.system.sources().empty());
     std::optional<MidiSender> keys(std::in_place, "keys");
-    ASSERT_TRUE(lists(us.system, {"keys"}));
+    ASSERT_TRUE(us.lists({"keys"}));
     EXPECT_TRUE(eventually([&] { return us.notices() == std::vector{SetupChange::objectAdded}; }));
-    const EndpointRef source = us.system.source(0);
-    ASSERT_EQ(us.system.connectSource(us.port, source), 0);
+    const SourceRef source = us.source(0);
+    ASSERT_EQ(us.connect(source), 0);
     ASSERT_TRUE(us.hears(*keys, 1));
     keys.reset();
     EXPECT_TRUE(eventually([&] { return us.notices().size() == 2; }));
     EXPECT_EQ(us.notices().back(), SetupChange::objectRemoved);
     keys.emplace("keys");
-    ASSERT_TRUE(lists(us.system, {"keys"}));
-    EXPECT_EQ(us.system.source(0), source) << "nobody has disconnected it";
+    ASSERT_TRUE(us.lists({"keys"}));
+    EXPECT_EQ(us.source(0), source) << "nobody has disconnected it";
     EXPECT_TRUE(us.hears(*keys, 2));
     // Somebody takes the link away, with a patchbay or by accident.
     runProgram({"pw-link", "-d", "keys:out_0", "Tessivo:TessivoInput"});
     EXPECT_TRUE(us.hears(*keys, 3)) << "linked again";
     keys.reset();
     EXPECT_TRUE(eventually([&] { return us.notices().size() == 4; }));
-    EXPECT_EQ(us.system.disconnectSource(us.port, source), 0);
-    EXPECT_EQ(us.system.connectSource(us.port, source), -ENOENT) << "it has just vanished";
+    us.input->disconnect();
+    EXPECT_EQ(us.connect(source), ENOENT) << "it has just vanished";
 }
 
 TEST(PipeWireMidiTest, OutageOfTheServerIsNoNews) {
     PrivatePipeWire server(kCalm);
     Listening us;
     std::optional<MidiSender> pads(std::in_place, "pads");
-    ASSERT_TRUE(lists(us.system, {"pads"}));
+    ASSERT_TRUE(us.lists({"pads"}));
     std::optional<MidiSender> keys(std::in_place, "keys");
-    ASSERT_TRUE(lists(us.system, {"pads", "keys"}));
+    ASSERT_TRUE(us.lists({"pads", "keys"}));
     ASSERT_TRUE(eventually([&] { return us.notices().size() == 2; }));
-    const EndpointRef source = us.system.source(1);
-    ASSERT_EQ(us.system.connectSource(us.port, source), 0);
+    const SourceRef source = us.source(1);
+    ASSERT_EQ(us.connect(source), 0);
     ASSERT_TRUE(us.hears(*keys, 1));
 
     server.kill();
-    EXPECT_TRUE(lists(us.system, {"keys"})) << "only the connected one is awaited";
-    EXPECT_LT(us.system.connectSource(us.port, source), 0) << "there is nothing to connect to";
+    EXPECT_TRUE(us.lists({"keys"})) << "only the connected one is awaited";
+    EXPECT_EQ(us.connect(source), EHOSTDOWN);
     pads.reset();
     keys.reset();
     server.restart();
     pads.emplace("pads");
-    ASSERT_TRUE(lists(us.system, {"pads", "keys"}));
+    ASSERT_TRUE(us.lists({"pads", "keys"}));
     std::this_thread::sleep_for(300ms);
     EXPECT_EQ(us.notices().size(), 2U) << "the connected one is awaited";
     keys.emplace("keys");
-    ASSERT_TRUE(lists(us.system, {"pads", "keys"}));
-    EXPECT_EQ(us.system.source(1), source);
+    ASSERT_TRUE(us.lists({"pads", "keys"}));
+    EXPECT_EQ(us.source(1), source);
     EXPECT_TRUE(us.hears(*keys, 2));
     EXPECT_TRUE(eventually([&] { return us.notices().size() == 4; }));
     EXPECT_EQ(us.notices(), std::vector(4, SetupChange::objectAdded));
@@ -230,21 +225,18 @@ TEST(PipeWireMidiTest, OutageOfTheServerIsNoNews) {
     server.restart();
     EXPECT_TRUE(eventually([&] { return us.notices().size() == 6; }, 8s));
     EXPECT_EQ(us.notices().back(), SetupChange::objectRemoved);
-    EXPECT_EQ(us.system.disconnectSource(us.port, source), 0);
 }
 
 TEST(PipeWireMidiTest, WithoutAServerThereIsNoClientAndNoSource) {
+    const auto observe = [](PipeWireMidi& system) {
+        return errorOf([&] { system.observeSources([](SetupChange) {}); });
+    };
     setenv("PIPEWIRE_REMOTE", "nowhere", 1);
     {
         PipeWireMidi system("Tessivo");
-        midi::ClientRef client = 7;
-        EXPECT_LT(system.createClient(
-                      "Tessivo", [](SetupChange) {}, client),
-                  0);
-        EXPECT_EQ(client, 0U);
-        EXPECT_EQ(system.sourceCount(), 0U);
-        EXPECT_EQ(system.source(0), 0U);
-        EXPECT_EQ(system.connectSource(1, 1), -EINVAL);
+        EXPECT_EQ(observe(system), EHOSTDOWN);
+        EXPECT_EQ(errorOf([&] { system.openInput("Tessivo", "TessivoInput", {}); }), EHOSTDOWN);
+        EXPECT_TRUE(system.sources().empty());
     }
     unsetenv("PIPEWIRE_REMOTE");
 
@@ -253,14 +245,11 @@ TEST(PipeWireMidiTest, WithoutAServerThereIsNoClientAndNoSource) {
     server.freeze();
     PipeWireMidi system("Tessivo");
     const auto started = std::chrono::steady_clock::now();
-    EXPECT_EQ(system.sourceCount(), 0U);
+    EXPECT_EQ(observe(system), ETIMEDOUT);
     EXPECT_LT(std::chrono::steady_clock::now() - started, 1500ms);
     server.thaw();
-    EXPECT_EQ(system.sourceCount(), 0U);
-    midi::ClientRef client = 0;
-    EXPECT_EQ(system.createClient(
-                  "Tessivo", [](SetupChange) {}, client),
-              0);
+    EXPECT_TRUE(system.sources().empty());
+    EXPECT_EQ(observe(system), 0);
 }
 
 } // namespace

@@ -12,7 +12,7 @@ namespace {
 using namespace std::chrono_literals;
 using midi::SetupChange;
 using midi::SourceList;
-using News = std::vector<SetupChange>;
+using Notices = std::vector<SetupChange>;
 
 constexpr auto kAdded = SetupChange::objectAdded;
 constexpr auto kRemoved = SetupChange::objectRemoved;
@@ -27,12 +27,12 @@ struct Sources : testing::Test {
         first = list.listed().at(0)->reference;
         second = list.listed().at(1)->reference;
         keys = list.listed().at(2)->reference;
-        list.takeNews(now);
+        list.takeNotices(now);
     }
 
-    std::vector<midi::EndpointRef> references() const {
-        std::vector<midi::EndpointRef> all;
-        for (const SourceList::Source* source : list.listed()) {
+    std::vector<midi::SourceRef> references() const {
+        std::vector<midi::SourceRef> all;
+        for (const SourceList::Entry* source : list.listed()) {
             all.push_back(source->reference);
         }
         return all;
@@ -40,9 +40,9 @@ struct Sources : testing::Test {
 
     SourceList list;
     SourceList::Clock::time_point now;
-    midi::EndpointRef first = 0;
-    midi::EndpointRef second = 0;
-    midi::EndpointRef keys = 0;
+    midi::SourceRef first = 0;
+    midi::SourceRef second = 0;
+    midi::SourceRef keys = 0;
 };
 
 TEST_F(Sources, OfOneNameKeepTheirReferencesOverAnOutage) {
@@ -51,19 +51,19 @@ TEST_F(Sources, OfOneNameKeepTheirReferencesOverAnOutage) {
     EXPECT_EQ(references(), std::vector{keys}) << "only the one that is awaited";
     EXPECT_EQ(list.findPresent(keys), nullptr);
     EXPECT_TRUE(list.somethingIsMissing());
-    EXPECT_TRUE(list.takeNews(now + 1h).empty()) << "no outage is too long";
+    EXPECT_TRUE(list.takeNotices(now + 1h).empty()) << "no outage is too long";
 
     // They come back in another order, and in other places.
     now += 1h;
     list.serverBack(now);
     list.appeared("pads", {7, 70});
-    EXPECT_TRUE(list.takeNews(now + 1s).empty()) << "not before the connected one is back";
+    EXPECT_TRUE(list.takeNotices(now + 1s).empty()) << "not before the connected one is back";
     list.appeared("keys", {8, 80});
-    EXPECT_EQ(list.takeNews(now + 1s), (News{kAdded, kAdded}));
+    EXPECT_EQ(list.takeNotices(now + 1s), (Notices{kAdded, kAdded}));
     EXPECT_EQ(list.findPresent(keys)->place.port, 80U);
     list.appeared("pads", {9, 90});
     EXPECT_EQ(references(), (std::vector{first, second, keys}));
-    EXPECT_EQ(list.takeNews(now + 6s), News{kAdded});
+    EXPECT_EQ(list.takeNotices(now + 6s), Notices{kAdded});
     EXPECT_FALSE(list.somethingIsMissing());
 }
 
@@ -72,13 +72,13 @@ TEST_F(Sources, ThatDoNotReturnAreGoneFiveSecondsLater) {
     list.serverLost();
     list.serverBack(now);
     list.appeared("keys", {3, 13});
-    EXPECT_TRUE(list.takeNews(now + 4999ms).empty());
-    EXPECT_EQ(list.takeNews(now + 5s), (News{kAdded, kRemoved, kRemoved}));
+    EXPECT_TRUE(list.takeNotices(now + 4999ms).empty());
+    EXPECT_EQ(list.takeNotices(now + 5s), (Notices{kAdded, kRemoved, kRemoved}));
     EXPECT_EQ(references(), std::vector{keys});
     list.appeared("pads", {1, 11});
     EXPECT_EQ(references(), (std::vector{first, keys})) << "nobody has disconnected it";
     list.disappeared(11, now);
-    list.takeNews(now + 1min);
+    list.takeNotices(now + 1min);
     list.setConnected(0);
     list.appeared("pads", {1, 11});
     EXPECT_NE(references().back(), first) << "one that was given up is another one";
@@ -87,22 +87,22 @@ TEST_F(Sources, ThatDoNotReturnAreGoneFiveSecondsLater) {
 TEST_F(Sources, ThatAreUnpluggedAreToldAtOnceUnlessTheSessionMayBeStopping) {
     list.setConnected(first);
     list.disappeared(12, now);
-    EXPECT_EQ(list.takeNews(now), News{kRemoved});
+    EXPECT_EQ(list.takeNotices(now), Notices{kRemoved});
     EXPECT_EQ(references(), (std::vector{first, keys}));
 
     list.disappeared(11, now);
     list.disappeared(13, now);
-    EXPECT_TRUE(list.takeNews(now + 499ms).empty());
+    EXPECT_TRUE(list.takeNotices(now + 499ms).empty());
     EXPECT_EQ(references(), std::vector{first}) << "whoever looks meanwhile finds it";
-    EXPECT_EQ(list.takeNews(now + 500ms), (News{kRemoved, kRemoved}));
+    EXPECT_EQ(list.takeNotices(now + 500ms), (Notices{kRemoved, kRemoved}));
 
     list.appeared("keys", {4, 14});
     const auto again = references().back();
     list.setConnected(again);
-    list.takeNews(now);
+    list.takeNotices(now);
     list.disappeared(14, now);
     list.serverLost();
-    EXPECT_TRUE(list.takeNews(now + 1min).empty()) << "the server went after it";
+    EXPECT_TRUE(list.takeNotices(now + 1min).empty()) << "the server went after it";
     list.serverBack(now + 1min);
     list.appeared("keys", {5, 15});
     EXPECT_EQ(references(), std::vector{again});

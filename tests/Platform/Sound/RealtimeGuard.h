@@ -1,23 +1,27 @@
 #pragma once
 
-// Watches what one thread does while it plays the part of the audio callback: allocations and
-// locks are counted by standing in for the C library's functions, system calls by a filter in
-// the kernel.
+// Watches what a thread does in the audio callback. Allocations and locks are counted by
+// functions that replace the C library's; system calls by the kernel, which reports each of them
+// (x86-64) before it is carried out.
 namespace tessivo::test::realtime {
 
 struct Violations {
     int allocations = 0;
     int locks = 0;
-    int systemCalls = 0;
-    int lastSystemCall = -1;
+    int systemCalls = 0;     // except wakeUps
+    int wakeUps = 0;         // writes of 8 bytes, as to an eventfd
+    int lastSystemCall = -1; // number of the last one except wakeUps
+
+    Violations& operator+=(const Violations& more);
 };
 
-// Installs the system call filter on the calling thread, for good; false if the kernel
-// refuses it.
+// Has the kernel report the calling thread's system calls; false if it does not support that.
+// Once for each thread.
 bool watchSystemCalls();
 
 // Counting is on between begin() and end(), on the calling thread.
 void begin();
+bool isCounting();
 Violations end();
 
 } // namespace tessivo::test::realtime

@@ -39,11 +39,9 @@ struct Pipe {
 
     Lines readUntil(const std::string& last) const {
         std::string text;
-        std::array<char, 4096> part{};
-        ssize_t count = 1;
-        while (count > 0 && !text.ends_with("\n" + last + "\n")) {
-            count = ::read(ends[0], part.data(), part.size());
-            text.append(part.data(), static_cast<std::size_t>(std::max<ssize_t>(count, 0)));
+        char next = 0;
+        while (!text.ends_with("\n" + last + "\n") && ::read(ends[0], &next, 1) == 1) {
+            text += next;
         }
         return split(text);
     }

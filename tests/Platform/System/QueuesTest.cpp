@@ -1,6 +1,5 @@
 #include "Platform/System/BackgroundQueue.h"
 #include "Platform/System/MainQueue.h"
-#include "Platform/System/SerialQueue.h"
 #include "support/QtTestSupport.h"
 
 #include <QObject>
@@ -34,26 +33,20 @@ TEST(MainQueueTest, RunsTasksOfAllThreadsLaterInTheOrderOfTheirPosts) {
     EXPECT_EQ(order, (std::vector{1, 2, 3, 4}));
 }
 
-TEST(MainQueueTest, TaskWithoutItsContextDoesNothing) {
-    bool ran = false;
-    auto context = std::make_unique<QObject>();
-    MainQueue::postAfter(milliseconds(30), context.get(), [&] { ran = true; });
-    runPosted();
-    MainQueue::post(context.get(), [&] { ran = true; });
-    MainQueue::postAfter(milliseconds(1), context.get(), [&] { ran = true; });
-    context.reset();
-    runFor(milliseconds(60));
-    EXPECT_FALSE(ran);
-}
-
-TEST(MainQueueTest, DelayBeginsAfterWhatWasPostedBefore) {
+TEST(MainQueueTest, DelayBeginsAfterEarlierTasksAndTasksEndWithTheirContext) {
+    auto gone = std::make_unique<QObject>();
     QObject context;
     std::vector<int> order;
+    MainQueue::postAfter(milliseconds(1), gone.get(), [&] { order.push_back(-1); });
+    runPosted(); // its delay has begun
+    MainQueue::post(gone.get(), [&] { order.push_back(-2); });
+    MainQueue::postAfter(milliseconds(1), gone.get(), [&] { order.push_back(-3); });
+    gone.reset();
     MainQueue::postAfter(milliseconds(20), &context, [&] { order.push_back(2); });
     MainQueue::post([&] { order.push_back(1); });
     std::this_thread::sleep_for(milliseconds(60)); // a busy main thread
     const auto begin = std::chrono::steady_clock::now();
-    EXPECT_TRUE(runUntil([&] { return order.size() == 2; }));
+    EXPECT_TRUE(runUntil([&] { return !order.empty() && order.back() == 2; }));
     EXPECT_EQ(order, (std::vector{1, 2}));
     EXPECT_GE(std::chrono::steady_clock::now() - begin, milliseconds(20));
 }
@@ -67,11 +60,8 @@ TEST(BackgroundQueueTest, WhatTheUserWaitsForGoesFirst) {
     }
     std::atomic<int> started = 0;
     std::atomic<int> place = 0;
-    const auto utility = [&] {
-        ++started;
-    };
     for (int i = 0; i < 20; ++i) {
-        BackgroundQueue::post(Priority::utility, utility);
+        BackgroundQueue::post(Priority::utility, [&] { ++started; });
     }
     BackgroundQueue::post(Priority::userInitiated, [&] { place = ++started; });
     gate.set_value();
@@ -80,49 +70,41 @@ TEST(BackgroundQueueTest, WhatTheUserWaitsForGoesFirst) {
     EXPECT_LE(place, 16) << "taken first, though others run beside it";
 }
 
-TEST(SerialQueueTest, RunsOneTaskAfterAnotherInOrderAndLosesNone) {
-    constexpr int kThreads = 4;
+TEST(BackgroundQueueTest, TasksInOrderRunOneByOneAndHoldUpNoOthers) {
     constexpr int kTasks = 500;
-    std::vector<std::vector<int>> order(kThreads); // guarded by the queue alone
+    std::vector<std::vector<int>> order(4); // guarded by the queue alone
     std::atomic<int> running = 0;
-    bool overlapped = false;
-    {
-        SerialQueue queue(BackgroundQueue::Priority::utility);
-        std::vector<std::thread> threads;
-        for (std::size_t t = 0; t < kThreads; ++t) {
-            threads.emplace_back([&, t] {
-                for (int i = 0; i < kTasks; ++i) {
-                    queue.post([&, t, i] {
-                        overlapped = overlapped || ++running > 1;
-                        order[t].push_back(i);
-                        --running;
-                    });
-                }
-            });
-        }
-        for (auto& thread : threads) {
-            thread.join();
-        }
-    } // what was posted runs without the queue
+    std::atomic<bool> overlapped = false;
+    std::promise<void> othersRun;
+    bool lastRan = false;
+    BackgroundQueue::postInOrder([&] {
+        ++running;
+        othersRun.get_future().wait();
+        --running;
+    });
+    std::vector<std::thread> threads;
+    for (auto& ofThread : order) {
+        threads.emplace_back([&] {
+            for (int i = 0; i < kTasks; ++i) {
+                BackgroundQueue::postInOrder([&, i] {
+                    overlapped = overlapped || running > 0;
+                    ofThread.push_back(i);
+                });
+            }
+        });
+    }
+    for (auto& thread : threads) {
+        thread.join();
+    }
+    BackgroundQueue::postInOrder([&] {
+        BackgroundQueue::post(BackgroundQueue::Priority::utility, [&] { lastRan = true; });
+    });
+    BackgroundQueue::post(BackgroundQueue::Priority::utility, [&] { othersRun.set_value(); });
     BackgroundQueue::waitForAll();
     EXPECT_FALSE(overlapped);
+    EXPECT_TRUE(lastRan) << "waited for, though it was posted by another task";
     for (const auto& ofThread : order) {
         EXPECT_EQ(ofThread.size(), static_cast<std::size_t>(kTasks));
         EXPECT_TRUE(std::is_sorted(ofThread.begin(), ofThread.end()));
     }
-}
-
-TEST(SerialQueueTest, WaitsForNoOtherQueueAndTakesTasksFromItsOwn) {
-    SerialQueue waiting(BackgroundQueue::Priority::utility);
-    SerialQueue other(BackgroundQueue::Priority::utility);
-    std::promise<void> otherRan;
-    std::atomic<int> place = 0;
-    waiting.post([&] {
-        waiting.post([&] { place = place * 10 + 2; });
-        otherRan.get_future().wait();
-        place = 1;
-    });
-    other.post([&] { otherRan.set_value(); });
-    BackgroundQueue::waitForAll();
-    EXPECT_EQ(place, 12);
 }

@@ -5,6 +5,7 @@
 #include <samplerate.h>
 
 #include <cmath>
+#include <string>
 
 namespace tessivo::sound {
 
@@ -36,15 +37,18 @@ std::span<const float> RateConverter::process(std::span<const float> interleaved
     data.src_ratio = ratio_;
     data.end_of_input = endOfInput ? 1 : 0;
     for (;;) {
-        // Room for the input left and for what the filter holds; the loop goes on while
-        // either side is exhausted before the other.
+        // Room for the input that is left and for what the filter holds. One call may use only
+        // a part of the input, so the loop ends when a call neither reads nor writes.
         const auto room =
             static_cast<std::size_t>(std::ceil(static_cast<double>(data.input_frames) * ratio_)) +
             1024;
         output_.resize((produced + room) * channels_);
         data.data_out = output_.data() + produced * channels_;
         data.output_frames = static_cast<long>(room);
-        src_process(handle_->state, &data);
+        if (const int error = src_process(handle_->state, &data); error != 0) {
+            throw AudioError(std::string("The sample rate could not be converted: ") +
+                             src_strerror(error));
+        }
         produced += static_cast<std::size_t>(data.output_frames_gen);
         data.data_in += data.input_frames_used * static_cast<long>(channels_);
         data.input_frames -= data.input_frames_used;

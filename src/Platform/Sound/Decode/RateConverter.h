@@ -1,22 +1,25 @@
 #pragma once
 
+#include <cstdint>
 #include <memory>
 #include <span>
 #include <vector>
 
 namespace tessivo::sound {
 
-// Converts interleaved audio from one sample rate to another, carrying its state from call
-// to call so that a stream may be cut anywhere. One thread at a time; never the callback.
+// Converts interleaved audio from one sample rate to another. Its state is kept from call to
+// call, so a signal may be cut anywhere. One thread at a time; never the audio callback.
 class RateConverter {
 public:
-    RateConverter(double fromRate, double toRate, std::uint32_t channels); // Hz
+    // Rates in Hz. Throws AudioError when their ratio is beyond what can be converted.
+    RateConverter(double fromRate, double toRate, std::uint32_t channels);
     ~RateConverter();
     RateConverter(const RateConverter&) = delete;
     RateConverter& operator=(const RateConverter&) = delete;
 
-    // Converts whole frames; the result is valid until the next call. endOfInput lets out
-    // what the filter still holds.
+    // Converts whole frames; the result is valid until the next call, whose input it must not
+    // be. endOfInput also returns the frames that the filter still holds. Throws AudioError
+    // when the conversion fails.
     std::span<const float> process(std::span<const float> interleaved, bool endOfInput = false);
 
     // Forgets everything converted so far.

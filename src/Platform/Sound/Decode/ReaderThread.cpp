@@ -1,30 +1,27 @@
 #include "Platform/Sound/Decode/ReaderThread.h"
 
 #include <algorithm>
+#include <exception>
 #include <iterator>
+#include <string>
+#include <utility>
 
 namespace tessivo::sound {
 
-ReaderThread::ReaderThread(std::function<void()> afterEachRound)
-    : afterEachRound_(std::move(afterEachRound))
-    , thread_([this] { run(); }) {}
+using std::chrono::milliseconds;
 
-ReaderThread::~ReaderThread() {
+ReaderThread::ReaderThread(DiagnosticSink diagnostics)
+    : diagnostics_(diagnostics ? std::move(diagnostics) : [](const std::string&) {})
+    , thread_([this](const std::stop_token& stop) { run(stop); }) {}
+
+ReaderThread::~ReaderThread() = default;
+
+void ReaderThread::add(std::shared_ptr<PlayerReader> player) {
     {
         const std::lock_guard lock(mutex_);
-        quit_ = true;
+        added_.push_back(std::move(player));
     }
-    changed_.notify_all();
-    thread_.join();
-}
-
-void ReaderThread::add(std::shared_ptr<PlayerStream> stream) {
-    {
-        const std::lock_guard lock(mutex_);
-        added_.push_back(std::move(stream));
-        woken_ = true;
-    }
-    changed_.notify_all();
+    wake();
 }
 
 void ReaderThread::wake() {
@@ -35,44 +32,60 @@ void ReaderThread::wake() {
     changed_.notify_all();
 }
 
-void ReaderThread::run() {
-    std::vector<std::shared_ptr<PlayerStream>> streams;
+void ReaderThread::run(const std::stop_token& stop) {
+    std::vector<std::shared_ptr<PlayerReader>> players;
     std::unique_lock lock(mutex_);
-    while (!quit_) {
+    while (!stop.stop_requested()) {
         woken_ = false;
-        std::move(added_.begin(), added_.end(), std::back_inserter(streams));
+        std::move(added_.begin(), added_.end(), std::back_inserter(players));
         added_.clear();
         lock.unlock();
 
-        std::optional<std::chrono::milliseconds> wait;
-        for (const auto& stream : streams) {
-            const auto next = stream->work();
+        std::optional<milliseconds> wait;
+        for (const auto& player : players) {
+            const auto next = workOn(*player);
             if (next && (!wait || *next < *wait)) {
                 wait = next;
             }
         }
-        std::erase_if(streams, [](const auto& stream) { return stream->isRetired(); });
-        if (afterEachRound_) {
-            afterEachRound_();
-        }
+        std::erase_if(players, [](const auto& player) { return player->isRetired(); });
+        reportUnderruns();
 
         lock.lock();
-        const auto woken = [this] {
-            return woken_ || quit_;
+        const auto isWoken = [this] {
+            return woken_;
         };
         if (!wait) {
-            changed_.wait(lock, woken);
-        } else if (*wait > std::chrono::milliseconds::zero()) {
-            changed_.wait_for(lock, *wait, woken);
+            changed_.wait(lock, stop, isWoken);
+        } else if (*wait > milliseconds::zero()) {
+            changed_.wait_for(lock, stop, *wait, isWoken);
         }
     }
-    std::move(added_.begin(), added_.end(), std::back_inserter(streams));
+    std::move(added_.begin(), added_.end(), std::back_inserter(players));
     lock.unlock();
-    // Notices that are still owed are not lost with the engine.
-    for (const auto& stream : streams) {
-        stream->stop();
-        stream->work();
+    for (const auto& player : players) {
+        player->stop();
+        workOn(*player);
     }
+}
+
+std::optional<milliseconds> ReaderThread::workOn(PlayerReader& player) const {
+    try {
+        return player.work();
+    } catch (const std::exception& error) {
+        diagnostics_(std::string("Playback ended: ") + error.what());
+        player.fail();
+        return milliseconds::zero();
+    }
+}
+
+void ReaderThread::reportUnderruns() {
+    const auto frames = underruns_->load(std::memory_order_relaxed);
+    if (frames > reportedUnderruns_) {
+        diagnostics_("Playback was short of " + std::to_string(frames - reportedUnderruns_) +
+                     " frames: the disk did not deliver in time");
+    }
+    reportedUnderruns_ = frames;
 }
 
 } // namespace tessivo::sound

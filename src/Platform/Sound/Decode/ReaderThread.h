@@ -1,39 +1,54 @@
 #pragma once
 
-#include "Platform/Sound/Render/PlayerStream.h"
+#include "Platform/Sound/Decode/PlayerReader.h"
+#include "Platform/Sound/Diagnostics.h"
 
+#include <atomic>
+#include <chrono>
 #include <condition_variable>
+#include <cstdint>
 #include <memory>
 #include <mutex>
+#include <optional>
 #include <thread>
 #include <vector>
 
 namespace tessivo::sound {
 
-// The thread that keeps every player stream of one engine decoded ahead. add() and wake()
-// belong to the main thread; a stream leaves by itself once it has been stopped.
+// The thread that keeps all players of one engine decoded ahead, and tells of underruns and of
+// players that failed. A player leaves by itself once it has been stopped. At the end of the
+// thread all players are stopped and give the notices that are still due.
 class ReaderThread {
 public:
-    explicit ReaderThread(std::function<void()> afterEachRound);
+    explicit ReaderThread(DiagnosticSink diagnostics);
     ~ReaderThread();
     ReaderThread(const ReaderThread&) = delete;
     ReaderThread& operator=(const ReaderThread&) = delete;
 
-    void add(std::shared_ptr<PlayerStream> stream);
-
-    // A stream has new orders.
+    // Main thread.
+    void add(std::shared_ptr<PlayerReader> player);
+    // Main thread: a player has new orders.
     void wake();
 
-private:
-    void run();
+    // Frames that players could not deliver in time. The audio callback counts, any thread
+    // reads.
+    const std::shared_ptr<std::atomic<std::int64_t>>& underruns() const { return underruns_; }
 
-    std::function<void()> afterEachRound_;
-    std::mutex mutex_;
-    std::condition_variable changed_;
-    std::vector<std::shared_ptr<PlayerStream>> added_;
+private:
+    void run(const std::stop_token& stop);
+    std::optional<std::chrono::milliseconds> workOn(PlayerReader& player) const;
+    void reportUnderruns();
+
+    const DiagnosticSink diagnostics_;
+    const std::shared_ptr<std::atomic<std::int64_t>> underruns_ =
+        std::make_shared<std::atomic<std::int64_t>>(0);
+    std::int64_t reportedUnderruns_ = 0; // reader thread
+
+    std::mutex mutex_; // for what follows
+    std::condition_variable_any changed_;
+    std::vector<std::shared_ptr<PlayerReader>> added_;
     bool woken_ = false;
-    bool quit_ = false;
-    std::thread thread_;
+    std::jthread thread_; // the last member: it ends before the others go
 };
 
 } // namespace tessivo::sound

@@ -14,8 +14,7 @@ struct RenderCycle {
     // 0, 1 or 2 channels: none in a cycle without a capture device. The count may change
     // from one cycle to the next.
     std::span<const float* const> input;
-    // 2 channels (left, right), to be filled completely; or none when nothing is heard
-    // because there is no playback device.
+    // 2 channels (left, right), to be filled completely; none without a playback device.
     std::span<float* const> output;
     std::uint32_t frames = 0;
 };
@@ -30,14 +29,13 @@ protected:
     ~AudioRenderer() = default;
 };
 
-// The seam between the engine and whatever moves samples: the formats of the default input
-// and output, start, stop, one callback, one change notice. Operations belong to the main
-// thread and never block for longer than a bounded time.
+// What the engine needs of an audio device, real or simulated. Functions are called on the main
+// thread unless they say otherwise, and block for a bounded time only.
 class AudioDevice {
 public:
     struct Formats {
-        AudioFormat input;  // the default capture device; no channels: there is none
-        AudioFormat output; // the default playback device; no channels: there is none
+        AudioFormat input;  // of the default capture device; no channels when there is none
+        AudioFormat output; // of the default playback device; no channels when there is none
         // The rate that cycles run at, Hz. It may differ from either device's rate; the
         // system then converts. Fixed from start() to stop().
         double renderRate = 0.0;
@@ -51,12 +49,12 @@ public:
 
     virtual ~AudioDevice() = default;
 
-    // The latest known formats: those that the last change notice spoke of, or newer.
+    // The latest known formats: as of the last change notice, or newer.
     virtual Formats formats() const = 0;
 
-    // Starts cycles. Throws AudioError when the sound server cannot be reached. Once
-    // started, the device follows default devices and server restarts by itself and stays
-    // started; cycles simply stop while there is nothing to drive them.
+    // Starts cycles. Throws AudioError when the sound server cannot be reached. Once started,
+    // the device follows changes of the default devices and reconnects to a restarted server;
+    // it stays started while there is no device or server, but then there are no cycles.
     virtual void start(AudioRenderer& renderer, const Request& request) = 0;
 
     // Ends cycles; when it returns, render() is not running and is not called again.
@@ -66,8 +64,8 @@ public:
     // Time from a rendered frame to the moment it is heard, seconds. Any thread.
     virtual double outputLatency() const = 0;
 
-    // Sets the notice of changed formats. It is called on a thread of the device's, must be
-    // short, and is never called again once this has been called with nothing.
+    // Sets the handler of format changes. It is called on a thread of the device and must return
+    // soon. After setChangeHandler({}) it is not running and is not called again.
     virtual void setChangeHandler(std::function<void()> handler) = 0;
 };
 

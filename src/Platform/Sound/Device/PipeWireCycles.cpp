@@ -1,6 +1,6 @@
 #include "Platform/Sound/Device/PipeWireCycles.h"
 
-#include <pipewire/pipewire.h>
+#include <pipewire/stream.h>
 
 #include <algorithm>
 #include <chrono>
@@ -12,12 +12,12 @@ namespace {
 
 constexpr std::uint32_t kSampleBytes = sizeof(float);
 
-// Gives a stream its buffer back, whatever happens in between.
+// A stream's buffer, which is queued again in any case.
 class DequeuedBuffer {
 public:
-    explicit DequeuedBuffer(pw_stream* stream) noexcept
-        : stream_(stream)
-        , buffer_(pw_stream_dequeue_buffer(stream)) {}
+    explicit DequeuedBuffer(pw_stream* stream) TESSIVO_REALTIME
+        : stream_(stream),
+          buffer_(pw_stream_dequeue_buffer(stream)) {}
     ~DequeuedBuffer() {
         if (buffer_ != nullptr) {
             pw_stream_queue_buffer(stream_, buffer_);
@@ -26,11 +26,11 @@ public:
     DequeuedBuffer(const DequeuedBuffer&) = delete;
     DequeuedBuffer& operator=(const DequeuedBuffer&) = delete;
 
-    std::uint64_t requested() const noexcept { return buffer_->requested; }
-    void setSize(std::uint64_t frames) noexcept { buffer_->size = frames; }
+    std::uint64_t requested() const TESSIVO_REALTIME { return buffer_->requested; }
+    void setSize(std::uint64_t frames) TESSIVO_REALTIME { buffer_->size = frames; }
 
     // One for each channel; none when there was no buffer.
-    std::span<spa_data> channels() const noexcept {
+    std::span<spa_data> channels() const TESSIVO_REALTIME {
         if (buffer_ == nullptr || buffer_->buffer == nullptr) {
             return {};
         }
@@ -43,81 +43,6 @@ private:
 };
 
 } // namespace
-
-OutputFifo::OutputFifo() {
-    for (std::vector<float>& channel : samples_) {
-        channel.resize(kCapacity);
-    }
-}
-
-void OutputFifo::clear() TESSIVO_REALTIME {
-    size_ = 0;
-    lowest_ = 0;
-    cycles_ = 0;
-    fetched_ = true;
-}
-
-void OutputFifo::beginCycle() TESSIVO_REALTIME {
-    if (!fetched_) {
-        drop(size_);
-    }
-    fetched_ = false;
-}
-
-void OutputFifo::push(std::span<const float* const> channels,
-                      std::uint32_t frames) TESSIVO_REALTIME {
-    const std::uint32_t count = std::min(frames, kCapacity);
-    if (size_ + count > kCapacity) {
-        drop(size_ + count - kCapacity);
-    }
-    const std::uint32_t start = (first_ + size_) % kCapacity;
-    const std::uint32_t unwrapped = std::min(count, kCapacity - start);
-    for (std::size_t c = 0; c < samples_.size(); ++c) {
-        const float* from = channels[c] + (frames - count);
-        std::copy_n(from, unwrapped, samples_[c].data() + start);
-        std::copy_n(from + unwrapped, count - unwrapped, samples_[c].data());
-    }
-    size_ += count;
-}
-
-std::uint32_t OutputFifo::pop(std::span<float* const> channels,
-                              std::uint32_t frames) TESSIVO_REALTIME {
-    const std::uint32_t count = std::min(frames, size_);
-    const std::uint32_t unwrapped = std::min(count, kCapacity - first_);
-    for (std::size_t c = 0; c < samples_.size(); ++c) {
-        float* to = channels[c];
-        std::copy_n(samples_[c].data() + first_, unwrapped, to);
-        std::copy_n(samples_[c].data(), count - unwrapped, to + unwrapped);
-        std::fill_n(to + count, frames - count, 0.0F);
-    }
-    drop(count);
-    fetched_ = true;
-    lowest_ = cycles_ == 0 ? size_ : std::min(lowest_, size_);
-    if (++cycles_ == kTrimCycles) {
-        drop(lowest_);
-        cycles_ = 0;
-    }
-    return frames - count;
-}
-
-void OutputFifo::drop(std::uint32_t frames) TESSIVO_REALTIME {
-    first_ = (first_ + frames) % kCapacity;
-    size_ -= frames;
-}
-
-const pw_stream_events PipeWireCycles::kCaptureEvents = [] {
-    pw_stream_events events{};
-    events.version = PW_VERSION_STREAM_EVENTS;
-    events.process = onCapture;
-    return events;
-}();
-
-const pw_stream_events PipeWireCycles::kPlaybackEvents = [] {
-    pw_stream_events events{};
-    events.version = PW_VERSION_STREAM_EVENTS;
-    events.process = onPlayback;
-    return events;
-}();
 
 PipeWireCycles::PipeWireCycles() {
     for (std::vector<float>& channel : scratch_) {
@@ -157,8 +82,8 @@ void PipeWireCycles::setPlaybackRunning(bool running) {
     }
 }
 
-// Both sides are sequentially consistent: either the callback sees what was stored before
-// this was called, or this sees the callback inside.
+// All these atomics are sequentially consistent: either the callback sees what was stored before
+// awaitLeave(), or awaitLeave() sees that the callback is inside.
 AudioRenderer* PipeWireCycles::enter() TESSIVO_REALTIME {
     ++inside_;
     AudioRenderer* renderer = renderer_;
@@ -179,14 +104,14 @@ void PipeWireCycles::leave() TESSIVO_REALTIME {
 }
 
 void PipeWireCycles::awaitLeave() const {
-    // A callback that is entered later sees the new value, so one departure is enough.
+    // A callback that enters later sees what was stored, so waiting for one departure is enough.
     const std::uint64_t before = departures_;
     while (inside_ != 0 && departures_ == before) {
         std::this_thread::sleep_for(std::chrono::microseconds(20));
     }
 }
 
-void PipeWireCycles::onCapture(void* data) {
+void PipeWireCycles::onCapture(void* data) TESSIVO_REALTIME {
     auto& self = *static_cast<PipeWireCycles*>(data);
     AudioRenderer* renderer = self.enter();
     if (renderer == nullptr) {
@@ -198,7 +123,7 @@ void PipeWireCycles::onCapture(void* data) {
     self.leave();
 }
 
-void PipeWireCycles::onPlayback(void* data) {
+void PipeWireCycles::onPlayback(void* data) TESSIVO_REALTIME {
     auto& self = *static_cast<PipeWireCycles*>(data);
     AudioRenderer* renderer = self.enter();
     if (renderer == nullptr) {

@@ -29,8 +29,8 @@ struct PipeWireDefaults::Follower {
     Role& role;
     std::uint32_t id = 0;
     std::string serial;
-    AudioFormat current{}; // what the device is set to, once it was in use
-    AudioFormat offered{}; // what it would be set to
+    AudioFormat current{}; // set on the device, once it has been in use
+    AudioFormat offered{}; // what the device would be set to
     std::uint32_t offeredIndex = UINT32_MAX;
     pipewire::ProxyOwner<pw_node> proxy{};
     pipewire::Listener listener{};
@@ -65,40 +65,14 @@ PipeWireDefaults::Role::~Role() = default;
 
 namespace {
 
-bool startsWith(std::string_view text, std::string_view prefix) {
-    return text.substr(0, prefix.size()) == prefix;
-}
+constexpr double kUnknownRate = 48000.0;
 
 } // namespace
 
-const pw_registry_events PipeWireDefaults::kRegistryEvents = [] {
-    pw_registry_events events{};
-    events.version = PW_VERSION_REGISTRY_EVENTS;
-    events.global = onGlobal;
-    events.global_remove = onGlobalRemove;
-    return events;
-}();
-
-const pw_metadata_events PipeWireDefaults::kDefaultEvents = [] {
-    pw_metadata_events events{};
-    events.version = PW_VERSION_METADATA_EVENTS;
-    events.property = onDefault;
-    return events;
-}();
-
-const pw_metadata_events PipeWireDefaults::kSettingEvents = [] {
-    pw_metadata_events events{};
-    events.version = PW_VERSION_METADATA_EVENTS;
-    events.property = onSetting;
-    return events;
-}();
-
-PipeWireDefaults::PipeWireDefaults(pw_core* core, std::function<void()> changed)
-    : changed_(std::move(changed))
-    , registry_(pw_core_get_registry(core, PW_VERSION_REGISTRY, 0)) {
-    if (registry_ != nullptr) {
-        pipewire::listenTo(registry_.get(), registryListener_.fresh(), kRegistryEvents, this);
-    }
+PipeWireDefaults::PipeWireDefaults(pipewire::Connection& connection, std::function<void()> changed)
+    : connection_(connection)
+    , changed_(std::move(changed)) {
+    connection_.setRegistryListener(*this);
 }
 
 PipeWireDefaults::~PipeWireDefaults() = default;
@@ -111,7 +85,7 @@ PipeWireDefaults::Device PipeWireDefaults::sink() const {
     return sink_.device ? Device{sink_.device->serial, sink_.device->format()} : Device{};
 }
 
-double PipeWireDefaults::graphRate(double sourceRate) const {
+double PipeWireDefaults::renderRate(double sourceRate) const {
     const auto numbers = [this](const char* key) {
         const auto found = settings_.find(key);
         return found != settings_.end() ? parseNumbers(found->second.c_str()) : std::vector<int>{};
@@ -127,45 +101,47 @@ double PipeWireDefaults::graphRate(double sourceRate) const {
     if (std::find(allowed.begin(), allowed.end(), sourceRate) != allowed.end()) {
         return sourceRate;
     }
-    return number("clock.rate");
+    for (const double rate : {static_cast<double>(number("clock.rate")), connection_.clockRate()}) {
+        if (rate > 0.0) {
+            return rate;
+        }
+    }
+    return kUnknownRate;
 }
 
-void PipeWireDefaults::onGlobal(void* data, std::uint32_t id, std::uint32_t /*permissions*/,
-                                const char* type, std::uint32_t /*version*/,
-                                const spa_dict* properties) {
-    auto& self = *static_cast<PipeWireDefaults*>(data);
-    if (std::strcmp(type, PW_TYPE_INTERFACE_Node) == 0) {
+void PipeWireDefaults::objectAdded(std::uint32_t id, std::string_view type,
+                                   const spa_dict* properties) {
+    if (type == PW_TYPE_INTERFACE_Node) {
         Node node{pipewire::dictValue(properties, PW_KEY_NODE_NAME),
                   pipewire::dictValue(properties, PW_KEY_OBJECT_SERIAL),
                   pipewire::dictValue(properties, PW_KEY_MEDIA_CLASS)};
-        if (startsWith(node.mediaClass, "Audio/")) {
-            self.nodes_.insert_or_assign(id, std::move(node));
-            self.resolve();
+        if (node.mediaClass.starts_with("Audio/")) {
+            nodes_.insert_or_assign(id, std::move(node));
+            resolve();
         }
-        return;
+    } else if (type == PW_TYPE_INTERFACE_Metadata) {
+        const std::string name = pipewire::dictValue(properties, PW_KEY_METADATA_NAME);
+        if (name == "default" || name == "settings") {
+            bindMetadata(id, name == "default");
+        }
     }
-    if (std::strcmp(type, PW_TYPE_INTERFACE_Metadata) != 0) {
-        return;
-    }
-    const std::string name = pipewire::dictValue(properties, PW_KEY_METADATA_NAME);
-    const bool isDefaults = name == "default";
-    if (!isDefaults && name != "settings") {
-        return;
-    }
-    self.bindMetadata(id, isDefaults);
 }
 
 void PipeWireDefaults::bindMetadata(std::uint32_t id, bool isDefaults) {
+    static const auto defaultEvents = pipewire::eventTable<pw_metadata_events>(
+        PW_VERSION_METADATA_EVENTS, [](auto& events) { events.property = onDefault; });
+    static const auto settingEvents = pipewire::eventTable<pw_metadata_events>(
+        PW_VERSION_METADATA_EVENTS, [](auto& events) { events.property = onSetting; });
     auto metadata = std::make_unique<Metadata>();
     metadata->id = id;
     metadata->isDefaults = isDefaults;
-    metadata->proxy.reset(static_cast<pw_metadata*>(
-        pw_registry_bind(registry_.get(), id, PW_TYPE_INTERFACE_Metadata, PW_VERSION_METADATA, 0)));
+    metadata->proxy =
+        connection_.bind<pw_metadata>(id, PW_TYPE_INTERFACE_Metadata, PW_VERSION_METADATA);
     if (metadata->proxy == nullptr) {
         return;
     }
     pipewire::listenTo(metadata->proxy.get(), metadata->listener.fresh(),
-                       isDefaults ? kDefaultEvents : kSettingEvents, this);
+                       isDefaults ? defaultEvents : settingEvents, this);
     metadata_.push_back(std::move(metadata));
 }
 
@@ -175,7 +151,7 @@ bool PipeWireDefaults::lacksNames() const {
                        [](const auto& metadata) { return metadata->isDefaults; });
 }
 
-void PipeWireDefaults::askForNames() {
+void PipeWireDefaults::requestNames() {
     std::vector<std::uint32_t> ids;
     for (const auto& metadata : metadata_) {
         if (metadata->isDefaults) {
@@ -188,13 +164,11 @@ void PipeWireDefaults::askForNames() {
     }
 }
 
-void PipeWireDefaults::onGlobalRemove(void* data, std::uint32_t id) {
-    auto& self = *static_cast<PipeWireDefaults*>(data);
-    // The names stay known: a session manager that restarts takes nothing from devices that
-    // are still there.
-    std::erase_if(self.metadata_, [id](const auto& metadata) { return metadata->id == id; });
-    self.nodes_.erase(id);
-    self.resolve();
+void PipeWireDefaults::objectRemoved(std::uint32_t id) {
+    // The names are kept: while a session manager restarts, its devices stay in use.
+    std::erase_if(metadata_, [id](const auto& metadata) { return metadata->id == id; });
+    nodes_.erase(id);
+    resolve();
 }
 
 int PipeWireDefaults::onDefault(void* data, std::uint32_t subject, const char* key,
@@ -203,7 +177,7 @@ int PipeWireDefaults::onDefault(void* data, std::uint32_t subject, const char* k
     if (subject != PW_ID_CORE) {
         return 0;
     }
-    // Without a key, everything about the subject is gone.
+    // A null key removes all of the subject's values.
     if (key == nullptr || std::strcmp(key, "default.audio.source") == 0) {
         self.sourceName_ = parseNodeName(value);
     }
@@ -233,7 +207,7 @@ void PipeWireDefaults::follow(Role& role, const std::string& name, const std::st
     const auto found =
         std::find_if(nodes_.begin(), nodes_.end(), [&name, &mediaClass](const auto& entry) {
             return !name.empty() && entry.second.name == name &&
-                   startsWith(entry.second.mediaClass, mediaClass);
+                   entry.second.mediaClass.starts_with(mediaClass);
         });
     if (found == nodes_.end()) {
         role.successor.reset();
@@ -250,17 +224,12 @@ void PipeWireDefaults::follow(Role& role, const std::string& name, const std::st
     if (role.successor && role.successor->id == id) {
         return;
     }
-    static const pw_node_events events = [] {
-        pw_node_events e{};
-        e.version = PW_VERSION_NODE_EVENTS;
-        e.param = Follower::onParam;
-        return e;
-    }();
+    static const auto events = pipewire::eventTable<pw_node_events>(
+        PW_VERSION_NODE_EVENTS, [](auto& table) { table.param = Follower::onParam; });
     role.successor.reset(
         new Follower{.owner = *this, .role = role, .id = id, .serial = found->second.serial});
     Follower& follower = *role.successor;
-    follower.proxy.reset(static_cast<pw_node*>(
-        pw_registry_bind(registry_.get(), id, PW_TYPE_INTERFACE_Node, PW_VERSION_NODE, 0)));
+    follower.proxy = connection_.bind<pw_node>(id, PW_TYPE_INTERFACE_Node, PW_VERSION_NODE);
     if (follower.proxy != nullptr) {
         pipewire::listenTo(follower.proxy.get(), follower.listener.fresh(), events, &follower);
         std::array<std::uint32_t, 2> params{SPA_PARAM_EnumFormat, SPA_PARAM_Format};

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Platform/PipeWire/Handles.h"
+#include "Platform/PipeWire/Connection.h"
 #include "Platform/Sound/AudioFormat.h"
 
 #include <pipewire/extensions/metadata.h>
@@ -14,42 +14,41 @@
 
 namespace tessivo::sound {
 
-// Which devices the server's session calls the default ones, what they are, and the rates
-// of the graph. Belongs to one connection and to its loop.
-class PipeWireDefaults {
+// The default devices of the server's session, their formats, and the rate of the graph.
+// Belongs to one connection; created, used and destroyed with its loop locked.
+class PipeWireDefaults final : private pipewire::RegistryListener {
 public:
-    // changed is called on the loop whenever something below may have another answer.
-    PipeWireDefaults(pw_core* core, std::function<void()> changed);
+    // changed is called on the loop's thread when an answer below may have changed.
+    PipeWireDefaults(pipewire::Connection& connection, std::function<void()> changed);
     ~PipeWireDefaults();
     PipeWireDefaults(const PipeWireDefaults&) = delete;
     PipeWireDefaults& operator=(const PipeWireDefaults&) = delete;
 
     struct Device {
-        std::string serial; // what a stream names as its target; empty: there is no device
+        std::string serial; // a stream's target; empty when there is no device
         AudioFormat format;
     };
-    // The default capture device. A default that is a playback device, whose monitor the
-    // session would record, is no device. A device appears here once its format is known.
+    // The default capture device and the default playback device, once their formats are known.
+    // A playback device whose monitor the session offers for capture is no capture device.
     Device source() const;
     Device sink() const;
 
-    // The rate that the graph runs at with that capture device, Hz; 0 when the server has
-    // not said.
-    double graphRate(double sourceRate) const;
+    // The rate that the graph runs at with a capture device of that rate, Hz.
+    double renderRate(double sourceRate) const;
 
-    // The session manager has announced its choice of devices, but has not told it. That
-    // happens to who comes while it is just starting, and nothing is told later either:
-    // it has to be asked once more.
+    // The session manager has a list of default devices, but has sent no names. That happens to
+    // a client that connects while the session manager starts, and no names are sent later
+    // either: they have to be requested.
     bool lacksNames() const;
-    void askForNames(); // not from one of our callbacks
+    void requestNames(); // not from an event function
 
 private:
-    struct Node;     // any device in the registry
-    struct Metadata; // one of the two metadata objects that matter
-    struct Follower; // what is known of one default device
-    struct Role {    // of a default device: source or sink
+    struct Node;     // an audio device in the registry
+    struct Metadata; // the one with the default devices or the one with the settings
+    struct Follower; // one default device, bound to follow its formats
+    struct Role {    // source or sink
         std::unique_ptr<Follower> device;
-        std::unique_ptr<Follower> successor; // until it has told its format
+        std::unique_ptr<Follower> successor; // until its format is known
 
         Role();
         ~Role();
@@ -57,28 +56,23 @@ private:
         Role& operator=(const Role&) = delete;
     };
 
-    static void onGlobal(void* data, std::uint32_t id, std::uint32_t permissions, const char* type,
-                         std::uint32_t version, const spa_dict* properties);
-    static void onGlobalRemove(void* data, std::uint32_t id);
+    void objectAdded(std::uint32_t id, std::string_view type, const spa_dict* properties) override;
+    void objectRemoved(std::uint32_t id) override;
     static int onDefault(void* data, std::uint32_t subject, const char* key, const char* type,
                          const char* value);
     static int onSetting(void* data, std::uint32_t subject, const char* key, const char* type,
                          const char* value);
-    static const pw_registry_events kRegistryEvents;
-    static const pw_metadata_events kDefaultEvents;
-    static const pw_metadata_events kSettingEvents;
 
     void bindMetadata(std::uint32_t id, bool isDefaults);
     void follow(Role& role, const std::string& name, const std::string& mediaClass);
     void resolve();
 
+    pipewire::Connection& connection_;
     std::function<void()> changed_;
     std::map<std::uint32_t, Node> nodes_;
     std::map<std::string, std::string, std::less<>> settings_;
     std::string sourceName_;
     std::string sinkName_;
-    pipewire::ProxyOwner<pw_registry> registry_;
-    pipewire::Listener registryListener_;
     std::vector<std::unique_ptr<Metadata>> metadata_;
     Role source_;
     Role sink_;

@@ -1,6 +1,7 @@
 #include "Platform/Sound/Device/PipeWireFormats.h"
 
-#include <spa/param/audio/format-utils.h>
+#include <spa/param/audio/raw-utils.h>
+#include <spa/param/format.h>
 #include <spa/pod/builder.h>
 #include <spa/pod/iter.h>
 #include <spa/utils/json.h>

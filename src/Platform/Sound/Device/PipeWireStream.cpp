@@ -11,8 +11,8 @@ namespace tessivo::sound {
 
 namespace {
 
-// What we ask for; the user's settings of the sound server come first.
-constexpr int kWishedLatencyFrames = 64;
+// The user's own settings of the sound server take precedence.
+constexpr int kRequestedLatencyFrames = 64;
 
 pw_properties* streamProperties(const PipeWireStreamSettings& settings, bool capture,
                                 const std::string& target) {
@@ -25,14 +25,13 @@ pw_properties* streamProperties(const PipeWireStreamSettings& settings, bool cap
     const int rate = static_cast<int>(settings.renderRate);
     pw_properties_setf(properties, PW_KEY_NODE_RATE, "1/%d", rate);
     if (std::getenv("PIPEWIRE_LATENCY") == nullptr) {
-        pw_properties_setf(properties, PW_KEY_NODE_LATENCY, "%d/%d", kWishedLatencyFrames, rate);
+        pw_properties_setf(properties, PW_KEY_NODE_LATENCY, "%d/%d", kRequestedLatencyFrames, rate);
     }
     if (capture) {
-        // Without this, a surround microphone would be mixed down instead of giving its
-        // first channels.
+        // Otherwise a microphone with surround channels would be mixed down.
         pw_properties_set(properties, PW_KEY_STREAM_DONT_REMIX, "true");
-        // What follows a microphone that went away is for us to decide: the session would
-        // take the speaker's monitor.
+        // When a microphone goes, the session manager would link the speaker's monitor instead;
+        // we open the next stream ourselves.
         pw_properties_set(properties, PW_KEY_NODE_DONT_RECONNECT, "true");
     }
     return properties;
@@ -68,16 +67,17 @@ void PipeWireStream::open(pw_core* core, const PipeWireStreamSettings& settings)
         fail();
         return;
     }
-    static const pw_stream_events stateEvents = [] {
-        pw_stream_events events{};
-        events.version = PW_VERSION_STREAM_EVENTS;
-        events.state_changed = onState;
-        return events;
-    }();
+    using pipewire::eventTable;
+    constexpr auto kVersion = PW_VERSION_STREAM_EVENTS;
+    static const auto stateEvents = eventTable<pw_stream_events>(
+        kVersion, [](auto& events) { events.state_changed = onState; });
+    static const auto captureEvents = eventTable<pw_stream_events>(
+        kVersion, [](auto& events) { events.process = PipeWireCycles::onCapture; });
+    static const auto playbackEvents = eventTable<pw_stream_events>(
+        kVersion, [](auto& events) { events.process = PipeWireCycles::onPlayback; });
     pw_stream_add_listener(stream_.get(), &stateHook_, &stateEvents, this);
-    pw_stream_add_listener(
-        stream_.get(), &processHook_,
-        capture ? &PipeWireCycles::kCaptureEvents : &PipeWireCycles::kPlaybackEvents, &cycles_);
+    pw_stream_add_listener(stream_.get(), &processHook_, capture ? &captureEvents : &playbackEvents,
+                           &cycles_);
 
     unsigned flags =
         PW_STREAM_FLAG_AUTOCONNECT | PW_STREAM_FLAG_MAP_BUFFERS | PW_STREAM_FLAG_RT_PROCESS;

@@ -18,8 +18,7 @@ struct PipeWireStreamSettings {
     double renderRate = 0.0;
 };
 
-// One open stream, from opening to destruction. Belongs to its loop; made and destroyed
-// with the loop locked.
+// One open stream, from opening to destruction. Created and destroyed with its loop locked.
 class PipeWireStream {
 public:
     enum class Kind {
@@ -28,8 +27,8 @@ public:
         triggeredPlayback // plays what the capture callback has rendered
     };
 
-    // Opens a stream of 1 or 2 channels to the device with that serial number and hands it
-    // to the cycles. changed is called on the loop when isRunning() or hasFailed() changes.
+    // Opens a stream of 1 or 2 channels to the device with that serial number and hands it to
+    // the cycles. changed is called when isRunning() or hasFailed() changes.
     PipeWireStream(pw_core* core, const PipeWireStreamSettings& settings, Kind kind,
                    std::uint32_t channelCount, std::string target, PipeWireCycles& cycles,
                    std::function<void()> changed);
@@ -40,10 +39,8 @@ public:
     Kind kind() const { return kind_; }
     std::uint32_t channelCount() const { return channelCount_; }
     const std::string& target() const { return target_; }
-    // The graph runs it: it is linked, and samples flow.
-    bool isRunning() const { return running_; }
-    // It will never run.
-    bool hasFailed() const { return failed_; }
+    bool isRunning() const { return running_; } // linked and processed
+    bool hasFailed() const { return failed_; }  // for good
     std::chrono::steady_clock::time_point openedAt() const { return openedAt_; }
 
 private:
@@ -58,7 +55,7 @@ private:
     std::function<void()> changed_;
     std::chrono::steady_clock::time_point openedAt_ = std::chrono::steady_clock::now();
     pipewire::Owner<pw_stream> stream_;
-    // Not Listeners: the stream removes them itself, once its callback can run no more.
+    // Plain hooks: the stream removes them when it is destroyed, after its last callback.
     spa_hook stateHook_{};
     spa_hook processHook_{};
     bool running_ = false;

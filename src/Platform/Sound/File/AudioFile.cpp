@@ -1,18 +1,17 @@
 #include "Platform/Sound/File/AudioFile.h"
 
+#include "Platform/Files/AtomicFile.h"
+#include "Platform/Files/Folder.h"
 #include "Platform/Sound/AudioError.h"
 #include "Platform/Sound/Limits.h"
 
 #include <sndfile.h>
 
-#include <cerrno>
 #include <cmath>
-#include <cstring>
 #include <fcntl.h>
 #include <limits>
-#include <sys/stat.h>
-#include <unistd.h>
-#include <utility>
+#include <string>
+#include <system_error>
 
 namespace tessivo::sound {
 
@@ -23,56 +22,33 @@ struct CloseSoundFile {
 };
 using SoundFile = std::unique_ptr<SNDFILE, CloseSoundFile>;
 
-// A file descriptor that is closed unless it has been handed on.
-class Descriptor {
-public:
-    explicit Descriptor(int value)
-        : value_(value) {}
-    ~Descriptor() {
-        if (value_ >= 0) {
-            close(value_);
-        }
-    }
-    Descriptor(const Descriptor&) = delete;
-    Descriptor& operator=(const Descriptor&) = delete;
-
-    int get() const { return value_; }
-    int release() { return std::exchange(value_, -1); }
-
-private:
-    int value_;
-};
-
-std::string quoted(const std::filesystem::path& path) {
-    return "\"" + path.filename().string() + "\"";
+AudioError failure(const std::string& what, const std::filesystem::path& path,
+                   const std::string& reason) {
+    return AudioError(what + " \"" + path.filename().string() + "\"" + reason);
 }
 
-AudioError systemError(const std::string& what, const std::filesystem::path& path) {
-    const std::string reason = std::generic_category().message(errno);
-    return AudioError(what + " " + quoted(path) + ": " + reason);
+AudioError systemFailure(const std::string& what, const std::filesystem::path& path,
+                         const std::system_error& error) {
+    return failure(what, path, ": " + error.code().message());
 }
 
-// Gives a file that already has the name another one, so that a new take never takes an
-// earlier one away. Linking first and unlinking after means that no moment, and no
-// interruption, leaves the earlier file without a name.
-void keepBeside(const std::filesystem::path& path) {
-    for (int number = 1; number < std::numeric_limits<int>::max(); ++number) {
-        const auto other =
-            path.parent_path() /
-            (path.stem().string() + "-" + std::to_string(number) + path.extension().string());
-        if (link(path.c_str(), other.c_str()) == 0) {
-            return;
-        }
-        if (errno == ENOENT) {
-            return;
-        }
-        // Some removable disks know no links; there the file is moved instead.
-        if (errno != EEXIST && !std::filesystem::exists(other)) {
-            if (rename(path.c_str(), other.c_str()) == 0) {
-                return;
-            }
-            throw systemError("The earlier recording could not be kept:", path);
-        }
+// The library's last failure with this file, or with opening one.
+AudioError soundFailure(const std::string& what, const std::filesystem::path& path, SNDFILE* file) {
+    return failure(what, path, std::string(": ") + sf_strerror(file));
+}
+
+// The library closes the descriptor in any case, also when it cannot use the file. So it must
+// no longer be ours: what we closed after that could be another thread's.
+SoundFile handedOver(files::FileDescriptor& descriptor, int mode, SF_INFO& info) {
+    return SoundFile(sf_open_fd(descriptor.release(), mode, &info, SF_TRUE));
+}
+
+// Keeps a file that has the name already, so that a new take never replaces an earlier one.
+void keepEarlierTake(const std::filesystem::path& path) {
+    try {
+        files::keepUnderFreeName(path);
+    } catch (const std::system_error& error) {
+        throw systemFailure("The earlier recording could not be kept:", path, error);
     }
 }
 
@@ -85,27 +61,24 @@ struct AudioFileReader::Handle {
 
 AudioFileReader::AudioFileReader(const std::filesystem::path& path)
     : handle_(std::make_unique<Handle>()) {
-    // Opening a FIFO or a device would block or mean something else than a loop.
-    Descriptor descriptor(open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
-    if (descriptor.get() < 0) {
-        throw systemError("The audio file could not be opened:", path);
-    }
-    struct stat status {};
-    if (fstat(descriptor.get(), &status) != 0) {
-        throw systemError("The audio file could not be read:", path);
-    }
-    if (!S_ISREG(status.st_mode)) {
-        throw AudioError("Not an audio file: " + quoted(path));
-    }
     SF_INFO info{};
-    handle_->path = path;
-    handle_->file.reset(sf_open_fd(descriptor.get(), SFM_READ, &info, SF_TRUE));
-    if (!handle_->file) {
-        throw AudioError("Not an audio file: " + quoted(path) + ": " + sf_strerror(nullptr));
+    try {
+        // Opening a FIFO would wait for its other end.
+        files::FileDescriptor descriptor(path, O_RDONLY | O_NONBLOCK);
+        struct stat status {};
+        if (fstat(descriptor.get(), &status) != 0 || !S_ISREG(status.st_mode)) {
+            throw failure("Not an audio file:", path, "");
+        }
+        handle_->file = handedOver(descriptor, SFM_READ, info);
+    } catch (const std::system_error& error) {
+        throw systemFailure("The audio file could not be opened:", path, error);
     }
-    descriptor.release();
+    handle_->path = path;
+    if (!handle_->file) {
+        throw soundFailure("Not an audio file:", path, nullptr);
+    }
     if (info.frames <= 0 || info.channels <= 0 || info.samplerate <= 0) {
-        throw AudioError("The audio file holds no audio: " + quoted(path));
+        throw failure("The audio file holds no audio:", path, "");
     }
     format_ = AudioFormat(info.samplerate, static_cast<std::uint32_t>(info.channels));
     length_ = info.frames;
@@ -115,8 +88,7 @@ AudioFileReader::~AudioFileReader() = default;
 
 void AudioFileReader::seek(std::int64_t frame) {
     if (frame < 0 || frame > length_ || sf_seek(handle_->file.get(), frame, SEEK_SET) != frame) {
-        throw AudioError("The audio file could not be read: " + quoted(handle_->path) + ": " +
-                         sf_strerror(handle_->file.get()));
+        throw soundFailure("The audio file could not be read:", handle_->path, handle_->file.get());
     }
 }
 
@@ -139,37 +111,26 @@ AudioFileWriter::AudioFileWriter(const std::filesystem::path& path,
         settings.sampleRate > std::numeric_limits<int>::max()) {
         throw AudioError("There is no audio input to record from");
     }
-    // Made under a name of its own first, so that a failure leaves what was there as it was.
-    std::string temporary = (path.parent_path() / ".take-XXXXXX").string();
-    Descriptor descriptor(mkostemp(temporary.data(), O_CLOEXEC));
-    if (descriptor.get() < 0) {
-        throw systemError("The recording could not be created:", path);
-    }
+    SF_INFO info{};
+    info.samplerate = static_cast<int>(std::lround(settings.sampleRate));
+    info.channels = static_cast<int>(settings.channelCount);
+    info.format = SF_FORMAT_RF64 | SF_FORMAT_FLOAT;
+    handle_->path = path;
+    const std::string failed = "The recording could not be created:";
     try {
-        const mode_t mask = umask(0);
-        umask(mask);
-        fchmod(descriptor.get(), 0666 & ~mask);
-
-        SF_INFO info{};
-        info.samplerate = static_cast<int>(std::lround(settings.sampleRate));
-        info.channels = static_cast<int>(settings.channelCount);
-        info.format = SF_FORMAT_RF64 | SF_FORMAT_FLOAT;
-        handle_->path = path;
-        handle_->file.reset(sf_open_fd(descriptor.get(), SFM_WRITE, &info, SF_TRUE));
+        // Has its header before it has its name: a failure leaves what was there, and whoever
+        // opens the file by its name can read it.
+        files::AtomicFile file(path.parent_path(), ".take-", 0666);
+        handle_->file = handedOver(file.descriptor(), SFM_WRITE, info);
         if (!handle_->file) {
-            throw AudioError("The recording could not be created: " + quoted(path) + ": " +
-                             sf_strerror(nullptr));
+            throw soundFailure(failed, path, nullptr);
         }
-        descriptor.release();
         sf_command(handle_->file.get(), SFC_RF64_AUTO_DOWNGRADE, nullptr, SF_TRUE);
         updateHeader();
-        keepBeside(path);
-        if (rename(temporary.c_str(), path.c_str()) != 0) {
-            throw systemError("The recording could not be created:", path);
-        }
-    } catch (...) {
-        unlink(temporary.c_str());
-        throw;
+        keepEarlierTake(path);
+        file.replace(path);
+    } catch (const std::system_error& error) {
+        throw systemFailure(failed, path, error);
     }
 }
 
@@ -188,15 +149,16 @@ void AudioFileWriter::write(const AudioPCMBuffer& buffer) {
             interleaved_[i * channels + c] = samples[i];
         }
     }
-    // A short write may have left part of a frame; the next one starts where it belongs.
+    // A failed write may leave part of a frame in the file; the next one overwrites that.
     const sf_count_t written = sf_writef_float(handle_->file.get(), interleaved_.data(), frames);
     framesWritten_ += written;
     if (written != static_cast<sf_count_t>(frames)) {
         const std::string reason = sf_strerror(handle_->file.get());
         sf_seek(handle_->file.get(), framesWritten_, SEEK_SET);
         updateHeader();
-        throw AudioError("Only " + std::to_string(written) + " of " + std::to_string(frames) +
-                         " frames could be written to " + quoted(handle_->path) + ": " + reason);
+        throw failure("Only " + std::to_string(written) + " of " + std::to_string(frames) +
+                          " frames could be written to",
+                      handle_->path, ": " + reason);
     }
     const auto now = std::chrono::steady_clock::now();
     const std::chrono::duration<double> sinceUpdate = now - lastHeaderUpdate_;

@@ -8,12 +8,13 @@
 #include <filesystem>
 #include <memory>
 #include <span>
+#include <vector>
 
 namespace tessivo::sound {
 
-// An audio file open for reading. Format and length never change after construction and may
-// be asked on any thread; seek and read belong to one thread at a time (a scheduled file is
-// read by its engine's reader thread alone).
+// An audio file that is open for reading. format() and length() may be called on any thread;
+// seek() and read() on one thread at a time. A scheduled file is read only by its engine's
+// reader thread.
 class AudioFileReader {
 public:
     // Throws AudioError when the file is missing, unreadable, not audio, or has no frames.
@@ -25,11 +26,11 @@ public:
     const AudioFormat& format() const { return format_; }
     std::int64_t length() const { return length_; } // frames, at least 1
 
-    // Moves to a frame; out of range throws AudioError.
+    // Goes to a frame. Throws AudioError when it is out of range.
     void seek(std::int64_t frame);
 
-    // Fills whole interleaved frames, as many as the span holds, and returns how many came;
-    // fewer only at the end of the file or where the disk failed.
+    // Reads as many whole interleaved frames as the span holds and returns their number. It is
+    // smaller only at the end of the file or when the disk fails.
     std::int64_t read(std::span<float> interleaved);
 
 private:
@@ -39,24 +40,22 @@ private:
     std::int64_t length_ = 0;
 };
 
-// Writes a WAV file of 32-bit float samples that grows past 4 GiB as RF64. While it is
-// written, the header is brought up to date after the first buffer and then every half
-// second, so that whatever ends the process leaves a readable file. Closing (destruction)
-// completes it. One thread at a time.
+// Writes a WAV file of 32-bit float samples, which becomes RF64 when it grows past 4 GiB. The
+// header is updated after the first buffer and then every half second, so that the file can be
+// read whenever the process ends. The destructor completes and closes it. One thread at a time.
 class AudioFileWriter {
 public:
-    // Creates a new file under that name. A file that already has the name is never written
-    // into: it is kept beside the new one, renamed "<stem>-1.wav", "-2" and so on, so that
-    // whoever has it open keeps it. Throws AudioError when the file cannot be made; what was
-    // there before is then untouched.
+    // Creates a new file. An earlier file of the same name is renamed "<stem>-1.wav", "-2" and so
+    // on; its content never changes, and whoever has it open can go on reading. Throws AudioError
+    // when the file cannot be created.
     AudioFileWriter(const std::filesystem::path& path, const AudioFileSettings& settings);
     ~AudioFileWriter();
     AudioFileWriter(const AudioFileWriter&) = delete;
     AudioFileWriter& operator=(const AudioFileWriter&) = delete;
 
-    // Appends all frames of the buffer, whose format must have the file's channel count.
-    // Throws AudioError when they could not be written whole; what did get written stays
-    // readable and the next call tries again at the end of the file.
+    // Appends all frames of the buffer, which must have the file's channel count. Throws
+    // AudioError when not all could be written; those that were stay readable, and the next call
+    // appends after them.
     void write(const AudioPCMBuffer& buffer);
 
     std::int64_t framesWritten() const { return framesWritten_; }

@@ -13,7 +13,7 @@ public:
         : value_(value)
         , target_(value) {}
 
-    // Heads for the target, to be reached after that many frames.
+    // Moves towards the target from here on and reaches it after that many frames.
     void aim(float target, std::uint32_t frames) TESSIVO_REALTIME {
         if (target == target_) {
             return;
@@ -23,7 +23,7 @@ public:
         step_ = (target - value_) / static_cast<float>(frames);
     }
 
-    // Is there at once.
+    // Sets the value without a ramp.
     void jump(float target) TESSIVO_REALTIME {
         value_ = target_ = target;
         remaining_ = 0;

@@ -3,6 +3,7 @@
 #include "Platform/Sound/Limits.h"
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <utility>
 
@@ -10,9 +11,9 @@ namespace tessivo::sound {
 
 namespace {
 
-// While the reader keeps up, every cycle is handed over at once; when it lags by more than
-// this many stretches, whole chunks are, so that the queue of stretches needs no more room
-// than there are chunks.
+// As long as fewer segments than this wait, every cycle is handed over at once. Behind a slow
+// reader only whole chunks are, so that the queue of segments needs hardly more room than there
+// are chunks.
 constexpr std::size_t kEagerSegments = 64;
 
 } // namespace
@@ -27,103 +28,108 @@ TapQueue::TapQueue(std::uint32_t channels, double sampleRate)
     , filled_(chunkCount_ + kEagerSegments + 1)
     , free_(chunkCount_) {}
 
-float* TapQueue::frameAt(std::uint32_t chunk, std::uint32_t offset) TESSIVO_REALTIME {
-    return memory_.get() + (static_cast<std::size_t>(chunk) * kTapChunkFrames + offset) * channels_;
+float* TapQueue::samplesAt(std::uint32_t chunk, std::uint32_t channel,
+                           std::uint32_t offset) TESSIVO_REALTIME {
+    const auto row = static_cast<std::size_t>(chunk) * channels_ + channel;
+    return memory_.get() + row * kTapChunkFrames + offset;
 }
 
 bool TapQueue::takeChunk() TESSIVO_REALTIME {
     if (!free_.tryPop(chunk_)) {
-        if (fresh_ == chunkCount_) {
+        if (firstUnused_ == chunkCount_) {
             return false;
         }
-        chunk_ = fresh_++;
+        chunk_ = firstUnused_++;
     }
     hasChunk_ = true;
     written_ = 0;
-    published_ = 0;
+    handedOver_ = 0;
     return true;
 }
 
-void TapQueue::publish(bool endsChunk) TESSIVO_REALTIME {
-    filled_.tryPush({chunk_, published_, written_ - published_, endsChunk, pendingLost_});
-    pendingLost_ = 0;
-    published_ = written_;
+void TapQueue::handOver(bool endsChunk) TESSIVO_REALTIME {
+    filled_.tryPush({chunk_, handedOver_, written_ - handedOver_, endsChunk, dropped_});
+    dropped_ = 0;
+    handedOver_ = written_;
     hasChunk_ = !endsChunk;
 }
 
 void TapQueue::push(const float* left, const float* right, std::uint32_t frames) TESSIVO_REALTIME {
+    const std::array<const float*, 2> sources{left, right};
     std::uint32_t done = 0;
     while (done < frames) {
         if (!hasChunk_ && !takeChunk()) {
-            pendingLost_ += frames - done;
-            lostFrames_.fetch_add(frames - done, std::memory_order_relaxed);
+            dropped_ += frames - done;
+            overrunFrames_.fetch_add(frames - done, std::memory_order_relaxed);
             return;
         }
         const std::uint32_t count = std::min(frames - done, kTapChunkFrames - written_);
-        float* target = frameAt(chunk_, written_);
-        if (left == nullptr) {
-            std::fill_n(target, static_cast<std::size_t>(count) * channels_, 0.0F);
-        } else if (channels_ == 1) {
-            std::copy_n(left + done, count, target);
-        } else {
-            for (std::uint32_t i = 0; i < count; ++i) {
-                target[2 * i] = left[done + i];
-                target[2 * i + 1] = right[done + i];
+        for (std::uint32_t channel = 0; channel < channels_; ++channel) {
+            float* target = samplesAt(chunk_, channel, written_);
+            if (left == nullptr) {
+                std::fill_n(target, count, 0.0F);
+            } else {
+                std::copy_n(sources[channel] + done, count, target);
             }
         }
         written_ += count;
         done += count;
         if (written_ == kTapChunkFrames) {
-            publish(true);
+            handOver(true);
         }
     }
-    if (hasChunk_ && written_ > published_ && filled_.size() < kEagerSegments) {
-        publish(false);
+    if (hasChunk_ && written_ > handedOver_ && filled_.size() < kEagerSegments) {
+        handOver(false);
     }
 }
 
 void TapQueue::flush() {
-    if (hasChunk_ && written_ > published_) {
-        publish(false);
+    if (hasChunk_ && written_ > handedOver_) {
+        handOver(false);
     }
-    if (pendingLost_ > 0) {
-        filled_.tryPush({0, 0, 0, false, pendingLost_});
-        pendingLost_ = 0;
+    if (dropped_ > 0) {
+        filled_.tryPush({0, 0, 0, false, dropped_});
+        dropped_ = 0;
     }
 }
 
-std::uint32_t TapQueue::emit(std::vector<float>& interleaved, std::uint32_t maxFrames) {
-    if (current_.lostBefore > 0) {
-        const auto count =
-            static_cast<std::uint32_t>(std::min<std::int64_t>(current_.lostBefore, maxFrames));
-        interleaved.insert(interleaved.end(), static_cast<std::size_t>(count) * channels_, 0.0F);
-        current_.lostBefore -= count;
-        return count;
+void TapQueue::popSegment(AudioPCMBuffer& buffer) {
+    const std::uint32_t begin = buffer.frameLength();
+    const std::uint32_t room = buffer.frameCapacity() - begin;
+    const bool isSilence = current_.droppedBefore > 0;
+    const auto count =
+        isSilence ? static_cast<std::uint32_t>(std::min<std::int64_t>(current_.droppedBefore, room))
+                  : std::min(current_.frames, room);
+    buffer.setFrameLength(begin + count);
+    for (std::uint32_t channel = 0; channel < channels_; ++channel) {
+        float* target = buffer.channel(channel).data() + begin;
+        if (isSilence) {
+            std::fill_n(target, count, 0.0F);
+        } else {
+            std::copy_n(samplesAt(current_.chunk, channel, current_.offset), count, target);
+        }
     }
-    const std::uint32_t count = std::min(current_.frames, maxFrames);
-    const float* source = frameAt(current_.chunk, current_.offset);
-    interleaved.insert(interleaved.end(), source,
-                       source + static_cast<std::size_t>(count) * channels_);
-    current_.offset += count;
-    current_.frames -= count;
-    return count;
+    if (isSilence) {
+        current_.droppedBefore -= count;
+    } else {
+        current_.offset += count;
+        current_.frames -= count;
+    }
 }
 
-std::uint32_t TapQueue::pop(std::vector<float>& interleaved, std::uint32_t maxFrames) {
-    std::uint32_t total = 0;
-    while (total < maxFrames) {
-        if (current_.frames == 0 && current_.lostBefore == 0) {
+void TapQueue::pop(AudioPCMBuffer& buffer) {
+    while (buffer.frameLength() < buffer.frameCapacity()) {
+        if (current_.frames == 0 && current_.droppedBefore == 0) {
             if (std::exchange(current_.endsChunk, false)) {
                 free_.tryPush(current_.chunk);
             }
             if (!filled_.tryPop(current_)) {
                 current_ = {};
-                break;
+                return;
             }
         }
-        total += emit(interleaved, maxFrames - total);
+        popSegment(buffer);
     }
-    return total;
 }
 
 } // namespace tessivo::sound

@@ -1,56 +1,133 @@
 #include "Platform/Sound/Tap/TapThread.h"
 
+#include "Platform/Sound/Decode/RateConverter.h"
 #include "Platform/Sound/Limits.h"
 
 #include <algorithm>
 #include <chrono>
+#include <exception>
+#include <memory>
+#include <string>
+#include <utility>
+#include <vector>
 
 namespace tessivo::sound {
 
 struct TapThread::Tap {
     Tap(std::shared_ptr<TapQueue> tapQueue, double rate, std::uint32_t bufferSize,
-        const AudioFormat& format, TapBlock tapBlock)
+        const AudioFormat& format, TapHandler tapBlock)
         : queue(std::move(tapQueue))
         , queueRate(rate)
         , buffer(format, bufferSize)
-        , block(std::move(tapBlock)) {
-        if (format.sampleRate() != rate) {
-            converter.emplace(rate, format.sampleRate(), format.channelCount());
-        }
-    }
+        , block(std::move(tapBlock)) {}
 
-    std::shared_ptr<TapQueue> queue;
-    double queueRate;
-    AudioPCMBuffer buffer; // being filled
-    TapBlock block;
-    std::optional<RateConverter> converter;
-    std::vector<float> popped;
-    std::int64_t delivered = 0; // frames, at the format's rate
-
-    // The callback cannot wake this thread, as waking is a system call. So the thread wakes
-    // itself when the next buffer should be complete.
+    // The callback cannot wake this thread, because that would be a system call. So the thread
+    // wakes by itself when the next buffer should be complete.
     std::chrono::duration<double> timeToNextBuffer() const {
         const double missing = buffer.frameCapacity() - buffer.frameLength();
         return std::chrono::duration<double>(
             std::clamp(missing / buffer.format().sampleRate(), 0.002, 0.05));
     }
+
+    void deliver(bool finish);
+
+    std::shared_ptr<TapQueue> queue;
+    double queueRate;      // Hz
+    AudioPCMBuffer buffer; // being filled
+    TapHandler block;      // none any more after an error
+
+private:
+    void deliverConverted(bool finish);
+    void append(std::span<const float> interleaved);
+    void callBlock();
+
+    struct Conversion {
+        RateConverter converter;
+        AudioPCMBuffer chunk; // at the queue's rate
+        std::vector<float> interleaved;
+    };
+
+    std::int64_t delivered_ = 0; // frames, at the format's rate
+    std::unique_ptr<Conversion> conversion_;
 };
 
-TapThread::TapThread(DiagnosticSink diagnostics)
-    : diagnostics_(std::move(diagnostics))
-    , thread_([this] { run(); }) {}
-
-TapThread::~TapThread() {
-    {
-        const std::lock_guard lock(mutex_);
-        quit_ = true;
+// With finish the last buffer may be short.
+void TapThread::Tap::deliver(bool finish) {
+    if (finish) {
+        queue->flush();
     }
-    changed_.notify_all();
-    thread_.join();
+    if (buffer.format().sampleRate() != queueRate) {
+        deliverConverted(finish);
+    } else {
+        queue->pop(buffer);
+        while (buffer.frameLength() == buffer.frameCapacity()) {
+            callBlock();
+            queue->pop(buffer);
+        }
+    }
+    if (finish && buffer.frameLength() > 0) {
+        callBlock();
+    }
 }
 
+void TapThread::Tap::deliverConverted(bool finish) {
+    const auto channels = buffer.format().channelCount();
+    if (!conversion_) {
+        conversion_.reset(
+            new Conversion{RateConverter(queueRate, buffer.format().sampleRate(), channels),
+                           AudioPCMBuffer({queueRate, channels}, kTapChunkFrames),
+                           {}});
+    }
+    auto& [converter, chunk, interleaved] = *conversion_;
+    do {
+        chunk.setFrameLength(0);
+        queue->pop(chunk);
+        interleaved.resize(static_cast<std::size_t>(chunk.frameLength()) * channels);
+        for (std::uint32_t channel = 0; channel < channels; ++channel) {
+            float* target = interleaved.data() + channel;
+            for (const float sample : chunk.channel(channel)) {
+                *target = sample;
+                target += channels;
+            }
+        }
+        append(converter.process(interleaved, finish && chunk.frameLength() == 0));
+    } while (chunk.frameLength() > 0);
+}
+
+void TapThread::Tap::append(std::span<const float> interleaved) {
+    const auto channels = buffer.format().channelCount();
+    while (!interleaved.empty()) {
+        const auto begin = buffer.frameLength();
+        const auto count =
+            std::min<std::size_t>(interleaved.size() / channels, buffer.frameCapacity() - begin);
+        buffer.setFrameLength(begin + static_cast<std::uint32_t>(count));
+        for (std::uint32_t channel = 0; channel < channels; ++channel) {
+            const auto samples = buffer.channel(channel).subspan(begin);
+            for (std::size_t i = 0; i < count; ++i) {
+                samples[i] = interleaved[i * channels + channel];
+            }
+        }
+        interleaved = interleaved.subspan(count * channels);
+        if (buffer.frameLength() == buffer.frameCapacity()) {
+            callBlock();
+        }
+    }
+}
+
+void TapThread::Tap::callBlock() {
+    block(buffer, {delivered_, buffer.format().sampleRate()});
+    delivered_ += buffer.frameLength();
+    buffer.setFrameLength(0);
+}
+
+TapThread::TapThread(DiagnosticSink diagnostics)
+    : diagnostics_(diagnostics ? std::move(diagnostics) : [](const std::string&) {})
+    , thread_([this](const std::stop_token& stop) { run(stop); }) {}
+
+TapThread::~TapThread() = default;
+
 void TapThread::install(std::shared_ptr<TapQueue> queue, double queueRate, std::uint32_t bufferSize,
-                        const AudioFormat& format, TapBlock block) {
+                        const AudioFormat& format, TapHandler block) {
     auto tap =
         std::make_shared<Tap>(std::move(queue), queueRate, bufferSize, format, std::move(block));
     {
@@ -70,29 +147,17 @@ void TapThread::remove() {
     changed_.wait(lock, [this] { return !tap_; });
 }
 
-void TapThread::run() {
+void TapThread::run(const std::stop_token& stop) {
     std::unique_lock lock(mutex_);
-    while (!quit_) {
-        if (!tap_) {
-            changed_.wait(lock, [this] { return quit_ || tap_; });
-            continue;
+    while (changed_.wait(lock, stop, [this] { return tap_ != nullptr; })) {
+        changed_.wait_for(lock, stop, tap_->timeToNextBuffer(), [this] { return finishing_; });
+        if (stop.stop_requested()) {
+            return;
         }
-        if (!finishing_) {
-            changed_.wait_for(lock, tap_->timeToNextBuffer(),
-                              [this] { return quit_ || finishing_; });
-        }
-        auto tap = tap_;
+        const auto tap = tap_;
         const bool finish = finishing_;
         lock.unlock();
-        deliver(*tap, finish);
-        if (finish) {
-            if (const auto lost = tap->queue->lostFrames(); lost > 0 && diagnostics_) {
-                diagnostics_("The disk was blocked for too long: " + std::to_string(lost) +
-                             " captured frames were lost and replaced by silence");
-            }
-            // What the block holds is released here, on the thread that used it.
-            tap->block = nullptr;
-        }
+        work(*tap, finish);
         lock.lock();
         if (finish) {
             tap_ = nullptr;
@@ -102,54 +167,23 @@ void TapThread::run() {
     }
 }
 
-void TapThread::deliver(Tap& tap, bool finish) {
-    if (finish) {
-        tap.queue->flush();
-    }
-    for (;;) {
-        tap.popped.clear();
-        const bool more = tap.queue->pop(tap.popped, kTapChunkFrames) > 0;
-        if (tap.converter) {
-            append(tap, tap.converter->process(tap.popped, finish && !more));
-        } else {
-            append(tap, tap.popped);
-        }
-        if (!more) {
-            break;
+void TapThread::work(Tap& tap, bool finish) {
+    if (tap.block) {
+        try {
+            tap.deliver(finish);
+        } catch (const std::exception& error) {
+            diagnostics_(std::string("The input's tap ended: ") + error.what());
+            tap.block = nullptr;
         }
     }
-    if (finish && tap.buffer.frameLength() > 0) {
-        callBlock(tap);
-    }
-}
-
-void TapThread::append(Tap& tap, std::span<const float> interleaved) {
-    const auto channels = tap.buffer.format().channelCount();
-    std::size_t frames = interleaved.size() / channels;
-    const float* source = interleaved.data();
-    while (frames > 0) {
-        const auto offset = tap.buffer.frameLength();
-        const auto count = static_cast<std::uint32_t>(
-            std::min<std::size_t>(frames, tap.buffer.frameCapacity() - offset));
-        tap.buffer.setFrameLength(offset + count);
-        for (std::uint32_t c = 0; c < channels; ++c) {
-            const auto samples = tap.buffer.channel(c).subspan(offset);
-            for (std::size_t i = 0; i < count; ++i) {
-                samples[i] = source[i * channels + c];
-            }
+    if (finish && tap.block) {
+        if (const auto lost = tap.queue->overrunFrames(); lost > 0) {
+            diagnostics_("The disk was blocked for too long: " + std::to_string(lost) +
+                         " captured frames were lost and replaced by silence");
         }
-        source += static_cast<std::size_t>(count) * channels;
-        frames -= count;
-        if (tap.buffer.frameLength() == tap.buffer.frameCapacity()) {
-            callBlock(tap);
-        }
+        // What the block holds is released here, on the thread that used it.
+        tap.block = nullptr;
     }
-}
-
-void TapThread::callBlock(Tap& tap) {
-    tap.block(tap.buffer, {tap.delivered, tap.buffer.format().sampleRate()});
-    tap.delivered += tap.buffer.frameLength();
-    tap.buffer.setFrameLength(0);
 }
 
 } // namespace tessivo::sound

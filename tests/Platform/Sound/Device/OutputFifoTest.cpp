@@ -1,4 +1,4 @@
-#include "Platform/Sound/Device/PipeWireCycles.h"
+#include "Platform/Sound/Device/OutputFifo.h"
 
 #include <gtest/gtest.h>
 

@@ -1,5 +1,5 @@
 #include "Platform/Sound/AudioError.h"
-#include "Platform/Sound/Device/PipeWireDevice.h"
+#include "Platform/Sound/Device/PipeWireDuplexDevice.h"
 #include "Platform/Sound/Device/RecordingRenderer.h"
 #include "support/PrivatePipeWire.h"
 
@@ -15,7 +15,7 @@ namespace tessivo::test {
 namespace {
 
 using namespace std::chrono_literals;
-using sound::PipeWireDevice;
+using sound::PipeWireDuplexDevice;
 using Clock = std::chrono::steady_clock;
 
 const std::vector<std::string> kCalm{"--quantum", "1024"};
@@ -44,7 +44,7 @@ struct Running {
 
     std::atomic<int> notices{0};
     RecordingRenderer renderer{RecordingRenderer::Output::marks};
-    PipeWireDevice device{"Tessivo"};
+    PipeWireDuplexDevice device{"Tessivo"};
 };
 
 // The session then makes the speaker the default microphone: its monitor must never be ours.
@@ -131,7 +131,7 @@ TEST(PipeWireServerTest, WithoutOneStartFailsAndSaysWhy) {
         const PrivatePipeWire gone; // leaves an environment that leads nowhere
     }
     RecordingRenderer renderer;
-    PipeWireDevice device("Tessivo");
+    PipeWireDuplexDevice device("Tessivo");
     EXPECT_EQ(device.formats().input.channelCount(), 0U);
     EXPECT_EQ(device.formats().output.channelCount(), 0U);
     EXPECT_EQ(device.formats().renderRate, 48000);
@@ -175,7 +175,7 @@ TEST(PipeWireServerTest, FrozenServerHangsNothingAndGoesOnWhereItWas) {
     server.freeze();
     const auto frozen = Clock::now();
     {
-        PipeWireDevice late("Late");
+        PipeWireDuplexDevice late("Late");
         EXPECT_LT(Clock::now() - frozen, 1500ms);
         EXPECT_EQ(late.formats().output.channelCount(), 0U);
         RecordingRenderer renderer;

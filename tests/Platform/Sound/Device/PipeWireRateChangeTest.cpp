@@ -1,4 +1,4 @@
-#include "Platform/Sound/Device/PipeWireDevice.h"
+#include "Platform/Sound/Device/PipeWireDuplexDevice.h"
 #include "Platform/Sound/Device/RecordingRenderer.h"
 #include "support/PrivatePipeWire.h"
 
@@ -12,7 +12,7 @@ using namespace std::chrono_literals;
 TEST(PipeWireRateChangeTest, SurvivesAGraphThatKeepsChangingItsRate) {
     PrivatePipeWire server({"--quantum", "32"});
     RecordingRenderer renderer;
-    sound::PipeWireDevice device("Tessivo");
+    sound::PipeWireDuplexDevice device("Tessivo");
     device.start(renderer, {});
     ASSERT_TRUE(eventually([&] { return renderer.cycles() > 10; }));
     for (int change = 0; change < 60; ++change) {

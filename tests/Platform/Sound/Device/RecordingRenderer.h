@@ -12,8 +12,8 @@
 
 namespace tessivo::test {
 
-// What the device tests put in the engine's place: remembers what came in and puts out
-// either the marks of channels 0 and 1 or the right input channel on the right side.
+// Replaces the engine in device tests: records the input and renders either the marks of channels
+// 0 and 1 or the right input channel on the right side.
 class RecordingRenderer final : public sound::AudioRenderer {
 public:
     enum class Output { marks, monitorRight };

@@ -1,6 +1,7 @@
 #include "Platform/Sound/File/AudioFile.h"
 #include "Platform/Sound/AudioError.h"
 #include "support/OfflineRig.h"
+#include "support/TracedChild.h"
 
 #include <gtest/gtest.h>
 
@@ -8,6 +9,7 @@
 #include <fstream>
 #include <sys/resource.h>
 #include <sys/stat.h>
+#include <sys/syscall.h>
 
 using namespace tessivo::sound;
 using namespace tessivo::test;
@@ -24,12 +26,8 @@ TEST(AudioFileTest, TakeIsAnOrdinaryFloatWavWithEveryBitOfTheInput) {
     EXPECT_EQ(firstDifference(read[0], channels[0]), -1);
     EXPECT_EQ(firstDifference(read[1], channels[1]), -1);
     EXPECT_EQ(AudioFileReader(folder / "take.wav").format(), AudioFormat(44100.0, 2));
-
-    std::ifstream file(folder / "take.wav", std::ios::binary);
-    std::string header(12, '\0');
-    file.read(header.data(), 12);
-    EXPECT_EQ(header.substr(0, 4), "RIFF");
-    EXPECT_EQ(header.substr(8, 4), "WAVE");
+    const std::string bytes = bytesOf(folder / "take.wav");
+    EXPECT_EQ(bytes.substr(0, 4) + bytes.substr(8, 4), "RIFFWAVE");
 }
 
 TEST(AudioFileTest, NewTakeLeavesAnEarlierOneOfTheSameNameWhole) {
@@ -53,15 +51,16 @@ TEST(AudioFileTest, NewTakeLeavesAnEarlierOneOfTheSameNameWhole) {
 TEST(AudioFileTest, RefusesWhatIsNotALoop) {
     const TemporaryFolder folder;
     std::ofstream(folder / "text.wav") << "this is a text, not a sound";
-    std::ofstream(folder / "empty.wav");
     { const AudioFileWriter none(folder / "none.wav", {48000.0, 2}); }
     std::filesystem::create_directory(folder / "folder.wav");
     ASSERT_EQ(mkfifo((folder / "pipe.wav").c_str(), 0600), 0);
 
     const std::vector<std::pair<const char*, const char*>> expected{
-        {"missing.wav", "No such file"},    {"text.wav", "Not an audio file"},
-        {"empty.wav", "Not an audio file"}, {"none.wav", "holds no audio"},
-        {"folder.wav", "folder.wav"},       {"pipe.wav", "pipe.wav"}};
+        {"missing.wav", "No such file"},
+        {"text.wav", "Not an audio file"},
+        {"none.wav", "holds no audio"},
+        {"folder.wav", "Not an audio file"},
+        {"pipe.wav", "Not an audio file"}};
     for (const auto& [name, reason] : expected) {
         try {
             const AudioFileReader reader(folder / name);
@@ -70,6 +69,33 @@ TEST(AudioFileTest, RefusesWhatIsNotALoop) {
             EXPECT_NE(std::string(error.what()).find(reason), std::string::npos) << error.what();
         }
     }
+}
+
+// A mask that is changed for a moment gives other threads' files the wrong permissions, and what
+// is closed twice may be another thread's file the second time.
+TEST(AudioFileTest, LeavesAloneWhatAllThreadsShare) {
+    const TemporaryFolder folder;
+    std::ofstream(folder / "text.wav") << "this is a text, not a sound";
+    std::uint64_t number = 0;
+    const int status = traceSystemCalls(
+        [] { umask(027); },
+        [&] {
+            { const AudioFileWriter take(folder / "take.wav", {48000.0, 1}); }
+            const AudioFileReader refused(folder / "text.wav");
+        },
+        [&](const auto& call) {
+            if (call.op == PTRACE_SYSCALL_INFO_ENTRY) {
+                number = call.entry.nr;
+                EXPECT_NE(number, SYS_umask);
+            } else if (call.op == PTRACE_SYSCALL_INFO_EXIT && number == SYS_close) {
+                EXPECT_EQ(call.exit.rval, 0);
+            }
+            return true;
+        });
+    EXPECT_EQ(WEXITSTATUS(status), 1) << "the text was refused";
+    EXPECT_EQ(number, SYS_exit_group) << "all calls were seen";
+    EXPECT_EQ(std::filesystem::status(folder / "take.wav").permissions(),
+              static_cast<std::filesystem::perms>(0640));
 }
 
 TEST(AudioFileTest, FullDiskKeepsWhatWasWrittenAndGoesOnWhenThereIsRoom) {

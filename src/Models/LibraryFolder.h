@@ -1,0 +1,24 @@
+#pragma once
+
+#include "Models/SavedLoop.h"
+
+#include <vector>
+
+namespace tessivo {
+
+// Lists of loops compared with the audio files in the saved-loops folder. Both functions block
+// on the disk and return the newest loop first; any thread.
+class LibraryFolder {
+public:
+    // A record of every loop in the folder; a file that cannot be read gives a diagnostic line
+    // instead. Throws a system error when the folder cannot be listed.
+    static std::vector<SavedLoop> loops();
+
+    // Leaves out records whose audio is gone, with a diagnostic line for each.
+    static std::vector<SavedLoop> withoutOrphans(std::vector<SavedLoop> loops);
+};
+
+// Loops of one date keep their order.
+void sortNewestFirst(std::vector<SavedLoop>& loops);
+
+} // namespace tessivo

@@ -1,0 +1,42 @@
+#pragma once
+
+#include "Platform/Files/FileDescriptor.h"
+
+#include <filesystem>
+#include <string>
+
+namespace tessivo::files {
+
+// A new file that is written under a temporary name, in the folder in which it is going to
+// stay, and then renamed. Whatever is interrupted, the final name stands for the old file or
+// for the new one. Without a final name the file is removed by the destructor.
+//
+// Failures throw std::filesystem::filesystem_error; all functions block on the disk.
+class AtomicFile {
+public:
+    // The temporary name is the prefix and a number. Prefixes begin with a dot: a file in
+    // progress is hidden, and as it has no extension nobody takes it for a loop. The mode is
+    // that of open().
+    AtomicFile(const std::filesystem::path& folder, const std::string& prefix, mode_t mode);
+    ~AtomicFile();
+    AtomicFile(const AtomicFile&) = delete;
+    AtomicFile& operator=(const AtomicFile&) = delete;
+
+    // Open for reading and writing.
+    FileDescriptor& descriptor() { return descriptor_; }
+
+    // Writes the content of the source, gives the file the source's permissions and brings it
+    // to the disk.
+    void copyFrom(const std::filesystem::path& source);
+
+    // Takes the final name, and the place of a file that has it. The folder is not synced.
+    void replace(const std::filesystem::path& target);
+    // Takes the final name if it is free. Returns whether it was.
+    bool becomeNew(const std::filesystem::path& target);
+
+private:
+    std::filesystem::path path_; // empty once the file has its final name
+    FileDescriptor descriptor_;
+};
+
+} // namespace tessivo::files

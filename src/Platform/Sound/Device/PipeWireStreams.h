@@ -1,0 +1,54 @@
+#pragma once
+
+#include "Platform/Sound/Device/AudioDevice.h"
+#include "Platform/Sound/Device/PipeWireCycles.h"
+#include "Platform/Sound/Device/PipeWireDefaults.h"
+#include "Platform/Sound/Device/PipeWireStream.h"
+
+#include <chrono>
+#include <functional>
+#include <memory>
+#include <string>
+
+namespace tessivo::sound {
+
+// The capture and the playback stream of one device, which follow the default devices. Created,
+// used and destroyed with the loop locked.
+class PipeWireStreams {
+public:
+    // changed is called on the loop's thread when follow() may have something to do.
+    PipeWireStreams(const std::string& applicationName, PipeWireCycles& cycles,
+                    std::function<void()> changed);
+
+    // Forgets which devices failed.
+    void start(double renderRate, const AudioDevice::Request& request);
+    // Opens, closes and replaces streams as the default devices demand. After start().
+    void follow(pw_core* core, const PipeWireDefaults& defaults);
+    void close();
+
+    // follow() has to be called again in a while although nothing will announce it.
+    bool isPollNeeded() const;
+
+private:
+    // A device whose stream failed. It is not used for some time, unless another one replaces it.
+    struct FailedDevice {
+        std::string serial;
+        std::chrono::steady_clock::time_point since;
+
+        bool matches(const std::string& other) const { return !serial.empty() && serial == other; }
+        void expire();
+    };
+
+    bool drivesPlayback() const;
+
+    PipeWireStreamSettings settings_;
+    AudioDevice::Request request_;
+    PipeWireCycles& cycles_;
+    std::function<void()> changed_;
+    std::unique_ptr<PipeWireStream> playback_;
+    std::unique_ptr<PipeWireStream> capture_;
+    FailedDevice failedSource_;
+    FailedDevice failedSink_;
+};
+
+} // namespace tessivo::sound

@@ -1,0 +1,74 @@
+#pragma once
+
+#include "Platform/Sound/AudioNode.h"
+#include "Platform/Sound/PlaybackNotice.h"
+
+#include <cstdint>
+#include <memory>
+#include <vector>
+
+namespace tessivo::sound {
+
+class AudioFileReader;
+class GainUnit;
+class PlayerReader;
+class PlayerVoice;
+
+// Plays scheduled files one after another without a gap. The reader thread keeps two seconds
+// decoded ahead, so that neither the disk nor the main thread can delay the next frame. A file
+// that cannot be converted to the engine's rate ends the playback until the next stop(); the
+// engine's diagnostics say why.
+class PlayerNode final : public AudioNode {
+public:
+    PlayerNode();
+    ~PlayerNode() override; // as stop()
+
+    // Queues the whole file `passes` times behind what is already queued; the notice comes
+    // when the last of them is done, or when the node is stopped. A file may be scheduled
+    // again while it plays. Throws AudioError when the node is not attached.
+    std::uint64_t scheduleFile(std::shared_ptr<AudioFileReader> file, NoticeWhen when,
+                               NoticeHandler handler, std::uint32_t passes = 1);
+
+    // Drops what is scheduled behind the pass that is sounding now, so that what is
+    // scheduled next follows that pass without a gap. Dropped notices come as stopped.
+    void discardUpcoming();
+
+    // Starts playing what is queued, now or as soon as it is scheduled.
+    void play();
+
+    // Silences the node within 3 ms and discards what is queued; outstanding notices come
+    // as stopped. A play() that follows starts from its first frame at once, while the ramp
+    // of the stopped sound still ends.
+    void stop();
+
+    // Linear gain, 1.0 at first, not limited. The property changes at once, the sound
+    // follows over 3 ms.
+    float volume() const { return volume_; }
+    void setVolume(float gain);
+
+    // Decoded frames that wait to be heard, at the render rate.
+    std::int64_t queuedFrames() const;
+
+    // Frames that the device has taken since the play() after the last stop, at the render
+    // rate; 0 when stopped.
+    std::int64_t playedFrames() const;
+
+    // The ramp of a stop has not been heard to its end. Stays so while no device takes frames.
+    bool isFading() const;
+
+    std::unique_ptr<RenderStep> compile(PlanBuilder& builder) override;
+
+private:
+    void startReading();
+
+    float volume_ = 1.0F;
+    bool playing_ = false;
+    std::uint64_t nextPassId_ = 1;
+    std::shared_ptr<GainUnit> gain_;
+    // From the first scheduled file to the next stop, or none.
+    std::shared_ptr<PlayerReader> reader_;
+    std::shared_ptr<PlayerVoice> voice_;
+    std::vector<std::shared_ptr<PlayerVoice>> fading_; // stopped; their ramps may still sound
+};
+
+} // namespace tessivo::sound

@@ -1,0 +1,13 @@
+#pragma once
+
+#include "Platform/Sound/AudioPCMBuffer.h"
+
+#include <functional>
+
+namespace tessivo::sound {
+
+// What a tap does with each buffer. Runs on the tap thread, one buffer at a time. It may wait
+// for a disk, as the queue behind it holds 40 s.
+using TapHandler = std::function<void(const AudioPCMBuffer&, const AudioTime&)>;
+
+} // namespace tessivo::sound

@@ -1,0 +1,39 @@
+import QtQuick
+import QtQuick.Templates as T
+import Tessivo.Style
+
+// One line of text in a rounded frame.
+T.TextField {
+    id: root
+
+    implicitHeight: contentHeight + topPadding + bottomPadding
+    padding: Theme.fieldPadding
+    font: Theme.body
+    color: Theme.primaryText
+    selectionColor: Theme.accent
+    selectedTextColor: Theme.accentText
+    placeholderTextColor: Theme.secondaryText
+    verticalAlignment: TextInput.AlignVCenter
+    activeFocusOnTab: true
+
+    background: Rectangle {
+        radius: Theme.controlRadius
+        color: Theme.controlBackground
+        border.color: root.activeFocus ? Theme.focusRing : Theme.fieldBorder
+        border.width: root.activeFocus ? Theme.focusRingWidth : 1
+    }
+
+    Text {
+        x: root.leftPadding
+        y: root.topPadding
+        width: root.width - root.leftPadding - root.rightPadding
+        height: root.height - root.topPadding - root.bottomPadding
+        text: root.placeholderText
+        font: root.font
+        color: root.placeholderTextColor
+        horizontalAlignment: root.effectiveHorizontalAlignment
+        verticalAlignment: root.verticalAlignment
+        elide: Text.ElideRight
+        visible: root.length === 0 && root.preeditText === ""
+    }
+}

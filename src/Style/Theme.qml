@@ -1,0 +1,199 @@
+pragma Singleton
+import QtQuick
+
+// The only place that knows colours, fonts, distances and where the icons are. The colours follow
+// the system palette, also while the window is open, so that no view has to ask whether the desktop
+// is light or dark.
+QtObject {
+    id: theme
+
+    readonly property SystemPalette systemPalette: SystemPalette { }
+    readonly property bool dark: systemPalette.base.hslLightness < systemPalette.text.hslLightness
+
+    readonly property color controlBackground: systemPalette.base
+    readonly property color windowBackground: systemPalette.window
+    readonly property color primaryText: systemPalette.text
+    readonly property color secondaryText: Qt.alpha(primaryText, 0.65)
+    readonly property color unavailableText: Qt.alpha(primaryText, 0.35)
+    readonly property color accent: systemPalette.highlight
+    readonly property color accentText: systemPalette.highlightedText
+    readonly property color buttonFace: Qt.alpha(primaryText, 0.12)
+    readonly property color outline: Qt.alpha(primaryText, 0.1)
+    readonly property color separator: Qt.alpha(primaryText, 0.2)
+    readonly property color scrollBar: Qt.alpha(primaryText, 0.4)
+    readonly property color fieldBorder: Qt.alpha(primaryText, 0.5)
+    readonly property color menuBorder: Qt.alpha(primaryText, 0.3)
+    readonly property color knob: dark ? "#d0d0d4" : "#ffffff"
+    readonly property color knobBorder: Qt.alpha("black", 0.35)
+    readonly property color dimming: Qt.alpha("black", 0.3)
+    readonly property color focusRing: systemPalette.highlight
+    readonly property color toolTipBackground: systemPalette.window
+    readonly property color toolTipText: systemPalette.windowText
+    readonly property color toolTipBorder: Qt.alpha(primaryText, 0.3)
+
+    // Dark enough to be read as text on a tint of the same colour and to be the ground of a white
+    // icon, which the usual signal colours are not. The dark desktop needs lighter ones.
+    readonly property color red: dark ? "#f2463c" : "#cf2a22"
+    readonly property color green: dark ? "#2fa84f" : "#178a3f"
+    readonly property color yellow: dark ? "#d6a200" : "#d19c00"
+    readonly property color orange: dark ? "#e8730c" : "#e06a00"
+    readonly property color blue: dark ? "#5aa2ff" : "#0a60c8"
+    readonly property color gray: dark ? "#77777d" : "#87878d"
+    readonly property color onColor: "white"
+
+    readonly property real tint: 0.2
+    readonly property real panelTint: 0.1
+    readonly property real buttonTint: 0.12
+    readonly property real scrollAreaOpacity: 0.5
+    readonly property real overlayOpacity: 0.9
+    readonly property real activeOpacity: 0.8
+    readonly property real pressedOpacity: 0.7
+    readonly property real unlitOpacity: 0.3
+
+    readonly property font title: scaledSystemFont(1.3, Font.Bold)
+    readonly property font mediumTitle: scaledSystemFont(1.3, Font.Medium)
+    readonly property font headline: scaledSystemFont(1.1, Font.DemiBold)
+    readonly property font subheadline: scaledSystemFont(0.95, Font.Normal)
+    readonly property font body: scaledSystemFont(1, Font.Normal)
+    readonly property font emphasizedBody: scaledSystemFont(1, Font.DemiBold)
+    readonly property font caption: scaledSystemFont(0.9, Font.Normal)
+    readonly property font emphasizedCaption: scaledSystemFont(0.9, Font.Medium)
+    readonly property font monospacedBody: scaledSystemFont(1, Font.Normal, "monospace")
+    readonly property font monospacedCaption: scaledSystemFont(0.9, Font.Normal, "monospace")
+    readonly property int smallestPixelSize: 8
+    readonly property int smallestPointSize: 6
+    readonly property font productName: Qt.font({
+        family: "CircularStd-Bold",
+        pixelSize: 24,
+        weight: Font.Bold
+    })
+
+    readonly property real contentMargin: 40
+    readonly property real contentSpacing: 30
+    readonly property real buttonSpacing: 20
+    readonly property real toggleSpacing: 8
+    readonly property real iconLabelSpacing: 6
+    readonly property real meterSpacing: 2
+    readonly property real badgeRadius: 12
+    readonly property real badgeHorizontalPadding: 16
+    readonly property real badgeVerticalPadding: 8
+    readonly property real buttonIconSize: 24
+    readonly property real toggleIconWidth: 20
+    readonly property real toggleIconHeight: 16
+    readonly property real toolbarMargin: 8
+    readonly property real toolbarSpacing: 8
+    readonly property real toolbarButtonSize: 32
+    readonly property real toolbarIconSize: 20
+    readonly property real standardPadding: 16
+    readonly property real controlRadius: 6
+    readonly property real fieldPadding: 7
+    readonly property real pushButtonHorizontalPadding: 16
+    readonly property real pushButtonVerticalPadding: 7
+    readonly property real pushButtonMinimumWidth: 80
+    readonly property real pushButtonSpacing: 16
+    readonly property real smallButtonHorizontalPadding: 8
+    readonly property real smallButtonVerticalPadding: 4
+    readonly property real panelPadding: 12
+    readonly property real panelRadius: 8
+    readonly property real panelSpacing: 8
+    readonly property real captionIconSize: 14
+    readonly property real headingIconSize: 18
+    readonly property real headingSpacing: 10
+    readonly property real scrollBarWidth: 6
+    readonly property real scrollBarMargin: 3
+    readonly property real scrollBarMinimumLength: 30
+    readonly property real scrollStep: 40
+    readonly property real saveSheetWidth: 400
+    readonly property real sheetPadding: 24
+    readonly property real sheetHeaderHorizontalPadding: 20
+    readonly property real sheetHeaderVerticalPadding: 16
+    readonly property real sectionSpacing: 24
+    readonly property real screenMargin: 40
+    readonly property real statusDotSize: 8
+    readonly property real deviceRowPadding: 2
+    readonly property real mappingRowPadding: 4
+    readonly property real mappingRowRadius: 4
+    readonly property real mappingColumnSpacing: 4
+    readonly property real mappingIconSize: 16
+    readonly property real mappingLabelWidth: 60
+    readonly property real noteNameWidth: Math.max(40, widestNoteName.advanceWidth)
+    readonly property real noteNumberWidth: Math.max(35, widestNoteNumber.advanceWidth)
+    readonly property real sheetSpacing: 20
+    readonly property real librarySheetWidth: 500
+    readonly property real librarySheetHeight: 600
+    readonly property real libraryHeaderPadding: 20
+    readonly property real libraryHeaderSpacing: 16
+    readonly property real searchSpacing: 12
+    readonly property real searchHorizontalPadding: 12
+    readonly property real searchVerticalPadding: 8
+    readonly property real sortMenuWidth: 140
+    readonly property real popUpPadding: 8
+    readonly property real popUpChevronSize: 12
+    readonly property real volumeSliderWidth: 60
+    readonly property real sliderGroove: 4
+    readonly property real sliderKnob: 14
+    readonly property real emptyIconSize: 48
+    readonly property real rowSpacing: 12
+    readonly property real rowHorizontalPadding: 16
+    readonly property real rowVerticalPadding: 12
+    readonly property real rowRadius: 8
+    readonly property real rowTextSpacing: 4
+    readonly property real rowDetailSpacing: 8
+    readonly property real rowIconFrame: 24
+    readonly property real rowIconSize: 18
+    readonly property real rowButtonIconSize: 14
+    readonly property real rowButtonSize: 22
+    readonly property real rowButtonSpacing: 4
+    readonly property real loadButtonHorizontalPadding: 12
+    readonly property real loadButtonVerticalPadding: 6
+    readonly property real menuPadding: 4
+    readonly property real menuItemHorizontalPadding: 12
+    readonly property real menuItemVerticalPadding: 5
+    readonly property real menuMinimumWidth: 140
+    readonly property real renameSheetWidth: 300
+    readonly property real savePanelWidth: 560
+    readonly property real savePanelHeight: 460
+    readonly property real sheetRadius: 12
+    readonly property real alertWidth: 320
+    readonly property real alertMargin: 12
+    readonly property real alertPadding: 20
+    readonly property real alertSpacing: 14
+    readonly property real spinnerSize: 28
+    readonly property real loadingScale: 1.2
+    readonly property real focusRingWidth: 2
+    readonly property real focusRingGap: 3
+
+    readonly property int stateAnimation: 200
+    readonly property int spinnerTurn: 1000
+    readonly property int toolTipDelay: 700
+    readonly property int progressDelay: 400
+
+    readonly property TextMetrics widestNoteName: TextMetrics {
+        font: theme.monospacedBody
+        text: "G#-1"
+    }
+    readonly property TextMetrics widestNoteNumber: TextMetrics {
+        font: theme.monospacedCaption
+        text: "(127)"
+    }
+
+    function icon(symbol: string): url {
+        return Qt.resolvedUrl("icons/" + symbol + ".svg");
+    }
+
+    // The desktop gives the size of its font in points or in pixels; the other one is -1.
+    function scaledSystemFont(ratio: real, weight: int, family = ""): font {
+        const system = Application.font;
+        if (system.pointSize > 0)
+            return Qt.font({
+                family: family || system.family,
+                pointSize: system.pointSize * ratio,
+                weight: weight
+            });
+        return Qt.font({
+            family: family || system.family,
+            pixelSize: Math.round(system.pixelSize * ratio),
+            weight: weight
+        });
+    }
+}

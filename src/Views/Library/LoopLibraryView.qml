@@ -1,0 +1,149 @@
+import QtQuick
+import Tessivo
+import Tessivo.Style
+
+// The sheet that browses the saved loops. Each showing is a new sheet with a view model of its own,
+// which reads the library afresh and ends its preview when the sheet goes. While a question or an
+// alert is in front of the loops, closing the sheet only closes that.
+Sheet {
+    id: root
+
+    required property LoopLibraryViewModel viewModel
+    // The panel that asks for the destination of an export, while it does.
+    readonly property QtObject savePanel: exporting.savePanel
+
+    onIsCoveredChanged: if (!isCovered) settling.restart()
+
+    signal loadLoop(loop: savedLoop)
+
+    function load(loop: savedLoop) {
+        loadLoop(loop);
+        dismissed();
+    }
+
+    title: "Loop Library"
+    color: Theme.controlBackground
+    // Large system fonts may need more than the usual size, and a small screen may not have it.
+    minimumWidth: Math.max(Theme.librarySheetWidth, Math.ceil(header.implicitWidth))
+    minimumHeight: Math.min(Math.max(Theme.librarySheetHeight, 2 * Math.ceil(header.implicitHeight)),
+        Screen.desktopAvailableHeight - Theme.screenMargin)
+    maximumWidth: minimumWidth
+    maximumHeight: minimumHeight
+    width: maximumWidth
+    height: maximumHeight
+
+    isCovered: rename.visible || deletion.visible || failure.visible || exporting.isAsking
+    Component.onCompleted: header.search.begin(Qt.OtherFocusReason)
+    onClosing: close => {
+        close.accepted = !isCovered;
+        if (!isCovered)
+            dismissed();
+        else if (failure.visible)
+            failure.close();
+        else if (deletion.visible)
+            deletion.close();
+        else if (exporting.isAsking)
+            exporting.cancel();
+        else
+            rename.cancelled();
+    }
+
+    // When Return is pressed twice in a question, the second press must not load the row that gets
+    // the keyboard back.
+    Timer {
+        id: settling
+
+        interval: Application.styleHints.mouseDoubleClickInterval
+    }
+
+    Shortcut {
+        sequences: ["Ctrl+F"]
+        enabled: !root.isCovered
+        autoRepeat: false
+        onActivated: header.search.begin(Qt.ShortcutFocusReason)
+    }
+
+    LoopLibraryHeader {
+        id: header
+
+        anchors.left: parent.left
+        anchors.right: parent.right
+        viewModel: root.viewModel
+        onDone: root.dismissed()
+        onLeftDownwards: if (list.visible && list.count > 0) list.begin()
+    }
+
+    LibraryNotice {
+        anchors.fill: list
+        visible: !list.visible
+        isLoading: root.viewModel.isLoading
+    }
+
+    LoopListView {
+        id: list
+
+        anchors.top: header.bottom
+        anchors.bottom: parent.bottom
+        anchors.left: parent.left
+        anchors.right: parent.right
+        visible: !root.viewModel.isLoading && !root.viewModel.isEmpty
+        viewModel: root.viewModel
+        returnLoads: !settling.running
+        onLoad: loop => root.load(loop)
+        onExportLoop: loop => exporting.begin(loop)
+        onTyped: text => header.search.append(text)
+    }
+
+    LoopExport {
+        id: exporting
+
+        anchors.fill: parent
+        window: root
+        onFailed: message => {
+            root.viewModel.errorMessage = "Failed to export loop: " + message;
+            root.viewModel.showingError = true;
+        }
+    }
+
+    RenameLoopView {
+        id: rename
+
+        viewModel: root.viewModel
+        keysEnabled: !failure.visible
+        visible: root.viewModel.showingRenameDialog
+    }
+
+    Alert {
+        id: deletion
+
+        title: "Delete Loop"
+        message: root.viewModel.selectedLoopName === "" ? ""
+            : "Are you sure you want to delete '" + root.viewModel.selectedLoopName
+                + "'? This action cannot be undone."
+        actions: [
+            AlertAction {
+                text: "Cancel"
+                role: AlertAction.Cancel
+            },
+            AlertAction {
+                text: "Delete"
+                role: AlertAction.Destructive
+                onTriggered: root.viewModel.confirmDelete()
+            }
+        ]
+        visible: root.viewModel.showingDeleteConfirmation
+        onClosed: {
+            if (root.viewModel.showingDeleteConfirmation)
+                root.viewModel.showingDeleteConfirmation = false;
+        }
+    }
+
+    Alert {
+        id: failure
+
+        title: "Error"
+        message: root.viewModel.errorMessage
+        visible: root.viewModel.showingError
+        onClosed: if (root.viewModel.showingError) root.viewModel.clearError()
+    }
+}

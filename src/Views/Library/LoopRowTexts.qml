@@ -1,0 +1,45 @@
+pragma ComponentBehavior: Bound
+import QtQuick
+import Tessivo.Style
+
+// The texts of a row. A name may be of any length, in any script, and contain line breaks or what
+// looks like markup.
+Column {
+    id: root
+
+    required property string name
+    required property list<string> details
+
+    // More characters than any window has room for.
+    readonly property int longestShown: 300
+
+    spacing: Theme.rowTextSpacing
+
+    Text {
+        width: parent.width
+        text: root.name.slice(0, root.longestShown).replace(/\s+/g, " ")
+        textFormat: Text.PlainText
+        horizontalAlignment: Text.AlignLeft
+        maximumLineCount: 1
+        elide: Text.ElideRight
+        font: Theme.headline
+        color: Theme.primaryText
+    }
+
+    Row {
+        spacing: Theme.rowDetailSpacing
+
+        Repeater {
+            model: root.details
+
+            Text {
+                required property string modelData
+
+                text: modelData
+                textFormat: Text.PlainText
+                font: Theme.caption
+                color: Theme.secondaryText
+            }
+        }
+    }
+}

@@ -1,0 +1,73 @@
+import QtQuick
+import Tessivo
+import Tessivo.Style
+
+// The connected MIDI device, and the devices to pick from.
+Column {
+    id: root
+
+    required property MIDISettings settings
+
+    readonly property bool isConnected: settings.midiManager.isConnected
+    readonly property color statusColor: isConnected ? Theme.green : Theme.red
+
+    spacing: Theme.headingSpacing
+
+    SectionHeading {
+        width: parent.width
+        symbol: "cable.connector"
+        text: "MIDI Device"
+    }
+
+    Box {
+        width: parent.width
+
+        Row {
+            spacing: Theme.iconLabelSpacing
+
+            Rectangle {
+                anchors.verticalCenter: parent.verticalCenter
+                width: Theme.statusDotSize
+                height: Theme.statusDotSize
+                radius: width / 2
+                color: root.statusColor
+            }
+
+            Label {
+                text: root.isConnected ? "Connected" : "Disconnected"
+                font: Theme.subheadline
+                color: root.statusColor
+            }
+        }
+
+        Label {
+            id: device
+
+            width: parent.width
+            visible: root.settings.hasDevice
+            text: "Device: " + root.settings.deviceName
+            textFormat: Text.PlainText
+            maximumLineCount: 1
+            elide: Text.ElideRight
+            font: Theme.caption
+            color: Theme.secondaryText
+
+            HoverTip {
+                text: device.truncated ? root.settings.deviceName : ""
+            }
+        }
+
+        MIDIDeviceList {
+            width: parent.width
+            visible: root.settings.devices.count > 0
+            settings: root.settings
+        }
+
+        Label {
+            visible: root.settings.devices.count === 0
+            text: "No MIDI devices found"
+            font: Theme.caption
+            color: Theme.secondaryText
+        }
+    }
+}

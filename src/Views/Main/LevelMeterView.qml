@@ -1,0 +1,59 @@
+pragma ComponentBehavior: Bound
+import QtQuick
+import Tessivo.Style
+
+// The input level as segments on a scale from -60 to 0 dB. A new level changes only the number of
+// lit segments, and only the segments that go on or off are painted again.
+Row {
+    id: root
+
+    // Linear amplitude, 0 for silence.
+    required property real level
+    required property real meterHeight
+    required property real meterWidth
+    required property int segmentCount
+
+    readonly property real normalizedLevel: {
+        if (level <= 0)
+            return 0;
+        const decibels = Math.fround(20 * Math.fround(Math.log10(level)));
+        return Math.fround((Math.max(decibels, -60) + 60) / 60);
+    }
+
+    readonly property int litCount: {
+        let count = 0;
+        while (count < segmentCount && position(count) <= normalizedLevel)
+            ++count;
+        return count;
+    }
+
+    function position(index: int): real {
+        return Math.fround(index / segmentCount);
+    }
+
+    function segmentColor(index: int): color {
+        const p = position(index);
+        if (p < Math.fround(0.6))
+            return Theme.green;
+        return p < Math.fround(0.8) ? Theme.yellow : Theme.red;
+    }
+
+    height: meterHeight
+    spacing: Theme.meterSpacing
+
+    Accessible.role: Accessible.Indicator
+    Accessible.name: "Input level"
+
+    Repeater {
+        model: root.segmentCount
+
+        Rectangle {
+            required property int index
+
+            width: root.meterWidth / root.segmentCount - Theme.meterSpacing
+            height: root.meterHeight
+            color: root.segmentColor(index)
+            opacity: index < root.litCount ? 1 : Theme.unlitOpacity
+        }
+    }
+}

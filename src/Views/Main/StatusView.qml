@@ -1,0 +1,45 @@
+import QtQuick
+import Tessivo
+import Tessivo.Style
+
+// The state of the looper as a coloured text.
+Rectangle {
+    id: root
+
+    required property SimpleLoopState loopState
+
+    readonly property bool isRecording: loopState.transportState === TransportStates.recording
+    readonly property bool isPlaying: loopState.transportState === TransportStates.playing
+
+    readonly property string statusText: {
+        if (isRecording)
+            return "Recording...";
+        if (isPlaying)
+            return "Playing Loop";
+        return loopState.hasAudio ? "Paused" : "Press Record";
+    }
+    readonly property color statusColor: {
+        if (isRecording)
+            return Theme.red;
+        return isPlaying ? Theme.green : Theme.primaryText;
+    }
+    readonly property color statusBackgroundColor: {
+        if (isRecording || isPlaying)
+            return Qt.alpha(statusColor, Theme.tint);
+        return Qt.alpha(Theme.gray, Theme.tint);
+    }
+
+    implicitWidth: label.implicitWidth + 2 * Theme.badgeHorizontalPadding
+    implicitHeight: label.implicitHeight + 2 * Theme.badgeVerticalPadding
+    radius: Theme.badgeRadius
+    color: statusBackgroundColor
+
+    Label {
+        id: label
+
+        anchors.centerIn: parent
+        text: root.statusText
+        font: Theme.headline
+        color: root.statusColor
+    }
+}

@@ -1,0 +1,60 @@
+import QtQuick
+import Tessivo
+import Tessivo.Style
+
+// The commands other than transport commands, at the right end of the window's top.
+Item {
+    id: root
+
+    required property SimpleLoopState loopState
+    // False while a sheet in front of the window has the keyboard.
+    required property bool keysEnabled
+
+    signal save()
+    signal showLibrary()
+    signal showMIDISettings()
+
+    implicitWidth: items.implicitWidth + 2 * Theme.toolbarMargin
+    implicitHeight: items.implicitHeight + 2 * Theme.toolbarMargin
+
+    Row {
+        id: items
+
+        anchors.right: parent.right
+        anchors.rightMargin: Theme.toolbarMargin
+        anchors.verticalCenter: parent.verticalCenter
+        spacing: Theme.toolbarSpacing
+
+        Row {
+            ToolbarButton {
+                name: "Save"
+                symbol: "square.and.arrow.down"
+                toolTip: "Save [Ctrl+S]"
+                available: root.loopState.canSave
+                keys: ["Ctrl+S"]
+                keysEnabled: root.keysEnabled
+                onTriggered: root.save()
+            }
+
+            ToolbarButton {
+                name: "Library"
+                symbol: "folder.fill"
+                toolTip: "Library [Ctrl+O]"
+                available: root.loopState.transportState === TransportStates.stopped
+                keys: ["Ctrl+O"]
+                keysEnabled: root.keysEnabled
+                onTriggered: root.showLibrary()
+            }
+        }
+
+        ToolbarButton {
+            name: "MIDI Settings"
+            symbol: "gearshape"
+            toolTip: "MIDI Settings"
+            available: true
+            keys: []
+            keysEnabled: root.keysEnabled
+            onTriggered: root.showMIDISettings()
+        }
+    }
+}
