@@ -51,7 +51,7 @@ while read -r file; do
     grep -qwF -e "$name" -e "${name%.cpp}" <<<"$listed" || fault "no target builds $file"
 done < <(find src tests benchmarks \( -name '*.cpp' -o -name '*.qml' -o -name '*.svg' \))
 
-scripts/check-includes.py || fault "includes that turn back the way, see above"
+found=$(scripts/check-includes.py 2>&1) || fault "includes that no layer allows:" "$found"
 
 # Lines without blanks and comments.
 lines_in() {
@@ -60,7 +60,7 @@ lines_in() {
 }
 tests=$(lines_in tests)
 total=$((tests + $(lines_in src benchmarks scripts)))
-share="$tests of $total lines are tests: $((tests * 1000 / total)) thousandths"
+share="$tests of $total lines are tests, $((tests * 1000 / total)) in a thousand"
 say "$share"
 ((tests * 3 <= total && tests * 4 >= total)) || fault "not between a quarter and a third: $share"
 

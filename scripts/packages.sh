@@ -26,7 +26,7 @@ declare -A groups=(
     [sound]="procps pipewire pipewire-bin wireplumber dbus-daemon sox"
     [display]="procps xvfb openbox xdotool x11-utils imagemagick"
     [test]="libgtest-dev qml6-module-qttest at-spi2-core python3-pyatspi"
-    [check]="clang libclang-rt-dev clang-format clang-tidy clang-tidy-19 shellcheck python3
+    [check]="clang-22 libclang-rt-22-dev llvm-22 clang-tidy-22 clang-format shellcheck python3
         qt6-declarative-dev-tools"
     [peer]="sooperlooper pipewire-jack"
 )

@@ -1,4 +1,8 @@
-#include "Models/LibraryRig.h"
+#include "Models/LibraryMetadata.h"
+
+#include "support/QtTestSupport.h" // IWYU pragma: keep, prints a QString
+
+#include <gtest/gtest.h>
 
 #include <cmath>
 #include <limits>

@@ -9,11 +9,6 @@
 
 #include <fstream>
 
-// Found by GoogleTest through the argument's namespace, which is the global one.
-inline void PrintTo(const QString& text, std::ostream* stream) {
-    *stream << '"' << text.toStdString() << '"';
-}
-
 namespace tessivo::test {
 
 inline void writeBytes(const std::filesystem::path& path, const std::string& bytes) {

@@ -1,5 +1,4 @@
 #include "Models/LibraryFile.h"
-#include "Utils/LoopFileManager.h"
 #include "ViewModels/LooperRig.h"
 
 #include <thread>

@@ -3,13 +3,20 @@
 #include "Platform/System/Paths.h"
 #include "support/OfflineRig.h"
 
+#include <QString>
 #include <QUrl>
 
 #include <chrono>
 #include <functional>
 #include <mutex>
+#include <ostream>
 #include <string>
 #include <vector>
+
+// Found by GoogleTest through the argument's namespace, which is the global one.
+inline void PrintTo(const QString& text, std::ostream* stream) {
+    *stream << '"' << text.toStdString() << '"';
+}
 
 namespace tessivo::test {
 

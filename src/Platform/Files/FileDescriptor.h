@@ -1,7 +1,7 @@
 #pragma once
 
 #include <filesystem>
-#include <sys/stat.h>
+#include <sys/types.h>
 #include <utility>
 
 namespace tessivo::files {

@@ -5,7 +5,6 @@
 #include <spa/utils/ringbuffer.h>
 
 #include <atomic>
-#include <cstddef>
 #include <cstdint>
 #include <span>
 #include <vector>

@@ -1,7 +1,5 @@
 #pragma once
 
-#include "Platform/PipeWire/Calls.h"
-
 #include <pipewire/pipewire.h>
 
 #include <cstdint>

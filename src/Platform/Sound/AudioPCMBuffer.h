@@ -2,7 +2,6 @@
 
 #include "Platform/Sound/AudioFormat.h"
 
-#include <chrono>
 #include <cstdint>
 #include <span>
 #include <vector>

@@ -1,6 +1,5 @@
 #pragma once
 
-#include <cstddef>
 #include <cstdint>
 
 // The sizes and limits that decide what is heard, lost or needed of memory. A limit that only one

@@ -32,7 +32,8 @@ bool isWithinCharacter(const QString& text, qsizetype at) {
     }
     const bool isPair =
         unit.isHighSurrogate() && at + 1 < text.size() && text[at + 1].isLowSurrogate();
-    const char32_t code = isPair ? QChar::surrogateToUcs4(unit, text[at + 1]) : unit.unicode();
+    const char32_t code =
+        isPair ? QChar::surrogateToUcs4(unit, text[at + 1]) : static_cast<char32_t>(unit.unicode());
     switch (u_getIntPropertyValue(static_cast<UChar32>(code), UCHAR_GRAPHEME_CLUSTER_BREAK)) {
     case U_GCB_EXTEND:
     case U_GCB_SPACING_MARK:

@@ -1,8 +1,10 @@
 #include "ViewModels/Library/LoopListModel.h"
 
-#include "Models/LibraryRig.h"
+#include "support/QtTestSupport.h"
 
 #include <QAbstractItemModelTester>
+
+#include <gtest/gtest.h>
 
 #include <algorithm>
 #include <random>
