@@ -11,6 +11,7 @@
 #include <fcntl.h>
 #include <limits>
 #include <string>
+#include <sys/stat.h>
 #include <system_error>
 
 namespace tessivo::sound {
