@@ -9,7 +9,6 @@
 #include <cstdio>
 #include <filesystem>
 #include <fstream>
-#include <string>
 #include <unistd.h>
 
 using namespace tessivo::sound;

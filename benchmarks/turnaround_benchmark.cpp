@@ -23,7 +23,6 @@
 
 #include <cstdio>
 #include <cstdlib>
-#include <memory>
 #include <set>
 #include <string_view>
 #include <thread>

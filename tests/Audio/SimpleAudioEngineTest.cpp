@@ -1,5 +1,4 @@
 #include "Audio/EngineRig.h"
-#include "Audio/SimplePlayer.h"
 #include "Audio/SimpleRecorder.h"
 #include "Platform/Sound/AudioError.h"
 

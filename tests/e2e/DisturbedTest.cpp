@@ -2,8 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include <fstream>
-
 // What happens to a looper in use: sound that goes away, disks that fail, a program that is
 // killed. Nothing that was recorded is lost, and the window answers.
 namespace tessivo::test {

@@ -43,7 +43,9 @@ void keepUnderFreeName(const fs::path& path) {
 
 void syncFolder(const fs::path& folder) {
     const FileDescriptor descriptor(::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-    ::fsync(descriptor.get());
+    if (descriptor.get() >= 0) {
+        ::fsync(descriptor.get());
+    }
 }
 
 } // namespace tessivo::files
