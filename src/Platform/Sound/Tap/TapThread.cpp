@@ -84,10 +84,10 @@ void TapThread::Tap::deliverConverted(bool finish) {
         queue->pop(chunk);
         interleaved.resize(static_cast<std::size_t>(chunk.frameLength()) * channels);
         for (std::uint32_t channel = 0; channel < channels; ++channel) {
-            float* target = interleaved.data() + channel;
+            std::size_t at = channel;
             for (const float sample : chunk.channel(channel)) {
-                *target = sample;
-                target += channels;
+                interleaved[at] = sample;
+                at += channels;
             }
         }
         append(converter.process(interleaved, finish && chunk.frameLength() == 0));
