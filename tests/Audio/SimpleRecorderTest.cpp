@@ -2,6 +2,7 @@
 
 #include "Audio/EngineRig.h"
 #include "Platform/Sound/AudioError.h"
+#include "Platform/System/CommandMoment.h"
 
 #include <gtest/gtest.h>
 
@@ -132,6 +133,32 @@ TEST(SimpleRecorderTest, NoInputFailsTheStartUntilThereIsOne) {
     const Channels input{noise(3000, 1)};
     rig.record(input);
     EXPECT_EQ(readFile(rig.file()), input);
+}
+
+TEST(SimpleRecorderTest, TakeIsWhatWasPlayedBetweenThePressesHoweverLateTheyAreHandled) {
+    RecorderRig rig;
+    rig.device->startClock();
+    const Moment origin = rig.device->time();
+    const auto played = noise(48'000, 1);
+    auto feedTo = [&, done = std::size_t{0}](std::size_t frame) mutable {
+        for (; done < frame; done += 480) {
+            rig.feed(Channels(2, slice(played, done, 480)));
+        }
+    };
+    const auto pressedAt = [&](std::int64_t frame) {
+        return CommandMoment(origin + std::chrono::nanoseconds(frame * 1'000'000'000 / 48'000));
+    };
+    feedTo(24'000);
+    {
+        const auto pressed = pressedAt(20'011);
+        rig.recorder.startRecording();
+    }
+    feedTo(48'000);
+    {
+        const auto pressed = pressedAt(40'000);
+        rig.recorder.stopRecording();
+    }
+    EXPECT_EQ(readFile(rig.file()), Channels(2, slice(played, 20'011, 19'989)));
 }
 
 TEST(SimpleRecorderTest, EngineThatGoesCompletesTheTake) {

@@ -92,7 +92,4 @@ TEST(SimpleLoopStateTest, AnnouncesEveryWriteBeforeItAndAgainAfterIt) {
                 true);
     checkWrites("showingLoopLibrary", &S::showingLoopLibraryChanged, &S::setShowingLoopLibrary,
                 false, true);
-    State state;
-    EXPECT_TRUE(state.setProperty("showingSaveDialog", true) && state.showingSaveDialog());
-    EXPECT_TRUE(state.setProperty("showingLoopLibrary", true) && state.showingLoopLibrary());
 }

@@ -38,6 +38,7 @@ struct Listener {
             notesTold += line.starts_with("🎵 MIDI Note On: ") ? 1U : 0U;
         });
         manager = MIDIManager::make(system);
+        QCoreApplication::processEvents(); // it opens its input
     }
 
     int argumentCount = 0;

@@ -41,7 +41,7 @@ std::size_t MidiSender::send(std::vector<Packet> packets) {
     if (size > kLargestCycle - 64) {
         throw std::invalid_argument("more than a controller sends at once");
     }
-    cycles_.push_back({std::move(packets), {}});
+    cycles_.push_back({std::move(packets), {}, {}});
     if (!queue_.tryPush(&cycles_.back())) {
         throw std::runtime_error("a controller that nobody listens to has too much to send");
     }
@@ -104,6 +104,7 @@ void MidiSender::process(const spa_io_position& position) {
     pw_filter_queue_buffer(port_, buffer);
     if (cycle != nullptr) {
         cycle->at = begun;
+        cycle->due = Clock::time_point(std::chrono::nanoseconds(position.clock.nsec));
         ++sent_;
     }
 }

@@ -44,6 +44,11 @@ public:
     // When the graph processed the cycle of that number; none before that.
     std::optional<Clock::time_point> sentAt(std::size_t number) const;
 
+    // The time of that cycle on the graph's clock, once it was processed.
+    Clock::time_point dueAt(std::size_t number) const {
+        return sent_ >= number ? cycles_[number - 1].due : Clock::time_point{};
+    }
+
     // Sends so many note-ons a second, spread evenly, and repeats the notes.
     void flood(unsigned perSecond, std::vector<std::uint8_t> notes);
     void endFlood() { flood_ = nullptr; }
@@ -53,7 +58,8 @@ public:
 private:
     struct Cycle {
         std::vector<Packet> packets;
-        Clock::time_point at; // written before sent_ counts it
+        Clock::time_point at; // both are written before sent_ counts it
+        Clock::time_point due;
     };
     struct Flood {
         unsigned perSecond;
