@@ -96,7 +96,6 @@ case ${1:-} in
         ;;
     all)
         stage "Packages" scripts/packages.sh build run sound display test check
-        mkdir -p build
         stage "Sources: format, scripts, left-overs, layers" check_text
         stage "Build" build release -DTESSIVO_BENCHMARKS=ON
         stage "Sources: qmllint" cmake --build --preset release --target all_qmllint

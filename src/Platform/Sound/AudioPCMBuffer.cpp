@@ -23,4 +23,16 @@ std::span<const float> AudioPCMBuffer::channel(std::uint32_t index) const {
                                        frameLength_);
 }
 
+void AudioPCMBuffer::interleave(std::vector<float>& target) const {
+    const std::uint32_t channels = format_.channelCount();
+    target.resize(static_cast<std::size_t>(frameLength_) * channels);
+    for (std::uint32_t c = 0; c < channels; ++c) {
+        std::size_t at = c;
+        for (const float sample : channel(c)) {
+            target[at] = sample;
+            at += channels;
+        }
+    }
+}
+
 } // namespace tessivo::sound

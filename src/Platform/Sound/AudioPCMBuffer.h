@@ -28,6 +28,9 @@ public:
     std::span<float> channel(std::uint32_t index);
     std::span<const float> channel(std::uint32_t index) const;
 
+    // Replaces the target by the valid frames, interleaved. Allocates when they do not fit.
+    void interleave(std::vector<float>& target) const;
+
 private:
     AudioFormat format_;
     std::uint32_t frameCapacity_;

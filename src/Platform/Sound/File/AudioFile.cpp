@@ -138,18 +138,11 @@ AudioFileWriter::AudioFileWriter(const std::filesystem::path& path,
 AudioFileWriter::~AudioFileWriter() = default;
 
 void AudioFileWriter::write(const AudioPCMBuffer& buffer) {
-    const auto channels = settings_.channelCount;
-    if (buffer.format().channelCount() != channels) {
+    if (buffer.format().channelCount() != settings_.channelCount) {
         throw AudioError("The buffer has another number of channels than the recording");
     }
     const auto frames = buffer.frameLength();
-    interleaved_.resize(static_cast<std::size_t>(frames) * channels);
-    for (std::uint32_t c = 0; c < channels; ++c) {
-        const auto samples = buffer.channel(c);
-        for (std::size_t i = 0; i < frames; ++i) {
-            interleaved_[i * channels + c] = samples[i];
-        }
-    }
+    buffer.interleave(interleaved_);
     // A failed write may leave part of a frame in the file; the next one overwrites that.
     const sf_count_t written = sf_writef_float(handle_->file.get(), interleaved_.data(), frames);
     framesWritten_ += written;

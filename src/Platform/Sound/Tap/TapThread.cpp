@@ -82,14 +82,7 @@ void TapThread::Tap::deliverConverted(bool finish) {
     do {
         chunk.setFrameLength(0);
         queue->pop(chunk);
-        interleaved.resize(static_cast<std::size_t>(chunk.frameLength()) * channels);
-        for (std::uint32_t channel = 0; channel < channels; ++channel) {
-            std::size_t at = channel;
-            for (const float sample : chunk.channel(channel)) {
-                interleaved[at] = sample;
-                at += channels;
-            }
-        }
+        chunk.interleave(interleaved);
         append(converter.process(interleaved, finish && chunk.frameLength() == 0));
     } while (chunk.frameLength() > 0);
 }
