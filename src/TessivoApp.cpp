@@ -3,15 +3,16 @@
 #include "Platform/System/BackgroundQueue.h"
 #include "SystemDevices.h"
 #include "ViewModels/Main/HeldKeys.h"
+#include "ViewModels/Main/TimedApplication.h"
 #include "ViewModels/Main/ViewModelFactory.h"
 
-#include <QGuiApplication>
 #include <QIcon>
 #include <QQmlApplicationEngine>
 #include <QQuickStyle>
 #include <QtQml/qqmlextensionplugin.h>
 
 #include <memory>
+#include <utility>
 
 Q_IMPORT_QML_PLUGIN(TessivoPlugin)
 Q_IMPORT_QML_PLUGIN(Tessivo_StylePlugin)
@@ -28,7 +29,9 @@ public:
         QGuiApplication::setApplicationName(u"Tessivo"_s);
         QGuiApplication::setApplicationDisplayName(u"Tessivo"_s);
         QGuiApplication::setDesktopFileName(u"tessivo"_s);
-        QGuiApplication application(argc, argv);
+        // The sound server answers while the toolkit starts.
+        std::unique_ptr<sound::AudioDevice> looperDevice = makeLooperDevice();
+        TimedApplication application(argc, argv);
         QGuiApplication::setWindowIcon(
             QIcon(u":/qt-project.org/imports/Tessivo/icons/tessivo.svg"_s));
         QQuickStyle::setStyle(u"Basic"_s);
@@ -38,7 +41,8 @@ public:
         if (QGuiApplication::platformName() == u"xcb"_s)
             application.installEventFilter(&heldKeys);
 
-        ViewModelFactory viewModels(makeLooperDevice, makePreviewDevice);
+        // The one window asks for it once.
+        ViewModelFactory viewModels([&] { return std::move(looperDevice); }, makePreviewDevice);
         QQmlApplicationEngine engine;
         engine.setInitialProperties({{u"viewModels"_s, QVariant::fromValue(&viewModels)}});
         engine.load(QUrl(u"qrc:/qt-project.org/imports/Tessivo/Main/ContentView.qml"_s));

@@ -1,5 +1,6 @@
 #include "Audio/MIDIManager.h"
 
+#include "Platform/System/CommandMoment.h"
 #include "Platform/System/LogLine.h"
 #include "Platform/System/MainQueue.h"
 
@@ -40,9 +41,9 @@ std::string numberAndName(std::uint8_t note) {
     return std::to_string(note) + " (" + noteName(note) + ")";
 }
 
-// The error as the diagnostic lines show it: the negated error number.
-std::string statusOf(const std::system_error& error) {
-    return std::to_string(-error.code().value());
+// The errno value as the diagnostic lines show it: negated.
+std::string statusOf(int error) {
+    return std::to_string(-error);
 }
 
 std::string spoken(TransportAction action) {
@@ -112,6 +113,16 @@ MIDIManager::~MIDIManager() {
 void MIDIManager::start() {
     setConfiguration(MIDIConfiguration::load());
     logLine("📁 MIDI configuration loaded");
+    system_->whenReady([weak = weak_from_this()] {
+        MainQueue::post([weak] {
+            if (const auto self = weak.lock()) {
+                self->startMIDI();
+            }
+        });
+    });
+}
+
+void MIDIManager::startMIDI() {
     setupMIDI();
     refreshAvailableDevices();
     autoConnectFirstDevice();
@@ -134,7 +145,8 @@ void MIDIManager::setupMIDI() {
                                     });
         logLine("✅ MIDI system initialized successfully");
     } catch (const std::system_error& error) {
-        logLine("❌ Failed to create MIDI " + std::string(made) + ": " + statusOf(error));
+        logLine("❌ Failed to create MIDI " + std::string(made) + ": " +
+                statusOf(error.code().value()));
     }
 }
 
@@ -155,24 +167,39 @@ void MIDIManager::setLastTriggeredAction(std::optional<TransportAction> action) 
     publish(lastTriggeredAction_, action, &MIDIManager::lastTriggeredActionChanged);
 }
 
-void MIDIManager::connectToDevice(midi::SourceRef source, QString name) {
+void MIDIManager::connectToDevice(midi::SourceRef source, const QString& name) {
     dropConnection();
-    const std::string told = name.toStdString();
+    const auto outcome = [weak = weak_from_this(), number = connectionNumber_, name](int error) {
+        MainQueue::post([weak, number, name, error] {
+            const auto self = weak.lock();
+            if (self && self->connectionNumber_ == number) {
+                self->tellConnected(name, error);
+            }
+        });
+    };
     try {
         if (!input_) {
             throw std::system_error(EINVAL, std::system_category());
         }
-        input_->connect(source);
+        input_->connect(source, outcome);
     } catch (const std::system_error& error) {
-        logLine("❌ Failed to connect to MIDI device: " + told + ", status: " + statusOf(error));
+        tellConnected(name, error.code().value());
+    }
+}
+
+void MIDIManager::tellConnected(const QString& name, int error) {
+    if (error != 0) {
+        logLine("❌ Failed to connect to MIDI device: " + name.toStdString() +
+                ", status: " + statusOf(error));
         return;
     }
-    publish(deviceName_, std::move(name), &MIDIManager::deviceNameChanged);
+    publish(deviceName_, std::optional(name), &MIDIManager::deviceNameChanged);
     publish(isConnected_, true, &MIDIManager::isConnectedChanged);
-    logLine("✅ Connected to MIDI device: " + told);
+    logLine("✅ Connected to MIDI device: " + name.toStdString());
 }
 
 void MIDIManager::dropConnection() {
+    ++connectionNumber_;
     if (input_) {
         input_->disconnect();
     }
@@ -223,14 +250,14 @@ void MIDIManager::handleMIDIPacketList(midi::PacketList packets) {
         const std::uint8_t note = packet.bytes[1];
         logLine("🎵 MIDI Note On: " + numberAndName(note) +
                 " velocity: " + std::to_string(packet.bytes[2]));
-        postNote(note);
+        postNote({note, Moment(std::chrono::nanoseconds(packet.time))});
     }
     if (system_->lostPackets() != toldLostPackets_.load()) {
         postProcessing();
     }
 }
 
-void MIDIManager::postNote(std::uint8_t note) {
+void MIDIManager::postNote(PlayedNote note) {
     {
         const std::scoped_lock lock(notesMutex_);
         if (notes_.size() >= mostNotesWaiting_) {
@@ -249,28 +276,35 @@ void MIDIManager::postProcessing() {
             return;
         }
     }
-    MainQueue::post([self = shared_from_this()] { self->processNotes(); });
+    MainQueue::post(
+        [self = shared_from_this()] { self->processNotes(steady_clock::now() + kLongestBatch); });
 }
 
-void MIDIManager::processNotes() {
-    const auto end = steady_clock::now() + kLongestBatch;
+void MIDIManager::processNotes(steady_clock::time_point end) {
     while (const auto note = nextNote()) {
-        processMIDINote(*note);
+        const bool isCommand = processMIDINote(*note);
         if (steady_clock::now() >= end) {
-            runLater(kPause, [self = shared_from_this()] { self->processNotes(); });
+            runLater(kPause, [self = shared_from_this()] {
+                self->processNotes(steady_clock::now() + kLongestBatch);
+            });
+            return;
+        }
+        if (isCommand) {
+            // What the command posted comes first: the next note finds the state that it left.
+            MainQueue::post([self = shared_from_this(), end] { self->processNotes(end); });
             return;
         }
     }
     tellLosses();
 }
 
-std::optional<std::uint8_t> MIDIManager::nextNote() {
+std::optional<MIDIManager::PlayedNote> MIDIManager::nextNote() {
     const std::scoped_lock lock(notesMutex_);
     if (notes_.empty()) {
         isProcessingPosted_ = false;
         return {};
     }
-    const std::uint8_t note = notes_.front();
+    const PlayedNote note = notes_.front();
     notes_.pop_front();
     return note;
 }
@@ -291,18 +325,25 @@ void MIDIManager::tellLosses() {
     }
 }
 
-void MIDIManager::processMIDINote(std::uint8_t note) {
+bool MIDIManager::processMIDINote(PlayedNote played) {
+    const std::uint8_t note = played.number;
     if (isLearningMode_ && learningAction_) {
         learn(*learningAction_, note);
-    } else if (const auto action = configuration_.actionForNote(note)) {
+        return false;
+    }
+    if (const auto action = configuration_.actionForNote(note)) {
         setLastTriggeredAction(action);
-        triggerTransportAction(*action);
+        {
+            const CommandMoment scope(believable(played.at));
+            triggerTransportAction(*action);
+        }
         runLater(kTriggeredShown,
                  [self = shared_from_this()] { self->setLastTriggeredAction({}); });
         logLine("🎬 MIDI triggered: " + spoken(*action));
-    } else {
-        logLine("🎵 Unmapped MIDI note: " + numberAndName(note));
+        return true;
     }
+    logLine("🎵 Unmapped MIDI note: " + numberAndName(note));
+    return false;
 }
 
 void MIDIManager::learn(TransportAction action, std::uint8_t note) {

@@ -3,6 +3,7 @@
 #include "Models/MIDIConfiguration.h"
 #include "Models/TransportAction.h"
 #include "Platform/Midi/MidiSystem.h"
+#include "Platform/Realtime/Moment.h"
 #include "Platform/System/ObservableObject.h"
 #include "Utils/MIDIUtils.h"
 
@@ -37,16 +38,16 @@ class MIDIManager : public ObservableObject, public std::enable_shared_from_this
 public:
     using Callback = std::function<void()>;
 
-    // More than anybody plays while the main thread is blocked, at one byte each.
+    // More than anybody plays while the main thread is blocked, at 16 bytes each.
     static constexpr std::size_t kMostNotesWaiting = 1U << 20U;
 
     // Sets the MIDI system of the shared manager. The program's entry calls this, once, before
     // anybody calls shared().
     static void setSharedSystem(std::shared_ptr<midi::MidiSystem> system);
-    // The application's manager, created at the first call: loads the stored mapping and connects
-    // to the first source. Exists until the application object is destroyed, and then releases
-    // the MIDI system, so that nothing more is posted. Throws std::logic_error when no system was
-    // set.
+    // The application's manager, created at the first call: loads the stored mapping and, as soon
+    // as the MIDI system is ready, connects to the first source. Exists until the application
+    // object is destroyed, and then releases the MIDI system, so that nothing more is posted.
+    // Throws std::logic_error when no system was set.
     static MIDIManager& shared();
 
     // A manager on a system of its own. It is destroyed on the main thread, wherever its last
@@ -70,15 +71,17 @@ public:
     bool isLearningMode() const { return isLearningMode_; }
     std::optional<TransportAction> learningAction() const { return learningAction_; }
 
-    // What the commands do. Main thread.
+    // What the commands do. Main thread. While one runs, the current CommandMoment is the time at
+    // which the note was due.
     Callback onRecord;
     Callback onPlay;
     Callback onStop;
     Callback onClear;
 
-    // Drops any previous connection first, also one to the same source. After a failure, which a
-    // diagnostic line reports, nothing is connected.
-    void connectToDevice(midi::SourceRef source, QString name);
+    // Drops any previous connection first, also one to the same source. The new one is there when
+    // the server has answered, and a diagnostic line says so; after a failure, which a line reports
+    // too, nothing is connected.
+    void connectToDevice(midi::SourceRef source, const QString& name);
     void refreshAvailableDevices();
     // Refreshes the list, and connects to its first source if nothing is connected.
     void autoConnectFirstDevice();
@@ -101,22 +104,29 @@ private:
     MIDIManager(std::shared_ptr<midi::MidiSystem> system, std::size_t mostNotesWaiting);
 
     void start(); // the part of the construction that needs weak_from_this()
+    void startMIDI();
     void setupMIDI();
     void tearDown();
+
+    struct PlayedNote {
+        std::uint8_t number = 0;
+        Moment at;
+    };
 
     // MIDI thread.
     void handleMIDINotification(midi::SetupChange change);
     void handleMIDIPacketList(midi::PacketList packets);
-    void postNote(std::uint8_t note);
+    void postNote(PlayedNote note);
     void postProcessing();
 
     // Main thread.
     void handleSourcesChanged();
     void dropConnection();
-    void processNotes();
-    std::optional<std::uint8_t> nextNote();
+    void tellConnected(const QString& name, int error);
+    void processNotes(std::chrono::steady_clock::time_point end);
+    std::optional<PlayedNote> nextNote();
     void tellLosses();
-    void processMIDINote(std::uint8_t note);
+    bool processMIDINote(PlayedNote played); // returns whether it was a command
     void learn(TransportAction action, std::uint8_t note);
     void triggerTransportAction(TransportAction action);
     void setLastTriggeredAction(std::optional<TransportAction> action);
@@ -124,6 +134,7 @@ private:
     const std::shared_ptr<midi::MidiSystem> system_;
     std::unique_ptr<midi::SourceObserver> observer_;
     std::unique_ptr<midi::MidiInput> input_; // null when it could not be opened
+    std::uint64_t connectionNumber_ = 0;     // a late answer about an earlier one does not count
     bool isConnected_ = false;
     std::optional<QString> deviceName_;
     MIDIConfiguration configuration_;
@@ -134,7 +145,7 @@ private:
 
     const std::size_t mostNotesWaiting_;
     std::mutex notesMutex_; // of the next three
-    std::deque<std::uint8_t> notes_;
+    std::deque<PlayedNote> notes_;
     bool isProcessingPosted_ = false;
     std::uint64_t droppedNotes_ = 0;             // since the last line about it
     std::atomic<std::uint64_t> toldLostPackets_; // the system's count at that line

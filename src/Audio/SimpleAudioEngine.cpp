@@ -8,7 +8,6 @@
 #include <QPointer>
 
 #include <algorithm>
-#include <chrono>
 #include <cmath>
 #include <string>
 #include <utility>
@@ -18,33 +17,13 @@ namespace {
 
 constexpr std::uint32_t kTapBufferFrames = 2048;
 
-// At most thirty levels a second.
-constexpr std::chrono::duration<double> kLevelUpdateInterval{1.0 / 30.0};
-
 } // namespace
-
-// When the level was last measured. A steady clock: setting the wall clock back must not
-// stop the meter.
-struct SimpleAudioEngine::LevelClock {
-    std::chrono::steady_clock::time_point lastUpdate = std::chrono::steady_clock::now();
-
-    // Whether a measurement is due; then the next one is due an interval later.
-    bool isDue() {
-        const auto now = std::chrono::steady_clock::now();
-        if (now - lastUpdate < kLevelUpdateInterval) {
-            return false;
-        }
-        lastUpdate = now;
-        return true;
-    }
-};
 
 SimpleAudioEngine::SimpleAudioEngine(std::unique_ptr<sound::AudioDevice> device)
     : audioEngine_(
           std::move(device), [](auto task) { MainQueue::post(std::move(task)); },
           [](const std::string& line) { logLine(line); })
-    , monitoringMixerNode_(std::make_shared<sound::MixerNode>())
-    , levelClock_(std::make_shared<LevelClock>()) {
+    , monitoringMixerNode_(std::make_shared<sound::MixerNode>()) {
     logLine("Audio session setup for macOS (automatic)");
     setupAudioEngine();
     setupDeviceChangeMonitoring();
@@ -130,6 +109,7 @@ void SimpleAudioEngine::stop() {
         return;
     }
     inputNode().removeTap();
+    inputNode().setMeter(0, {});
     audioEngine_.stop();
     publish(isEngineRunning_, false);
     logLine("Audio engine stopped");
@@ -141,53 +121,41 @@ void SimpleAudioEngine::enableLevelMonitoring() {
     updateTapHandler();
 }
 
-void SimpleAudioEngine::enableRecording(sound::TapHandler recordingHandler) {
-    logLine("🎛️ [ENGINE] Enabling recording in unified tap");
-    isRecordingActive_ = true;
-    tapHandler_ = std::move(recordingHandler);
-    if (isLevelMonitoringEnabled_) {
-        tapHandler_ = [record = std::move(tapHandler_),
-                       meter = makeLevelHandler()](const auto& buffer, const auto& time) {
-            record(buffer, time);
-            meter(buffer, time);
-        };
-    }
-    installUnifiedTap();
+void SimpleAudioEngine::holdRecording(Moment since) {
+    inputNode().hold(since);
 }
 
-void SimpleAudioEngine::disableRecording() {
+void SimpleAudioEngine::releaseRecording() {
+    inputNode().release();
+}
+
+void SimpleAudioEngine::enableRecording(sound::TapHandler recordingHandler, Moment since) {
+    logLine("🎛️ [ENGINE] Enabling recording in unified tap");
+    isRecordingActive_ = true;
+    const sound::AudioFormat format = inputNode().outputFormat();
+    logLine("🎛️ [ENGINE] Installing unified tap with format: " + format.description());
+    inputNode().installTap(kTapBufferFrames, format, std::move(recordingHandler), since);
+}
+
+std::optional<std::int64_t> SimpleAudioEngine::disableRecording(Moment until) {
     logLine("🎛️ [ENGINE] Disabling recording in unified tap");
     isRecordingActive_ = false;
+    const auto length = inputNode().removeTap(until);
     updateTapHandler();
+    return length;
 }
 
 void SimpleAudioEngine::updateTapHandler() {
-    if (isRecordingActive_) {
+    if (isRecordingActive_ || !isLevelMonitoringEnabled_) {
         return;
     }
-    if (isLevelMonitoringEnabled_) {
-        tapHandler_ = makeLevelHandler();
-        installUnifiedTap();
-    } else {
-        inputNode().removeTap();
-    }
+    logLine("🎛️ [ENGINE] Installing unified tap with format: " +
+            inputNode().outputFormat().description());
+    inputNode().setMeter(kTapBufferFrames, makeLevelHandler());
 }
 
-void SimpleAudioEngine::installUnifiedTap() {
-    inputNode().removeTap();
-    if (!tapHandler_) {
-        return;
-    }
-    const sound::AudioFormat format = inputNode().outputFormat();
-    logLine("🎛️ [ENGINE] Installing unified tap with format: " + format.description());
-    inputNode().installTap(kTapBufferFrames, format, tapHandler_);
-}
-
-sound::TapHandler SimpleAudioEngine::makeLevelHandler() {
-    return [self = QPointer(this), clock = levelClock_](const auto& buffer, const auto&) {
-        if (!clock->isDue()) {
-            return;
-        }
+sound::MeterBlock SimpleAudioEngine::makeLevelHandler() {
+    return [self = QPointer(this)](const auto& buffer) {
         MainQueue::post([self, level = calculateLevel(buffer)] {
             if (self) {
                 self->publish(self->inputLevel_, level, &SimpleAudioEngine::inputLevelChanged);
@@ -209,6 +177,7 @@ float SimpleAudioEngine::calculateLevel(const sound::AudioPCMBuffer& buffer) {
 
 void SimpleAudioEngine::setInputMonitoring(bool enabled) {
     monitoringMixerNode_->setOutputVolume(enabled ? 1.0F : 0.0F);
+    audioEngine_.setShortCycles(enabled);
     logLine(std::string("🎛️ [ENGINE] Input monitoring ") + (enabled ? "enabled" : "disabled"));
 }
 

@@ -3,16 +3,18 @@
 #include "Platform/Sound/AudioEngine.h"
 #include "Platform/System/ObservableObject.h"
 
+#include <cstdint>
 #include <memory>
+#include <optional>
 
 namespace tessivo {
 
 class SimplePlayer;
 class SimpleRecorder;
 
-// The looper's audio graph: input, monitoring mixer, main mixer, output; and the one tap on
-// the input, whose handler feeds the level meter and, while there is a take, the recorder.
-// Main thread only; the handlers given to the tap run on the tap thread.
+// The looper's audio graph: input, monitoring mixer, main mixer, output; and on the input the
+// level meter and, while there is a take, the tap that feeds the recorder. Main thread only; the
+// handlers of both run on the tap thread.
 //
 // The level is the mean absolute value of the first channel, linear, published at most
 // thirty times a second. A change of the devices is only reported; a take in progress keeps
@@ -29,10 +31,17 @@ public:
     // Throws what the device says when it cannot start. Does nothing when already running.
     void start();
     void enableLevelMonitoring();
-    // From now on every captured buffer goes to the handler first and then to the level meter.
-    void enableRecording(sound::TapHandler recordingHandler);
-    // Returns when the recording handler has had everything captured so far.
-    void disableRecording();
+    // Keeps what is captured from that moment on until enableRecording() or
+    // releaseRecording().
+    void holdRecording(Moment since);
+    void releaseRecording();
+    // Every buffer captured from that moment on goes to the handler; the level meter gets none
+    // before it.
+    void enableRecording(sound::TapHandler recordingHandler, Moment since);
+    // Returns when the recording handler has had everything captured before that moment. The
+    // result is how many of its frames that is: it may have had some more. Nothing when the
+    // engine has been stopped since.
+    std::optional<std::int64_t> disableRecording(Moment until);
     void stop();
     // Input monitoring at unity gain; off at first.
     void setInputMonitoring(bool enabled);
@@ -56,8 +65,7 @@ private:
     void setupDeviceChangeMonitoring();
     void handleConfigurationChange();
     void updateTapHandler();
-    void installUnifiedTap();
-    sound::TapHandler makeLevelHandler();
+    sound::MeterBlock makeLevelHandler();
 
     sound::AudioEngine audioEngine_;
     std::shared_ptr<sound::MixerNode> monitoringMixerNode_;
@@ -65,11 +73,8 @@ private:
     std::unique_ptr<SimplePlayer> player_;
     bool isEngineRunning_ = false;
     float inputLevel_ = 0.0F;
-    sound::TapHandler tapHandler_;
     bool isLevelMonitoringEnabled_ = false;
     bool isRecordingActive_ = false;
-    struct LevelClock;
-    std::shared_ptr<LevelClock> levelClock_; // used on the tap thread only
 };
 
 } // namespace tessivo

@@ -9,6 +9,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <utility>
 
 namespace tessivo {
 namespace {
@@ -45,11 +46,24 @@ void SimplePlayer::loadAudioFile(const QUrl& url) {
     }
 }
 
+void SimplePlayer::soundTake(Moment end) {
+    if (const auto head = audioEngine_.inputNode().takeHead(); head && !isPlaying_) {
+        takeSounds_ = playerNode_->loopTake(head, end);
+    }
+}
+
+void SimplePlayer::dropTake() {
+    if (std::exchange(takeSounds_, false)) {
+        playerNode_->stop();
+    }
+}
+
 void SimplePlayer::startPlaying() {
     if (!audioFile_ || isPlaying_) {
         return;
     }
     scheduleLoop();
+    takeSounds_ = false;
     playerNode_->play();
     isPlaying_ = true;
     logLine("Playback started with looping");

@@ -31,6 +31,13 @@ public:
     // one is the new file's.
     void loadAudioFile(const QUrl& url);
 
+    // Before the recorder ends the take at that moment: lets its loop be heard at once, from
+    // memory. startPlaying() then goes on with the take's file, which must be loaded, in the same
+    // phase. Does nothing without a take or while it plays.
+    void soundTake(Moment end);
+    // Silences the take's loop unless startPlaying() has taken it over.
+    void dropTake();
+
     // Does nothing without a file, or while it plays.
     void startPlaying();
     // The file stays loaded; the next start begins with its first frame.
@@ -55,6 +62,7 @@ private:
     std::shared_ptr<sound::PlayerNode> playerNode_;
     std::shared_ptr<sound::AudioFileReader> audioFile_;
     bool isPlaying_ = false;
+    bool takeSounds_ = false; // and is not playing yet
     QUrl currentURL_;
     std::uint64_t scheduledPass_ = 0; // the one whose notice queues the next
 };

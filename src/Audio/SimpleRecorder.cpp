@@ -2,6 +2,7 @@
 
 #include "Audio/SimpleAudioEngine.h"
 #include "Platform/Sound/File/AudioFile.h"
+#include "Platform/System/CommandMoment.h"
 #include "Platform/System/LogLine.h"
 #include "Platform/System/Paths.h"
 #include "Utils/AudioUtils.h"
@@ -30,6 +31,8 @@ struct SimpleRecorder::Take {
         : file(pathOf(url), settings) {}
 
     void write(const sound::AudioPCMBuffer& buffer);
+    // Takes back what came after the press, when the main thread got to it late.
+    void cut(std::int64_t frames);
 
     sound::AudioFileWriter file;
     std::int64_t buffers = 0; // the tap thread's
@@ -52,17 +55,29 @@ void SimpleRecorder::Take::write(const sound::AudioPCMBuffer& buffer) {
     }
 }
 
+void SimpleRecorder::Take::cut(std::int64_t frames) {
+    try {
+        file.cut(frames);
+    } catch (const std::exception& error) {
+        logLine(std::string("❌ [RECORDER ERROR] Failed to cut the end of the take: ") +
+                error.what());
+    }
+}
+
 SimpleRecorder::SimpleRecorder(SimpleAudioEngine& audioEngine)
     : audioEngine_(audioEngine) {}
 
 SimpleRecorder::~SimpleRecorder() = default;
 
 void SimpleRecorder::startRecording() {
+    const Moment pressed = CommandMoment::current();
     logLine("📼 [RECORDER] startRecording() called");
     if (isRecording_) {
         logLine("📼 [RECORDER] Already recording, returning");
         return;
     }
+    // What is played while the file is being made belongs to the take.
+    audioEngine_.holdRecording(pressed);
     const sound::AudioFormat format = audioEngine_.inputNode().outputFormat();
     logLine("📼 [RECORDER] Input format: " + format.description());
 
@@ -74,6 +89,7 @@ void SimpleRecorder::startRecording() {
     try {
         take_ = std::make_shared<Take>(url, format.settings());
     } catch (const std::exception& error) {
+        audioEngine_.releaseRecording();
         logLine(std::string("❌ [RECORDER ERROR] Failed to create audio file: ") + error.what());
         logLine("❌ [RECORDER ERROR] Input format settings: " + format.settings().description());
         throw;
@@ -86,13 +102,15 @@ void SimpleRecorder::startRecording() {
             if (const auto take = weakTake.lock()) {
                 take->write(buffer);
             }
-        });
+        },
+        pressed);
     isRecording_ = true;
     logLine("📼 [RECORDER] Recording started successfully to: " + location);
     logLine("📼 [RECORDER] isRecording = " + text(isRecording_));
 }
 
 void SimpleRecorder::stopRecording() {
+    const Moment pressed = CommandMoment::current();
     logLine("📼 [RECORDER] stopRecording() called");
     if (!isRecording_) {
         logLine("📼 [RECORDER] Not recording, returning");
@@ -101,8 +119,11 @@ void SimpleRecorder::stopRecording() {
     logLine("📼 [RECORDER] Disabling recording in unified tap system");
     // The handler leaves the tap before the file is closed, so that the last buffers,
     // which it still gets here, are part of the take.
-    audioEngine_.disableRecording();
+    const auto length = audioEngine_.disableRecording(pressed);
     if (take_) {
+        if (length) {
+            take_->cut(*length);
+        }
         logLine("📼 [RECORDER] Closing audio file");
         take_.reset();
     }

@@ -4,6 +4,7 @@
 #include "Audio/SimplePlayer.h"
 #include "Audio/SimpleRecorder.h"
 #include "Models/LoopError.h"
+#include "Platform/System/CommandMoment.h"
 #include "Platform/System/LogLine.h"
 #include "Platform/System/MainQueue.h"
 #include "Platform/System/Paths.h"
@@ -22,7 +23,7 @@ namespace tessivo {
 namespace {
 
 // From the end of a take to the start of its playback: long enough for the state to be seen
-// stopped. It is heard as a pause before the first pass.
+// stopped. The loop sounds already.
 constexpr std::chrono::milliseconds kPlaybackDelay{100};
 
 // Reports when the size of an existing take cannot be read.
@@ -101,7 +102,7 @@ void SimpleLooperViewModel::playButtonPressed() {
     }
     switch (loopState_.transportState()) {
     case TransportState::stopped:
-        cancelDeferredPlayback();
+        ++deferredPlaybackNumber_; // now instead of later; what sounds of the take goes on
         startPlayback();
         break;
     case TransportState::recording:
@@ -176,11 +177,16 @@ void SimpleLooperViewModel::stopRecording() {
     });
 }
 
+// The loop is heard from memory first: ending the take may wait for a disk.
 void SimpleLooperViewModel::stopRecordingAndStartPlayback() {
+    const CommandMoment pressed(CommandMoment::current());
+    player_ = &audioEngine_.createPlayer();
+    player_->setVolume(loopState_.playbackVolume());
+    player_->soundTake(CommandMoment::current());
     stopRecording();
-    const std::uint64_t number = ++deferredPlaybackNumber_;
-    MainQueue::postAfter(kPlaybackDelay, this, [this, number] {
-        if (number == deferredPlaybackNumber_) {
+    const std::uint64_t order = ++deferredPlaybackNumber_;
+    MainQueue::postAfter(kPlaybackDelay, this, [this, order] {
+        if (order == deferredPlaybackNumber_) {
             startPlayback();
         }
     });
@@ -188,11 +194,19 @@ void SimpleLooperViewModel::stopRecordingAndStartPlayback() {
 
 void SimpleLooperViewModel::cancelDeferredPlayback() {
     ++deferredPlaybackNumber_;
+    dropTake();
+}
+
+void SimpleLooperViewModel::dropTake() {
+    if (player_ != nullptr) {
+        player_->dropTake();
+    }
 }
 
 void SimpleLooperViewModel::startPlayback() {
     const QUrl url = loopState_.fileURL();
     if (url.isEmpty()) {
+        dropTake();
         return;
     }
     player_ = &audioEngine_.createPlayer();
@@ -200,6 +214,7 @@ void SimpleLooperViewModel::startPlayback() {
         player_->loadAudioFile(url);
         player_->startPlaying();
     } catch (const std::exception& error) {
+        dropTake();
         logLine(std::string("Failed to start playback: ") + error.what());
         return;
     }

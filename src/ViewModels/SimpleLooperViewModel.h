@@ -74,6 +74,7 @@ private:
     void stopRecording();
     void stopRecordingAndStartPlayback();
     void cancelDeferredPlayback();
+    void dropTake();
     void startPlayback();
     void stopPlayback();
     void clearLoop();

@@ -54,7 +54,7 @@ TEST(LoopPreviewEngineTest, PlaysOneLoopOnceAndMarksItUntilItsLastFrameHasBeenHe
     const SavedLoop first = rig.save("first", once);
     const SavedLoop second = rig.save("second", std::vector<float>(48000, 0.5F));
     rig.engine->setPreviewVolume(1.0F);
-    rig.device->setOutputLatency(0.3);
+    rig.device->setLatencies(0.0, 0.3);
     rig.engine->previewLoop(first);
     EXPECT_FALSE(rig.device->capturing());
     once.resize(15000); // and then nothing

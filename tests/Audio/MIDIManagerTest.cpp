@@ -1,6 +1,8 @@
 #include "Audio/MIDIManager.h"
 
+#include "Platform/System/CommandMoment.h"
 #include "Platform/System/LogLine.h"
+#include "Platform/System/MainQueue.h"
 #include "support/QtTestSupport.h"
 #include "support/VirtualMidi.h"
 
@@ -68,6 +70,7 @@ struct ManagerRig {
         manager->onRecord = noting(Action::record);
         manager->onPlay = noting(Action::play);
         manager->onStop = noting(Action::stop);
+        runPosted();
     }
 
     // All lines up to the moment at which the MIDI thread has done all that was sent so far.
@@ -186,6 +189,28 @@ TEST(MIDIManagerTest, ObeysTheNoteOnThatBeginsAPacketAndIgnoresEverythingElse) {
     EXPECT_EQ(rig.triggered, Actions(16, Action::play));
 }
 
+TEST(MIDIManagerTest, ACommandIsGivenWhenItsNoteIsDue) {
+    ManagerRig rig({"Keys"});
+    std::vector<Moment> given;
+    std::size_t written = 0;
+    rig.manager->onPlay = [&] {
+        EXPECT_EQ(written, given.size()) << "before what the previous command has posted";
+        given.push_back(CommandMoment::current());
+        MainQueue::post([&written] { ++written; });
+    };
+    const Moment now = momentNow();
+    const std::vector<Bytes> note{noteOn(kPlayNote)};
+    for (const Moment due : {now - milliseconds(150), now - milliseconds(50000), Moment{}}) {
+        ASSERT_TRUE(rig.system->send(rig.sources[0], note, due));
+    }
+    rig.said();
+    ASSERT_EQ(given.size(), 3U);
+    EXPECT_EQ(given[0], now - milliseconds(150));
+    EXPECT_GE(given[1], now) << "a note that is too old";
+    EXPECT_GE(given[2], given[1]);
+    EXPECT_GE(CommandMoment::current(), given[2]);
+}
+
 TEST(MIDIManagerTest, ShowsATriggeredActionUntilTheEarliestClearWhichALaterOneDoesNotCancel) {
     ManagerRig rig({"Keys"});
     Actions shown;
@@ -296,14 +321,20 @@ TEST(MIDIManagerTest, DropsTheConnectionBeforeItMakesTheNext) {
     ManagerRig rig({"Keys", "Pads"});
     MIDIManager& manager = *rig.manager;
     manager.connectToDevice(rig.sources[1], "Pads");
+    EXPECT_FALSE(manager.isConnected()) << "the answer has not come";
+    runPosted();
     EXPECT_TRUE(rig.isConnectedTo(1, "Pads"));
     manager.autoConnectFirstDevice(); // connected, though not to the first
+    runPosted();
     EXPECT_TRUE(rig.isConnectedTo(1, "Pads"));
-    manager.connectToDevice(rig.sources[1], *manager.deviceName());
-    EXPECT_EQ(rig.system->connections(), 3U);
+    manager.connectToDevice(rig.sources[0], "Keys"); // an answer that comes too late
+    manager.connectToDevice(rig.sources[1], "Pads");
+    runPosted();
+    EXPECT_EQ(rig.system->connections(), 4U);
     EXPECT_TRUE(rig.isConnectedTo(1, "Pads"));
     rig.system->failConnect = EIO;
     manager.connectToDevice(rig.sources[0], "Keys");
+    runPosted();
     EXPECT_TRUE(rig.isDisconnected());
     EXPECT_EQ(rig.lines.take(),
               (Lines{"✅ Connected to MIDI device: Pads", "✅ Connected to MIDI device: Pads",
@@ -395,6 +426,7 @@ TEST(MIDIManagerTest, TheSharedOneLetsGoOfTheSystemWhenTheApplicationEnds) {
     const midi::SourceRef keys = system->addSource("Keys");
     MIDIManager& manager = MIDIManager::shared();
     EXPECT_EQ(&manager, &MIDIManager::shared());
+    runPosted();
     ASSERT_EQ(system->connected(), keys);
     ASSERT_TRUE(system->send(keys, noteOn(kRecordNote)));
     EXPECT_TRUE(runUntil([&] { return manager.lastTriggeredAction() == Action::record; }));

@@ -2,10 +2,13 @@
 
 #include "Audio/EngineRig.h"
 #include "Platform/Sound/AudioError.h"
+#include "Platform/System/CommandMoment.h"
+#include "Platform/System/LogLine.h"
 
 #include <gtest/gtest.h>
 
 #include <fstream>
+#include <thread>
 
 using namespace tessivo;
 using namespace tessivo::test;
@@ -132,6 +135,35 @@ TEST(SimpleRecorderTest, NoInputFailsTheStartUntilThereIsOne) {
     const Channels input{noise(3000, 1)};
     rig.record(input);
     EXPECT_EQ(readFile(rig.file()), input);
+}
+
+TEST(SimpleRecorderTest, TakeIsWhatWasPlayedBetweenThePressesHoweverLateTheyAreHandled) {
+    RecorderRig rig;
+    rig.device->startClock();
+    const Moment origin = rig.device->time();
+    const auto played = noise(240'000, 1);
+    const auto pressedAt = [&](std::int64_t frame) {
+        return CommandMoment(origin + std::chrono::nanoseconds(frame * 1'000'000'000 / 48'000));
+    };
+    rig.feed(Channels(2, slice(played, 0, 24'000)));
+    {
+        const auto pressed = pressedAt(20'011);
+        // The disk takes three and a half seconds to make the file.
+        setLogSink([&](std::string_view line) {
+            if (line.find("Creating audio file") != std::string_view::npos) {
+                rig.feed(Channels(2, slice(played, 24'000, 168'000)));
+                std::this_thread::sleep_for(std::chrono::milliseconds(120));
+            }
+        });
+        rig.recorder.startRecording();
+    }
+    rig.feed(Channels(2, slice(played, 192'000, 48'000)));
+    {
+        // Before the file was there.
+        const auto pressed = pressedAt(140'000);
+        rig.recorder.stopRecording();
+    }
+    EXPECT_EQ(readFile(rig.file()), Channels(2, slice(played, 20'011, 119'989)));
 }
 
 TEST(SimpleRecorderTest, EngineThatGoesCompletesTheTake) {

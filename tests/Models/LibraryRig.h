@@ -25,6 +25,14 @@ template <class Call> QString loopErrorOf(Call&& call) {
     return QStringLiteral("no error");
 }
 
+inline std::vector<QString> namesOf(const std::vector<SavedLoop>& loops) {
+    std::vector<QString> names;
+    for (const SavedLoop& loop : loops) {
+        names.push_back(loop.name());
+    }
+    return names;
+}
+
 // A saved-loops folder with loops in it, and the lines that are written about them.
 struct LibraryRig {
     // A loop of a fiftieth of a second, in the folder, with its record.
@@ -51,6 +59,13 @@ struct LibraryRig {
         }
         std::sort(names.begin(), names.end());
         return names;
+    }
+
+    std::ptrdiff_t filesWith(const std::string& bytes) const {
+        const auto names = files();
+        return std::count_if(names.begin(), names.end(), [&](const std::string& name) {
+            return bytesOf(folder / name) == bytes;
+        });
     }
 
     TemporaryHome home;

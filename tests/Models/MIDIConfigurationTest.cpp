@@ -13,25 +13,7 @@
 using namespace tessivo;
 using namespace tessivo::test;
 
-namespace {
-
-const QString kKey = "MIDIConfiguration";
-
-std::filesystem::path preferencesFolder() {
-    return TemporaryHome::path() / ".config" / "Tessivo";
-}
-
-} // namespace
-
-TEST(MIDIConfigurationTest, FindsTheFirstCommandOfANote) {
-    using Action = TransportAction;
-    constexpr MIDIConfiguration configuration{10, 10, 11, 12};
-    EXPECT_EQ(configuration.actionForNote(10), Action::record);
-    EXPECT_EQ(configuration.actionForNote(12), Action::clear);
-    EXPECT_EQ(configuration.actionForNote(13), std::nullopt);
-    EXPECT_EQ((MIDIConfiguration{9, 200, 200, 11}.actionForNote(200)), Action::play);
-    EXPECT_EQ((MIDIConfiguration{9, 10, 200, 200}.actionForNote(200)), Action::stop);
-}
+static const QString kKey = "MIDIConfiguration";
 
 TEST(MIDIConfigurationTest, StoresTheMappingAsBytesOfJsonForTheNextRun) {
     const TemporaryHome home;
@@ -84,7 +66,7 @@ TEST(MIDIConfigurationTest, SaysWhenItCannotBeStoredAndKeepsThePreviousMapping) 
         return said.size() == 1 && said[0].rfind("Failed to save MIDI configuration: ", 0) == 0;
     };
     // A file stands where the folder is to be, then a folder where the file is to be.
-    const auto folder = preferencesFolder();
+    const auto folder = TemporaryHome::path() / ".config" / "Tessivo";
     std::filesystem::create_directories(folder.parent_path());
     std::ofstream(folder).put('x');
     EXPECT_TRUE(saveFails());

@@ -1,6 +1,10 @@
 #include "ViewModels/LooperRig.h"
 
+#include "Models/LoopError.h"
+
 #include <fstream>
+#include <functional>
+#include <tuple>
 
 using namespace tessivo;
 using namespace tessivo::test;
@@ -62,31 +66,49 @@ TEST(SimpleLooperViewModelTest, TakeEndedByRecordPlaysATenthOfASecondLater) {
                                            "Playback started with looping", "Playback started"}));
 }
 
-// What the performer does in the tenth of a second before the playback decides.
+// The loop is heard at once, and the playback takes it over in its phase. What the performer does
+// in between decides.
 TEST(SimpleLooperViewModelTest, LaterCommandReplacesTheDeferredPlayback) {
-    const auto outcome = [](void (LooperRig::*command)()) {
+    const auto outcome = [](const std::function<void(LooperRig&)>& command) {
         LooperRig rig;
+        const auto take = noise(2000, 1);
         rig.record();
-        rig.feed(Channels(2, noise(2000, 1)));
+        rig.feed(Channels(2, take));
         rig.record();
-        if (command != nullptr) {
-            (rig.*command)();
-        }
+        EXPECT_EQ(firstDifference(rig.device->turn(2500)[0], repeated(take, 2500)), -1);
+        command(rig);
+        rig.device->turn(480);                     // the ramp
+        const auto at = rig.device->turn(1020)[0]; // from frame 980 to the end
+        const bool sounds = firstDifference(at, slice(take, 980, 1020)) == -1;
+        EXPECT_TRUE(sounds || at == std::vector<float>(1020));
         runFor(milliseconds(200));
         const T transport = rig.state->transportState();
+        if (transport == T::playing) {
+            EXPECT_EQ(firstDifference(hear(*rig.device, 5000)[0], repeated(take, 5000)), -1);
+        }
         if (transport == T::recording) { // the second take's own playback is not lost
             rig.feed(Channels(2, noise(2000, 1)));
             rig.record();
             EXPECT_TRUE(rig.becomes(T::playing));
         }
         const Lines lines = rig.transportLines();
-        return std::pair(transport, std::count(lines.begin(), lines.end(), "Playback started"));
+        return std::tuple(transport, sounds,
+                          std::count(lines.begin(), lines.end(), "Playback started"));
     };
-    EXPECT_EQ(outcome(nullptr), std::pair(T::playing, 1L));
-    EXPECT_EQ(outcome(&LooperRig::play), std::pair(T::playing, 1L));
-    EXPECT_EQ(outcome(&LooperRig::stop), std::pair(T::stopped, 0L));
-    EXPECT_EQ(outcome(&LooperRig::clear), std::pair(T::stopped, 0L));
-    EXPECT_EQ(outcome(&LooperRig::record), std::pair(T::recording, 1L));
+    EXPECT_EQ(outcome([](LooperRig&) {}), std::tuple(T::playing, true, 1L));
+    EXPECT_EQ(outcome(&LooperRig::play), std::tuple(T::playing, true, 1L));
+    EXPECT_EQ(outcome(&LooperRig::stop), std::tuple(T::stopped, false, 0L));
+    EXPECT_EQ(outcome(&LooperRig::clear), std::tuple(T::stopped, false, 0L));
+    EXPECT_EQ(outcome(&LooperRig::record), std::tuple(T::recording, false, 1L));
+    const auto load = [](LooperRig& rig) {
+        EXPECT_THROW(rig.looper->loadLoop({}), LoopError);
+    };
+    EXPECT_EQ(outcome(load), std::tuple(T::stopped, false, 0L));
+    const auto fail = [](LooperRig& rig) {
+        std::filesystem::remove(pathOf(rig.state->fileURL()));
+        runFor(milliseconds(150));
+    };
+    EXPECT_EQ(outcome(fail), std::tuple(T::stopped, false, 0L));
 }
 
 TEST(SimpleLooperViewModelTest, CommandsWithoutMeaningDoNothing) {
@@ -143,7 +165,9 @@ TEST(SimpleLooperViewModelTest, MonitoringSwitchesAtOnceAndShowsAfterwards) {
     EXPECT_EQ(rig.device->turn(480, input), input);
     runPosted();
     EXPECT_TRUE(rig.state->inputMonitoringEnabled());
+    EXPECT_TRUE(rig.device->wantsShortCycles());
     rig.press(&SimpleLooperViewModel::toggleInputMonitoring);
+    EXPECT_FALSE(rig.device->wantsShortCycles());
     rig.feed(input);
     EXPECT_EQ(rig.device->turn(480, input), Channels(2, std::vector<float>(480)));
     EXPECT_FALSE(rig.state->inputMonitoringEnabled());

@@ -46,15 +46,17 @@ public:
     }
 };
 
-// A keyboard that can hold a key down, a desktop that turns dark while windows are open, and a
-// screen reader that presses what it reads.
-class Desktop : public QObject {
+// A machine with a microphone and a speaker, for which no time passes, a keyboard that can hold a
+// key down, a desktop that turns dark while windows are open, and a screen reader that presses what
+// it reads.
+class Machine : public QObject {
     Q_OBJECT
     QML_ELEMENT
     QML_SINGLETON
+    Q_PROPERTY(tessivo::ViewModelFactory* viewModels READ viewModels CONSTANT)
 
 public:
-    using QObject::QObject;
+    ViewModelFactory* viewModels() { return &viewModels_; }
 
     Q_INVOKABLE void hold(QWindow* window, int key, int repeats) {
         const auto code = static_cast<Qt::Key>(key);
@@ -87,17 +89,23 @@ public:
         palette.setColor(QPalette::Window, base);
         QGuiApplication::setPalette(palette);
     }
+
+private:
+    ViewModelFactory viewModels_{
+        [] { return std::make_unique<sound::OfflineDevice>(test::formats(2)); },
+        [] {
+            return std::make_unique<sound::OfflineDevice>(test::formats(0));
+        }};
 };
 
-// The folder of saved loops, in the test's own home, and one loop that is not saved yet.
+// The folder of saved loops, in the test's own home, with saves that a test can hold up, and one
+// loop that is not saved yet.
 class Disk : public QObject {
     Q_OBJECT
     QML_ELEMENT
     QML_SINGLETON
 
 public:
-    using QObject::QObject;
-
     Q_INVOKABLE void clear() {
         QDir folder(LoopFileManager::savedLoopsDirectory().toLocalFile());
         QVERIFY(folder.removeRecursively() && folder.mkpath(folder.path()));
@@ -142,7 +150,8 @@ public:
             const QString file = fileOf(oneFile ? 0 : loops.size());
             const auto age = std::chrono::hours(24) * loops.size();
             if (!oneFile || loops.empty())
-                writeOneSecond(file);
+                test::writeFile(pathOf(file).toStdString(), 4000,
+                                {test::noise(4000, static_cast<unsigned>(loops.size()))});
             loops.emplace_back(name, file, secondsSince2001Now() - age, 5.0, 16'044);
         }
         QFile file(LoopFileManager::libraryMetadataURL().toLocalFile());
@@ -180,49 +189,6 @@ public:
                copy.size() > 16'000 && copy.readAll() == original.readAll();
     }
 
-private:
-    static inline const QString kName = QStringLiteral("take.wav");
-
-    static QString pathOf(const QString& file) {
-        return LoopFileManager::savedLoopsDirectory().toLocalFile() + u'/' + file;
-    }
-    static QString fileOf(std::size_t loop) { return QStringLiteral("loop%1.wav").arg(loop); }
-    static void writeOneSecond(const QString& file) {
-        test::writeFile(pathOf(file).toStdString(), 4000,
-                        {test::noise(4000, static_cast<unsigned>(qHash(file)))});
-    }
-    static QString location() { return pathOf(kName); }
-};
-
-// A machine with a microphone and a speaker, for which no time passes.
-class Machine : public QObject {
-    Q_OBJECT
-    QML_ELEMENT
-    QML_SINGLETON
-    Q_PROPERTY(tessivo::ViewModelFactory* viewModels READ viewModels CONSTANT)
-
-public:
-    using QObject::QObject;
-
-    ViewModelFactory* viewModels() { return &viewModels_; }
-
-private:
-    ViewModelFactory viewModels_{
-        [] { return std::make_unique<sound::OfflineDevice>(test::formats(2)); },
-        [] {
-            return std::make_unique<sound::OfflineDevice>(test::formats(0));
-        }};
-};
-
-// A save that a test can hold up.
-class Background : public QObject {
-    Q_OBJECT
-    QML_ELEMENT
-    QML_SINGLETON
-
-public:
-    using QObject::QObject;
-
     // From now on a save that is done cannot say so. Nothing else may be said meanwhile.
     Q_INVOKABLE void holdSaves() {
         held_ = std::promise<void>();
@@ -244,6 +210,14 @@ public:
     }
 
 private:
+    static inline const QString kName = QStringLiteral("take.wav");
+
+    static QString pathOf(const QString& file) {
+        return LoopFileManager::savedLoopsDirectory().toLocalFile() + u'/' + file;
+    }
+    static QString fileOf(std::size_t loop) { return QStringLiteral("loop%1.wav").arg(loop); }
+    static QString location() { return pathOf(kName); }
+
     std::optional<std::promise<void>> held_;
 };
 
@@ -254,8 +228,6 @@ class Controllers : public QObject {
     QML_SINGLETON
 
 public:
-    using QObject::QObject;
-
     // Before anybody asks for the manager.
     static void install() { MIDIManager::setSharedSystem(system()); }
 

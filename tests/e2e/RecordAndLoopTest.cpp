@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <utility>
+
 // The main road, as the performer walks it: keys in, sound and files out.
 namespace tessivo::test {
 
@@ -44,7 +46,8 @@ TEST(RecordAndLoopTest, KeysAloneYieldAnExactTakeAndALoopWithoutSeam) {
         std::chrono::duration_cast<std::chrono::microseconds>(length - (ends - begins)).count();
     RecordProperty("take_deviation_us", std::to_string(deviation));
 
-    // Each word is compared from the first sound on, so the loop must start at its beginning.
+    // At first the loop is in the middle of what began with the press, then at its beginning.
+    bool isPlayed = false;
     for (const auto& [stopKey, passes] : {std::pair{"space", 8.0}, std::pair{"period", 9.0}}) {
         EXPECT_TRUE(stage.hears(take, passes));
         const std::size_t linesBefore = app.lines().size();
@@ -55,8 +58,8 @@ TEST(RecordAndLoopTest, KeysAloneYieldAnExactTakeAndALoopWithoutSeam) {
         EXPECT_EQ(linesFrom(app, linesBefore), (Lines{"Playback stopped", "Playback stopped"}));
         const Channels sound = stage.sound();
         const Heard heard(sound, take);
-        EXPECT_EQ(heard.phase, 0U);
-        EXPECT_LE(heard.silentAgain - heard.first - heard.exact, kRate * 0.003);
+        EXPECT_EQ(heard.phase == 0, std::exchange(isPlayed, true));
+        EXPECT_LE(heard.silentAgain - heard.first - heard.exact, kRampFrames);
         EXPECT_LE(heard.silentAgain, framesAtStop + 3 * kQuantum);
         EXPECT_GT(sound[0].size(), heard.silentAgain + 2 * kQuantum);
 
@@ -110,28 +113,6 @@ TEST(RecordAndLoopTest, HeldKeyTriggersOnceAndSpaceEndsATakeWithoutPlayingIt) {
     app.release("space");
     EXPECT_EQ(app.count("Playback started with looping"), 1U);
     EXPECT_EQ(app.count("Playback stopped"), 0U);
-}
-
-// What a screen reader is told, and what it presses.
-TEST(RecordAndLoopTest, ScreenReaderFindsTheControlsAndRecords) {
-    Stage stage;
-    stage.start(kReadable);
-    EXPECT_EQ(
-        runProgram({"/usr/bin/python3", "-c", R"(
-import pyatspi, time
-def named(name):
-    return [a for a in pyatspi.Registry.getDesktop(0) if a and a.name == name]
-while not named('Tessivo'):
-    time.sleep(0.05)
-roles = ('push button', 'check box')
-controls = pyatspi.findAllDescendants(named('Tessivo')[0], lambda c: c.getRoleName() in roles)
-print(*(f'{c.getRoleName()} {c.name}' for c in controls), sep=', ')
-controls[3].queryAction().doAction(0)
-)"}),
-        "push button Save, push button Library, push button MIDI Settings, push button Record, "
-        "push button Play, push button Stop, push button Clear, check box Input Monitor\n");
-    stage.app->await("isRecording = true");
-    EXPECT_EQ(stage.takes(), 1U);
 }
 
 } // namespace

@@ -95,8 +95,14 @@ Heard::Heard(const Channels& sound, const Channels& loop) {
         silentAgain = first;
         return;
     }
-    phase = static_cast<std::size_t>(std::find(loop[0].begin(), loop[0].end(), sound[0][first]) -
-                                     loop[0].begin());
+    const auto find = [&] {
+        return static_cast<std::size_t>(std::find(loop[0].begin(), loop[0].end(), sound[0][first]) -
+                                        loop[0].begin());
+    };
+    const std::size_t ramp = first + kRampFrames;
+    for (phase = find(); phase == length && first < std::min(ramp, frames - 1); phase = find()) {
+        ++first;
+    }
     const auto equals = [&](std::size_t frame) {
         const std::size_t at = (phase + frame - first) % length;
         return sound[0][frame] == loop[0][at] && sound[1][frame] == loop[1][at];

@@ -16,6 +16,7 @@ namespace tessivo::test {
 constexpr double kRate = 48000.0;
 // A cycle long enough that a busy machine does not miss it.
 constexpr std::size_t kQuantum = 1024;
+constexpr std::size_t kRampFrames = 144; // 3 ms
 
 // Frames from the start of which every channel has the consecutive marks of its own.
 std::size_t markedFrames(const Channels& samples);
@@ -36,7 +37,7 @@ inline const std::vector<std::string> kReadable{"env", "QT_LINUX_ACCESSIBILITY_A
 struct Heard {
     Heard(const Channels& sound, const Channels& loop);
 
-    std::size_t first = 0;       // the first frame with sound on both sides
+    std::size_t first = 0;       // the first frame with sound on both sides, or behind a ramp
     std::size_t phase = 0;       // where in the loop that is
     std::size_t exact = 0;       // from there on, frames equal to the loop bit for bit
     std::size_t silentAgain = 0; // after it, all is silence

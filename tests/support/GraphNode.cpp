@@ -51,11 +51,11 @@ GraphNode::~GraphNode() {
 }
 
 void* GraphNode::addPort(bool isOutput, std::size_t size, Properties properties,
-                         const Properties& replacements, const spa_pod* buffers) {
+                         const Properties& replacements, const spa_pod* param) {
     return pw_filter_add_port(filter_, isOutput ? PW_DIRECTION_OUTPUT : PW_DIRECTION_INPUT,
                               PW_FILTER_PORT_FLAG_MAP_BUFFERS, size,
-                              propertiesOf(std::move(properties), replacements), &buffers,
-                              buffers != nullptr ? 1 : 0);
+                              propertiesOf(std::move(properties), replacements), &param,
+                              param != nullptr ? 1 : 0);
 }
 
 void GraphNode::start() {

@@ -31,7 +31,7 @@ protected:
 
     // Before start(). Returns the port's user data: size bytes, zeroed.
     void* addPort(bool isOutput, std::size_t size, Properties properties,
-                  const Properties& replacements = {}, const spa_pod* buffers = nullptr);
+                  const Properties& replacements = {}, const spa_pod* param = nullptr);
     // A class that overrides process() calls start() at the end of its constructor and stop() at
     // the start of its destructor.
     void start();

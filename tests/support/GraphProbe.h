@@ -3,6 +3,7 @@
 #include "support/GraphNode.h"
 
 #include <atomic>
+#include <chrono>
 #include <cstddef>
 #include <cstdint>
 #include <string>
@@ -24,11 +25,20 @@ struct Mark {
 // which are recorded from the first cycle on, without loss. The test links it.
 class GraphProbe final : public GraphNode {
 public:
+    // Its ports state that latency: what they send is that old, what they take is heard so late.
     GraphProbe(const std::string& name, std::size_t outputs, std::size_t inputs,
-               std::size_t recordedFrames = std::size_t{60} * 48000);
+               std::size_t recordedFrames = std::size_t{60} * 48000,
+               std::chrono::nanoseconds latency = {});
     ~GraphProbe() override;
 
     std::int64_t frames() const { return frames_; } // recorded so far, and emitted
+    // The graph's time and position at which it emitted a frame.
+    struct Clock {
+        std::int64_t nanoseconds = 0;
+        std::int64_t position = 0;
+        std::uint32_t driver = 0; // whose position it is
+    };
+    Clock clockOf(std::int64_t frame) const;
     // What one input has heard.
     std::vector<float> recording(std::size_t input) const;
 
@@ -39,6 +49,13 @@ private:
     std::vector<Port*> outputs_;
     std::vector<Port*> inputs_;
     std::vector<std::vector<float>> recordings_;
+    struct Cycle {
+        std::int64_t first;
+        Clock clock;
+        double framePeriod; // ns
+    };
+    std::vector<Cycle> cycles_ = std::vector<Cycle>(1 << 16);
+    std::atomic<std::size_t> cycleCount_{0};
     std::atomic<std::int64_t> frames_{0};
 };
 

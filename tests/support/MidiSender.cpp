@@ -6,16 +6,16 @@
 #include <spa/param/param.h>
 #include <spa/pod/builder.h>
 
-#include <algorithm>
 #include <array>
 #include <stdexcept>
 #include <utility>
 
 namespace tessivo::test {
 
-MidiSender::MidiSender(Identity identity)
+MidiSender::MidiSender(Identity identity, More more)
     : GraphNode(identity.name, {{PW_KEY_MEDIA_TYPE, "Midi"}, {PW_KEY_MEDIA_CATEGORY, "Playback"}},
-                identity.nodeProperties) {
+                identity.nodeProperties)
+    , more_(std::move(more)) {
     std::array<std::uint8_t, 256> storage{};
     spa_pod_builder builder{};
     spa_pod_builder_init(&builder, storage.data(), storage.size());
@@ -41,7 +41,7 @@ std::size_t MidiSender::send(std::vector<Packet> packets) {
     if (size > kLargestCycle - 64) {
         throw std::invalid_argument("more than a controller sends at once");
     }
-    cycles_.push_back({std::move(packets), {}});
+    cycles_.push_back({std::move(packets), {}, {}});
     if (!queue_.tryPush(&cycles_.back())) {
         throw std::runtime_error("a controller that nobody listens to has too much to send");
     }
@@ -50,11 +50,6 @@ std::size_t MidiSender::send(std::vector<Packet> packets) {
 
 std::optional<MidiSender::Clock::time_point> MidiSender::sentAt(std::size_t number) const {
     return number <= sent_ ? std::optional(cycles_[number - 1].at) : std::nullopt;
-}
-
-void MidiSender::flood(unsigned perSecond, std::vector<std::uint8_t> notes) {
-    floods_.push_back({perSecond, std::move(notes)});
-    flood_ = &floods_.back();
 }
 
 void MidiSender::process(const spa_io_position& position) {
@@ -68,34 +63,18 @@ void MidiSender::process(const spa_io_position& position) {
     spa_pod_builder_init(&builder, data.data, data.maxsize);
     spa_pod_frame frame{};
     spa_pod_builder_push_sequence(&builder, &frame, 0);
-    const auto add = [&builder](std::uint64_t offset, const std::uint8_t* bytes, std::size_t size) {
-        spa_pod_builder_control(&builder, static_cast<std::uint32_t>(offset), SPA_CONTROL_Midi);
-        spa_pod_builder_bytes(&builder, bytes, static_cast<std::uint32_t>(size));
+    const auto add = [&builder](std::uint64_t at, std::span<const std::uint8_t> packet) {
+        spa_pod_builder_control(&builder, static_cast<std::uint32_t>(at), SPA_CONTROL_Midi);
+        spa_pod_builder_bytes(&builder, packet.data(), static_cast<std::uint32_t>(packet.size()));
     };
     Cycle* cycle = nullptr;
     if (queue_.tryPop(cycle)) {
         for (const Packet& packet : cycle->packets) {
-            add(0, packet.data(), packet.size());
+            add(0, packet);
         }
     }
-    const Flood* const flood = flood_;
-    if (flood != current_) {
-        current_ = flood;
-        floodFrames_ = 0;
-        floodNotes_ = 0;
-    }
-    if (flood != nullptr) {
-        const std::uint64_t rate = position.clock.rate.denom;
-        const std::uint64_t end = floodFrames_ + position.clock.duration;
-        std::uint64_t total = flooded_;
-        for (; floodNotes_ * rate < end * flood->perSecond; ++floodNotes_, ++total) {
-            const std::uint64_t due = floodNotes_ * rate / flood->perSecond;
-            const std::array<std::uint8_t, 3> note{0x90, flood->notes[total % flood->notes.size()],
-                                                   100};
-            add(std::max(due, floodFrames_) - floodFrames_, note.data(), note.size());
-        }
-        flooded_ = total;
-        floodFrames_ = end;
+    if (more_) {
+        more_(position, add);
     }
     spa_pod_builder_pop(&builder, &frame);
     data.chunk->offset = 0;
@@ -104,6 +83,7 @@ void MidiSender::process(const spa_io_position& position) {
     pw_filter_queue_buffer(port_, buffer);
     if (cycle != nullptr) {
         cycle->at = begun;
+        cycle->due = Clock::time_point(std::chrono::nanoseconds(position.clock.nsec));
         ++sent_;
     }
 }

@@ -8,7 +8,9 @@
 #include <cstddef>
 #include <cstdint>
 #include <deque>
+#include <functional>
 #include <optional>
+#include <span>
 #include <string>
 #include <vector>
 
@@ -30,7 +32,11 @@ public:
 
     static constexpr std::size_t kLargestCycle = 256U * 1024; // bytes, controls included
 
-    explicit MidiSender(Identity identity);
+    // Adds packets of its own to a cycle, each at its frame, on the audio thread.
+    using Add = std::function<void(std::uint64_t frame, std::span<const std::uint8_t> packet)>;
+    using More = std::function<void(const spa_io_position& position, const Add& add)>;
+
+    explicit MidiSender(Identity identity, More more = {});
     explicit MidiSender(const std::string& name = "keys")
         : MidiSender(Identity{name}) {}
     ~MidiSender() override;
@@ -44,36 +50,25 @@ public:
     // When the graph processed the cycle of that number; none before that.
     std::optional<Clock::time_point> sentAt(std::size_t number) const;
 
-    // Sends so many note-ons a second, spread evenly, and repeats the notes.
-    void flood(unsigned perSecond, std::vector<std::uint8_t> notes);
-    void endFlood() { flood_ = nullptr; }
-    // Notes of the floods so far, the next of which is notes[flooded() % notes.size()].
-    std::uint64_t flooded() const { return flooded_; }
+    // The time of that cycle on the graph's clock, once it was processed.
+    Clock::time_point dueAt(std::size_t number) const {
+        return sent_ >= number ? cycles_[number - 1].due : Clock::time_point{};
+    }
 
 private:
     struct Cycle {
         std::vector<Packet> packets;
-        Clock::time_point at; // written before sent_ counts it
-    };
-    struct Flood {
-        unsigned perSecond;
-        std::vector<std::uint8_t> notes;
+        Clock::time_point at; // both are written before sent_ counts it
+        Clock::time_point due;
     };
     void process(const spa_io_position& position) override;
 
+    const More more_;
     void* port_ = nullptr;
 
     std::deque<Cycle> cycles_; // all: the callback must not free one
     SpscQueue<Cycle*> queue_{4096};
     std::atomic<std::size_t> sent_{0};
-
-    std::deque<Flood> floods_;
-    std::atomic<const Flood*> flood_{nullptr};
-    std::atomic<std::uint64_t> flooded_{0};
-    // The callback's own: the current flood, and its frames and notes so far.
-    const Flood* current_ = nullptr;
-    std::uint64_t floodFrames_ = 0;
-    std::uint64_t floodNotes_ = 0;
 };
 
 } // namespace tessivo::test

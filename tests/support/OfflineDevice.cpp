@@ -4,6 +4,8 @@
 #include "Platform/Sound/Limits.h"
 
 #include <array>
+#include <chrono>
+#include <utility>
 
 namespace tessivo::sound {
 
@@ -35,6 +37,19 @@ void OfflineDevice::changeFormats(Formats formats) {
     }
 }
 
+void OfflineDevice::advance(std::uint32_t frames) {
+    if (time_ == Moment{}) {
+        return;
+    }
+    const std::chrono::duration<double> length(frames / formats_.renderRate);
+    time_ += std::chrono::round<Moment::duration>(length);
+}
+
+void OfflineDevice::lose(std::uint32_t frames) {
+    advance(frames);
+    missed_ += frames;
+}
+
 OfflineDevice::Channels OfflineDevice::turn(std::uint32_t frames, const Channels& input) {
     Channels output(kGraphChannels, std::vector<float>(frames));
     if (renderer_ == nullptr) {
@@ -47,7 +62,9 @@ OfflineDevice::Channels OfflineDevice::turn(std::uint32_t frames, const Channels
         }
     }
     std::array<float*, kGraphChannels> outputChannels{output[0].data(), output[1].data()};
-    renderer_->render({inputChannels, outputChannels, frames});
+    renderer_->render({inputChannels, outputChannels, frames, time_, std::exchange(missed_, 0U),
+                       std::exchange(missedOutput_, 0U)});
+    advance(frames);
     return output;
 }
 

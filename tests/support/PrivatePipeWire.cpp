@@ -96,8 +96,8 @@ void PrivatePipeWire::chooseSpeaker(const std::string& name) {
     choose("sink", name);
 }
 
-void PrivatePipeWire::forceRate(int rate) {
-    runProgram({"pw-metadata", "-n", "settings", "0", "clock.force-rate", std::to_string(rate)},
+void PrivatePipeWire::set(const std::string& setting, int value) {
+    runProgram({"pw-metadata", "-n", "settings", "0", "clock." + setting, std::to_string(value)},
                std::chrono::seconds(2));
 }
 

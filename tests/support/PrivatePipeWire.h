@@ -45,8 +45,9 @@ public:
     // Makes a device the default one, as the user would in the desktop's settings.
     void chooseMicrophone(const std::string& name);
     void chooseSpeaker(const std::string& name);
-    // Makes the graph run at that rate from now on.
-    void forceRate(int rate);
+    // A setting of the running graph, as "force-rate" or "min-quantum".
+    void set(const std::string& setting, int value);
+    void forceRate(int rate) { set("force-rate", rate); }
 
     // Links two ports named "node:port" as soon as both are there.
     void link(const std::string& output, const std::string& input);

@@ -28,7 +28,8 @@ void runFor(milliseconds time) {
 }
 
 void runPosted() {
-    for (int turn = 0; turn < 4; ++turn) {
+    // Each note that is a command posts the next one.
+    for (int turn = 0; turn < 24; ++turn) {
         QCoreApplication::sendPostedEvents();
     }
 }

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <chrono>
 #include <system_error>
 #include <utility>
 
@@ -40,20 +39,19 @@ public:
         system_.open_ = false;
         system_.thread_.setPacketHandler({});
     }
-    void connect(SourceRef source) override {
-        failWith(std::exchange(system_.failConnect, 0));
+    void connect(SourceRef source, OutcomeHandler outcome) override {
         const bool isThere =
             std::any_of(system_.sources_.begin(), system_.sources_.end(),
                         [source](const Source& s) { return s.reference == source; });
         failWith(isThere ? 0 : ENOENT);
-        system_.connected_ = source;
-        ++system_.connections_;
-        system_.thread_.setListening(true);
+        const int error = std::exchange(system_.failConnect, 0);
+        if (error == 0) {
+            system_.connected_ = source;
+            ++system_.connections_;
+        }
+        outcome(error);
     }
-    void disconnect() override {
-        system_.connected_ = 0;
-        system_.thread_.setListening(false);
-    }
+    void disconnect() override { system_.connected_ = 0; }
 
 private:
     VirtualMidi& system_;
@@ -73,17 +71,17 @@ void VirtualMidi::removeSource(SourceRef source) {
     thread_.notify(SetupChange::objectRemoved);
 }
 
-bool VirtualMidi::send(SourceRef source, std::span<const std::vector<std::uint8_t>> packets) {
+bool VirtualMidi::send(SourceRef source, std::span<const std::vector<std::uint8_t>> packets,
+                       Moment due) {
     if (connected_ != source) {
         return false;
     }
-    const auto now = std::chrono::steady_clock::now().time_since_epoch();
-    const auto time = static_cast<std::uint64_t>(
-        std::chrono::duration_cast<std::chrono::nanoseconds>(now).count());
+    const auto time = static_cast<std::uint64_t>(due.time_since_epoch().count());
     bool all = true;
     for (const std::vector<std::uint8_t>& packet : packets) {
         all = thread_.queue().push(time, packet) && all;
     }
+    thread_.wake();
     return all;
 }
 

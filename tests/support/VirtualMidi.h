@@ -2,9 +2,11 @@
 
 #include "Platform/Midi/MidiSystem.h"
 #include "Platform/Midi/MidiThread.h"
+#include "Platform/Realtime/Moment.h"
 
 #include <atomic>
 #include <cstdint>
+#include <functional>
 #include <optional>
 #include <span>
 #include <string>
@@ -21,9 +23,10 @@ public:
     void removeSource(SourceRef source);
     void notify(SetupChange change) { thread_.notify(change); }
 
-    // As when the audio callback has received them. False when something was lost, or when that
-    // source is not connected.
-    bool send(SourceRef source, std::span<const std::vector<std::uint8_t>> packets);
+    // As when the audio callback has received them, due at that time. False when something was
+    // lost, or when that source is not connected.
+    bool send(SourceRef source, std::span<const std::vector<std::uint8_t>> packets,
+              Moment due = momentNow());
     bool send(SourceRef source, std::vector<std::uint8_t> packet);
 
     // The errno value with which the next call of that operation fails; 0 for none.
@@ -36,6 +39,7 @@ public:
     bool isOpen() const { return open_; }
     unsigned connections() const { return connections_; } // calls that connected a source
 
+    void whenReady(std::function<void()> handler) override { handler(); }
     std::unique_ptr<SourceObserver> observeSources(SetupHandler handler) override;
     std::unique_ptr<MidiInput> openInput(const std::string& clientName, const std::string& portName,
                                          PacketHandler handler) override;

@@ -40,6 +40,10 @@ using PacketList = std::span<const Packet>; // in the order of arrival
 using SetupHandler = std::function<void(SetupChange)>;
 using PacketHandler = std::function<void(PacketList)>; // the packets are valid during the call
 
+// What became of an operation: an errno value, 0 for success. Called once, on any thread, and must
+// return soon.
+using OutcomeHandler = std::function<void(int error)>;
+
 // An input port. Its destructor disconnects and closes it; when that returns, the handler is not
 // running and is not called again. Not to be destroyed in a handler.
 class MidiInput {
@@ -47,9 +51,10 @@ public:
     virtual ~MidiInput() = default;
 
     // Connects one source in place of the previous one. When the source does not exist (ENOENT), or
-    // the server was already away when this was called (EHOSTDOWN), the previous source stays
-    // connected; after any other failure none is connected.
-    virtual void connect(SourceRef source) = 0;
+    // the server is away (EHOSTDOWN), that is thrown, and the previous source stays connected.
+    // Otherwise the handler gets the outcome, as late as the server answers; after a failure none
+    // is connected. A later connect() or disconnect() takes its place: then it gets nothing.
+    virtual void connect(SourceRef source, OutcomeHandler outcome) = 0;
     virtual void disconnect() = 0; // does nothing when nothing is connected
 };
 
@@ -63,8 +68,8 @@ public:
 // The machine's MIDI sources, and an input that listens to one of them.
 //
 // The operations of a system and of its objects are called on one thread, the main thread, and
-// wait for the server at most half a second. Those that fail throw std::system_error. The objects
-// must not outlive the system.
+// never wait for the server. Those that fail throw std::system_error. The objects must not outlive
+// the system.
 //
 // A server that goes away takes no source with it: while it is away only the connected one is
 // listed and no notice is sent, and when it is back, sources of the same names have their old
@@ -73,6 +78,10 @@ public:
 class MidiSystem {
 public:
     virtual ~MidiSystem() = default;
+
+    // Calls the handler, once, on any thread, when the server has listed its sources, however late
+    // that is, or when there is no server. Before that the others fail (EHOSTDOWN).
+    virtual void whenReady(std::function<void()> handler) = 0;
 
     // One observer and one input at a time (EBUSY).
     virtual std::unique_ptr<SourceObserver> observeSources(SetupHandler handler) = 0;

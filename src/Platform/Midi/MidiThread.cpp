@@ -1,26 +1,34 @@
 #include "Platform/Midi/MidiThread.h"
 
-#include <chrono>
-#include <utility>
+#include <sys/eventfd.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <system_error>
 
 namespace tessivo::midi {
 
 namespace {
 
-// Inaudible as a delay, and hardly any load.
-constexpr std::chrono::milliseconds kPollInterval{1};
-
-// Packets in one call of the handler. setPacketHandler() waits for one such call at most; notices
-// wait until the queue is empty.
+// Packets in one call of the handler. The next notice waits for no more than these.
 constexpr std::size_t kPacketsAtOnce = 256;
 
 // A packet's memory is freed when a long system exclusive message made it larger than this.
 constexpr std::size_t kKeptBytes = 256;
 
+int newEvent() {
+    const int event = eventfd(0, EFD_CLOEXEC);
+    if (event < 0) {
+        throw std::system_error(errno, std::system_category());
+    }
+    return event;
+}
+
 } // namespace
 
 MidiThread::MidiThread()
-    : bytes_(kPacketsAtOnce)
+    : event_(newEvent())
+    , bytes_(kPacketsAtOnce)
     , thread_([this] { run(); }) {
     packets_.reserve(kPacketsAtOnce);
 }
@@ -30,7 +38,7 @@ MidiThread::~MidiThread() {
         const std::scoped_lock lock(mutex_);
         quit_ = true;
     }
-    changed_.notify_all();
+    wake();
     thread_.join();
 }
 
@@ -44,12 +52,10 @@ void MidiThread::setPacketHandler(PacketHandler handler) {
     packetHandler_.swap(handler);
 }
 
-void MidiThread::setListening(bool listening) {
-    {
-        const std::scoped_lock lock(mutex_);
-        listening_ = listening;
-    }
-    changed_.notify_all();
+void MidiThread::wake() TESSIVO_REALTIME {
+    const std::uint64_t one = 1;
+    // It fails only when the thread has not looked for 2^64 wake-ups.
+    [[maybe_unused]] const auto written = write(event_.get(), &one, sizeof(one));
 }
 
 void MidiThread::notify(SetupChange change) {
@@ -57,22 +63,22 @@ void MidiThread::notify(SetupChange change) {
         const std::scoped_lock lock(mutex_);
         notices_.push_back(change);
     }
-    changed_.notify_all();
+    wake();
 }
 
 void MidiThread::run() {
-    std::unique_lock lock(mutex_);
-    const auto isNeeded = [this] {
-        return quit_ || !notices_.empty();
-    };
-    while (!quit_) {
-        if (listening_) {
-            changed_.wait_for(lock, kPollInterval, isNeeded);
-        } else {
-            changed_.wait(lock, [this, &isNeeded] { return isNeeded() || listening_; });
+    for (;;) {
+        std::uint64_t count = 0;
+        // Waits until something was written, and resets the count. A signal only lets it look.
+        [[maybe_unused]] const auto bytes = read(event_.get(), &count, sizeof(count));
+        std::deque<SetupChange> notices;
+        {
+            const std::scoped_lock lock(mutex_);
+            if (quit_) {
+                return;
+            }
+            notices.swap(notices_);
         }
-        const std::deque<SetupChange> notices = std::exchange(notices_, {});
-        lock.unlock();
         deliverPackets();
         for (const SetupChange notice : notices) {
             const std::scoped_lock handling(handlersMutex_);
@@ -80,7 +86,6 @@ void MidiThread::run() {
                 setupHandler_(notice);
             }
         }
-        lock.lock();
     }
 }
 

@@ -1,9 +1,10 @@
 #pragma once
 
+#include "Platform/Files/FileDescriptor.h"
 #include "Platform/Midi/MidiSystem.h"
 #include "Platform/Midi/PacketQueue.h"
+#include "Platform/Realtime/Realtime.h"
 
-#include <condition_variable>
 #include <deque>
 #include <mutex>
 #include <thread>
@@ -12,8 +13,8 @@
 namespace tessivo::midi {
 
 // The thread on which a MIDI system calls its handlers. Packets come from the audio callback
-// through the queue, notices from any other thread through a list. The callback makes no system
-// call and so does not wake the thread: while it listens it polls the queue.
+// through the queue, notices from any other thread through a list. The thread sleeps until it is
+// woken.
 class MidiThread {
 public:
     MidiThread();
@@ -25,8 +26,9 @@ public:
     void setSetupHandler(SetupHandler handler);
     void setPacketHandler(PacketHandler handler);
 
-    // Whether to poll for packets. Any thread.
-    void setListening(bool listening);
+    // To be called when packets were put into the queue. Any thread, also the audio callback: one
+    // write of eight bytes, which never waits.
+    void wake() TESSIVO_REALTIME;
 
     void notify(SetupChange change); // any thread but the audio callback
     PacketQueue& queue() { return queue_; }
@@ -37,11 +39,10 @@ private:
     void deliverPackets();
 
     PacketQueue queue_;
+    files::FileDescriptor event_; // readable when there may be something to do
 
-    std::mutex mutex_; // of what follows
-    std::condition_variable changed_;
+    std::mutex mutex_;                // of what follows
     std::deque<SetupChange> notices_; // few: one for each device that comes or goes
-    bool listening_ = false;
     bool quit_ = false;
 
     std::mutex handlersMutex_; // held while a handler runs

@@ -1,5 +1,6 @@
 #include "Platform/Midi/PipeWireInput.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <system_error>
 #include <utility>
@@ -13,6 +14,8 @@ using namespace std::chrono_literals;
 // Delay before a port or link that failed or was removed is created again: a session manager that
 // removes it for a reason must not be fought in a tight loop.
 constexpr auto kRetryTime = 1s;
+// A source that is suspended takes long to become active, or for ever: then its link counts.
+constexpr auto kActiveTime = 500ms;
 constexpr auto kNever = SourceList::Clock::time_point::max();
 
 [[noreturn]] void fail(int error) {
@@ -26,6 +29,7 @@ PipeWireInput::PipeWireInput(PipeWireMidiParts& parts, const std::string& client
     : parts_(parts)
     , clientName_(clientName)
     , portName_(portName)
+    , activeBy_(kNever)
     , retryAt_(kNever) {
     parts_.thread.setPacketHandler(std::move(handler));
     parts_.client.locked([this] { parts_.input = this; });
@@ -46,37 +50,25 @@ void PipeWireInput::open() {
             fail(EHOSTDOWN);
         }
         openPort();
-        awaitAnswer([this] { return !port_ || port_->isReady() || port_->failure() != 0; });
-        if (!port_) {
-            fail(EHOSTDOWN);
-        }
-        if (!port_->isReady()) {
-            fail(port_->failure() != 0 ? port_->failure() : ETIMEDOUT);
+        if (port_->failure() != 0) {
+            fail(port_->failure());
         }
     });
 }
 
-void PipeWireInput::connect(SourceRef source) {
-    parts_.client.locked([this, source] {
-        if (parts_.client.connection() == nullptr || !port_ || !port_->isReady()) {
+void PipeWireInput::connect(SourceRef source, OutcomeHandler outcome) {
+    parts_.client.locked([&] {
+        if (parts_.client.connection() == nullptr) {
             fail(EHOSTDOWN);
         }
-        const SourceList::Entry* const found = parts_.sources.findPresent(source);
-        if (found == nullptr) {
+        if (parts_.sources.findPresent(source) == nullptr) {
             fail(ENOENT);
         }
-        const SourceList::Place place = found->place;
         removeLink();
         connected_ = source;
         parts_.sources.setConnected(source);
-        link_ = port_->linkFrom(place);
-        awaitAnswer([this] { return !link_ || link_->isActive() || link_->failure() != 0; });
-        if (!link_ || !link_->isMade() || link_->failure() != 0) {
-            const int failure = link_ ? link_->failure() : EHOSTDOWN;
-            removeLink();
-            fail(failure != 0 ? failure : ETIMEDOUT);
-        }
-        parts_.thread.setListening(true);
+        outcome_ = std::move(outcome);
+        activeBy_ = kNever;
     });
 }
 
@@ -85,34 +77,39 @@ void PipeWireInput::disconnect() {
 }
 
 void PipeWireInput::removeLink() {
+    outcome_ = nullptr;
     link_.reset();
     connected_ = 0;
     parts_.sources.setConnected(0);
-    parts_.thread.setListening(false);
     parts_.client.wake(); // notices may have been held for the connected source
 }
 
 void PipeWireInput::disconnecting() {
+    finish(EHOSTDOWN);
     link_.reset();
     port_.reset();
 }
 
+// Does nothing when nobody waits for the outcome.
+void PipeWireInput::finish(int error) {
+    const OutcomeHandler outcome = std::exchange(outcome_, nullptr);
+    if (!outcome) {
+        return;
+    }
+    if (error != 0) {
+        removeLink();
+    }
+    outcome(error);
+}
+
 void PipeWireInput::openPort() {
     port_ = std::make_unique<PipeWireInputPort>(parts_.client.connection()->core(), clientName_,
-                                                portName_, parts_.thread.queue(),
+                                                portName_, parts_.thread,
                                                 [this] { parts_.client.wake(); });
 }
 
-template <typename Condition> void PipeWireInput::awaitAnswer(const Condition& condition) {
-    awaited_ = true;
-    parts_.client.await(kMidiAnswerTime, condition);
-    awaited_ = false;
-}
-
 void PipeWireInput::reconcile(SourceList::Clock::time_point now) {
-    if (awaited_) {
-        return;
-    }
+    tellOutcome(now);
     if (port_ && port_->failure() != 0) {
         link_.reset();
         port_.reset();
@@ -125,7 +122,7 @@ void PipeWireInput::reconcile(SourceList::Clock::time_point now) {
         link_.reset();
         retryAt_ = now + kRetryTime;
     }
-    if (willRetry() && now < retryAt_) {
+    if (retryAt_ != kNever && now < retryAt_) {
         return;
     }
     retryAt_ = kNever;
@@ -137,8 +134,24 @@ void PipeWireInput::reconcile(SourceList::Clock::time_point now) {
     }
 }
 
+// What is no success within the first attempt is a failure, and is not tried again.
+void PipeWireInput::tellOutcome(SourceList::Clock::time_point now) {
+    if (port_ && port_->failure() != 0) {
+        finish(port_->failure());
+    } else if (link_ && link_->failure() != 0) {
+        finish(link_->failure());
+    } else if (parts_.sources.findPresent(connected_) == nullptr) {
+        finish(ENOENT);
+    } else if (link_ && link_->isMade()) {
+        activeBy_ = std::min(activeBy_, now + kActiveTime);
+        if (link_->isActive() || now >= activeBy_) {
+            finish(0);
+        }
+    }
+}
+
 bool PipeWireInput::willRetry() const {
-    return retryAt_ != kNever;
+    return retryAt_ != kNever || (outcome_ && activeBy_ != kNever);
 }
 
 } // namespace tessivo::midi

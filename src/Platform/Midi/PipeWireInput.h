@@ -7,15 +7,12 @@
 #include "Platform/Midi/SourceList.h"
 #include "Platform/PipeWire/Client.h"
 
-#include <chrono>
 #include <memory>
 #include <string>
 
 namespace tessivo::midi {
 
 class PipeWireInput;
-
-inline constexpr std::chrono::milliseconds kMidiAnswerTime{500};
 
 // What a MIDI system and its input have in common.
 struct PipeWireMidiParts {
@@ -37,7 +34,7 @@ public:
 
     // To be called once. After a failure, which is thrown, the object must be destroyed.
     void open();
-    void connect(SourceRef source) override;
+    void connect(SourceRef source, OutcomeHandler outcome) override;
     void disconnect() override;
 
     // The others with the loop locked.
@@ -50,14 +47,16 @@ public:
 private:
     void openPort();
     void removeLink();
-    template <typename Condition> void awaitAnswer(const Condition& condition);
+    void tellOutcome(SourceList::Clock::time_point now);
+    void finish(int error);
 
     PipeWireMidiParts& parts_;
     std::string clientName_;
     std::string portName_;
 
     SourceRef connected_ = 0;
-    bool awaited_ = false; // the main thread awaits a port or a link, and handles its failure
+    OutcomeHandler outcome_; // of the last connect(), until it is told
+    SourceList::Clock::time_point activeBy_;
     SourceList::Clock::time_point retryAt_;
     std::unique_ptr<PipeWireInputPort> port_;
     std::unique_ptr<PipeWireLink> link_;

@@ -4,24 +4,16 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <cstdlib>
+#include <span>
 #include <utility>
 
 namespace tessivo::midi {
 
-namespace {
-
-// Requests short cycles: when no sound stream runs, the cycles could be long, and notes would
-// arrive late.
-constexpr const char* kRequestedLatency = "64/48000";
-
-} // namespace
-
 PipeWireInputPort::PipeWireInputPort(pw_core* core, const std::string& nodeName,
-                                     const std::string& portName, PacketQueue& queue,
+                                     const std::string& portName, MidiThread& thread,
                                      std::function<void()> changed)
     : core_(core)
-    , queue_(queue)
+    , thread_(thread)
     , changed_(std::move(changed))
     , filter_(nullptr, pw_filter_destroy) {
     static const auto events =
@@ -33,9 +25,6 @@ PipeWireInputPort::PipeWireInputPort(pw_core* core, const std::string& nodeName,
         PW_KEY_NODE_NAME, nodeName.c_str(), PW_KEY_NODE_DESCRIPTION, nodeName.c_str(),
         PW_KEY_MEDIA_TYPE, "Midi", PW_KEY_MEDIA_CATEGORY, "Filter", PW_KEY_MEDIA_ROLE, "DSP",
         PW_KEY_NODE_WANT_DRIVER, "true", nullptr);
-    if (std::getenv("PIPEWIRE_LATENCY") == nullptr) {
-        pw_properties_set(properties, PW_KEY_NODE_LATENCY, kRequestedLatency);
-    }
     errno = 0;
     filter_.reset(pw_filter_new(core, nodeName.c_str(), properties));
     if (filter_ == nullptr) {
@@ -90,9 +79,11 @@ void PipeWireInputPort::onProcess(void* data, spa_io_position* position) TESSIVO
             cycle.start = position->clock.nsec;
             cycle.frame = 1e9 * position->clock.rate.num / position->clock.rate.denom;
         }
-        copyPackets({static_cast<const std::uint8_t*>(memory.data) + offset,
-                     std::min(memory.chunk->size, memory.maxsize - offset)},
-                    cycle, self.queue_);
+        const std::span bytes(static_cast<const std::uint8_t*>(memory.data) + offset,
+                              std::min(memory.chunk->size, memory.maxsize - offset));
+        if (copyPackets(bytes, cycle, self.thread_.queue())) {
+            self.thread_.wake();
+        }
     }
     pw_filter_queue_buffer(self.port_, buffer);
 }

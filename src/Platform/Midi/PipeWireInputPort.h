@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Platform/Midi/PacketQueue.h"
+#include "Platform/Midi/MidiThread.h"
 #include "Platform/Midi/PipeWireLink.h"
 
 #include <pipewire/filter.h>
@@ -13,14 +13,14 @@
 namespace tessivo::midi {
 
 // Our node in the server's graph with its one MIDI input port. The audio callback puts what
-// arrives there into the queue. Belongs to one connection; created, used and destroyed with the
-// loop locked.
+// arrives there into the thread's queue, and wakes it then. It asks for no length of the cycles.
+// Belongs to one connection; created, used and destroyed with the loop locked.
 class PipeWireInputPort {
 public:
     // changed is called on the loop's thread when isReady(), failure() or an answer of a link
     // has changed.
     PipeWireInputPort(pw_core* core, const std::string& nodeName, const std::string& portName,
-                      PacketQueue& queue, std::function<void()> changed);
+                      MidiThread& thread, std::function<void()> changed);
     ~PipeWireInputPort();
     PipeWireInputPort(const PipeWireInputPort&) = delete;
     PipeWireInputPort& operator=(const PipeWireInputPort&) = delete;
@@ -36,7 +36,7 @@ private:
     static void onProcess(void* data, spa_io_position* position) TESSIVO_REALTIME;
 
     pw_core* core_;
-    PacketQueue& queue_;
+    MidiThread& thread_;
     std::function<void()> changed_;
     std::uint32_t node_ = SPA_ID_INVALID;
     int failure_ = 0;

@@ -37,13 +37,30 @@ PipeWireMidi::~PipeWireMidi() {
     parts_.client.stop();
 }
 
+void PipeWireMidi::whenReady(std::function<void()> handler) {
+    const bool isDecided = parts_.client.locked([&] {
+        try {
+            if (!parts_.client.reach({})) {
+                ready_ = handler;
+                return false;
+            }
+        } catch (const std::system_error&) {
+            // There is no server: the other operations say so.
+        }
+        return true;
+    });
+    if (isDecided) {
+        handler();
+    }
+}
+
 std::unique_ptr<SourceObserver> PipeWireMidi::observeSources(SetupHandler handler) {
     if (isObserved_) {
         throw std::system_error(EBUSY, std::system_category());
     }
     auto observer = std::make_unique<Observer>(*this, std::move(handler));
     parts_.client.locked([this] {
-        reachServer();
+        requireServer();
         parts_.sources.takeNotices(SourceList::Clock::now()); // older than the observer
         isObserved_ = true;
     });
@@ -56,7 +73,7 @@ std::unique_ptr<MidiInput> PipeWireMidi::openInput(const std::string& clientName
     if (parts_.input != nullptr) {
         throw std::system_error(EBUSY, std::system_category());
     }
-    parts_.client.locked([this] { reachServer(); });
+    parts_.client.locked([this] { requireServer(); });
     auto input = std::make_unique<PipeWireInput>(parts_, clientName, portName, std::move(handler));
     input->open();
     return input;
@@ -64,11 +81,6 @@ std::unique_ptr<MidiInput> PipeWireMidi::openInput(const std::string& clientName
 
 std::vector<Source> PipeWireMidi::sources() {
     return parts_.client.locked([this] {
-        try {
-            reachServer();
-        } catch (const std::system_error&) {
-            // During an outage the connected source is still listed.
-        }
         std::vector<Source> all;
         for (const SourceList::Entry* const entry : parts_.sources.listed()) {
             all.push_back({entry->reference,
@@ -78,24 +90,15 @@ std::vector<Source> PipeWireMidi::sources() {
     });
 }
 
-// Makes the first connection. One that was lost comes back by itself: nobody waits for that.
 // Loop locked.
-void PipeWireMidi::reachServer() {
+void PipeWireMidi::requireServer() {
     pipewire::Client& client = parts_.client;
-    if (client.hasBeenAnswered()) {
-        if (client.connection() == nullptr) {
-            throw std::system_error(EHOSTDOWN, std::system_category());
-        }
-        return;
+    if (!client.hasBeenAnswered() || client.connection() == nullptr) {
+        throw std::system_error(EHOSTDOWN, std::system_category());
     }
-    try {
-        client.connect(kMidiAnswerTime);
-    } catch (const std::system_error&) {
-        client.disconnect();
-        parts_.sources = {}; // a server that stopped answering may have listed some
-        throw;
+    if (!parts_.sources.hasServer() && client.answeredConnection() != nullptr) {
+        parts_.sources.serverBack(SourceList::Clock::now());
     }
-    parts_.sources.serverBack(SourceList::Clock::now());
 }
 
 void PipeWireMidi::connected(pipewire::Connection& connection) {
@@ -124,6 +127,9 @@ bool PipeWireMidi::reconcile() {
         if (isObserved_) {
             parts_.thread.notify(change);
         }
+    }
+    if (ready_ && parts_.client.hasBeenAnswered()) {
+        std::exchange(ready_, nullptr)();
     }
     return parts_.sources.somethingIsMissing() ||
            (parts_.input != nullptr && parts_.input->willRetry());

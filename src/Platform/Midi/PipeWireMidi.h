@@ -11,8 +11,8 @@
 namespace tessivo::midi {
 
 // The MIDI sources of a PipeWire server: the MIDI output ports of controllers and of other
-// programs, except the kernel's loop-back port. Connects to the server when something is first
-// asked of it; without a server there are no sources, and neither an observer nor an input.
+// programs, except the kernel's loop-back port. Connects to the server in whenReady(); without one
+// there are no sources, and neither an observer nor an input.
 class PipeWireMidi final : public MidiSystem, private pipewire::Client::User {
 public:
     explicit PipeWireMidi(const std::string& applicationName);
@@ -20,6 +20,7 @@ public:
     PipeWireMidi(const PipeWireMidi&) = delete;
     PipeWireMidi& operator=(const PipeWireMidi&) = delete;
 
+    void whenReady(std::function<void()> handler) override;
     std::unique_ptr<SourceObserver> observeSources(SetupHandler handler) override;
     std::unique_ptr<MidiInput> openInput(const std::string& clientName, const std::string& portName,
                                          PacketHandler handler) override;
@@ -33,9 +34,10 @@ private:
     void disconnecting() override;
     bool reconcile() override;
 
-    void reachServer();
+    void requireServer();
 
     PipeWireMidiParts parts_;
+    std::function<void()> ready_;      // loop locked; none once it has been called
     bool isObserved_ = false;          // written with the loop locked
     std::optional<SourcePorts> ports_; // of the connection; loop locked
 };

@@ -15,8 +15,9 @@ struct CycleTime {
 };
 
 // Copies the MIDI messages of one cycle from a port's buffer into the queue. The buffer is shared
-// with other programs: whatever it contains, nothing outside it is read.
-void copyPackets(std::span<const std::uint8_t> buffer, const CycleTime& cycle,
+// with other programs: whatever it contains, nothing outside it is read. Returns whether there was
+// any; one that did not fit into the queue counts.
+bool copyPackets(std::span<const std::uint8_t> buffer, const CycleTime& cycle,
                  PacketQueue& queue) TESSIVO_REALTIME;
 
 } // namespace tessivo::midi

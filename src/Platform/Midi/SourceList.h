@@ -33,8 +33,8 @@ public:
         std::string name; // empty when it has none for its user
         Place place;
         bool present = true;
-        bool removalTold = false;       // the removal notice was sent; only the connected one stays
-        Clock::time_point missingUntil; // if it is still missing then, its removal is reported
+        bool removalTold = false;       // its removal; only the connected one is kept then
+        Clock::time_point missingUntil; // when its removal is told, unless it is back
     };
 
     // A port takes the place of a missing source of its name; several may have the same name.

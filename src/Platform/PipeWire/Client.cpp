@@ -29,16 +29,15 @@ void Client::stop() {
     loop_.stop();
 }
 
-void Client::connect(std::chrono::nanoseconds limit) {
+bool Client::reach(std::chrono::nanoseconds limit) {
     if (connection() == nullptr) {
         disconnect();
         open();
+        persists_ = true;
     }
     await(limit, [this] { return connection() == nullptr || connection()->hasAnswered(); });
-    if (answeredConnection() == nullptr) {
-        throw std::system_error(ETIMEDOUT, std::system_category());
-    }
-    hasBeenAnswered_ = true;
+    hasBeenAnswered_ = hasBeenAnswered_ || answeredConnection() != nullptr;
+    return answeredConnection() != nullptr;
 }
 
 void Client::disconnect() {
@@ -67,7 +66,8 @@ void Client::open() {
 
 void Client::reconcile() {
     hasBeenAnswered_ = hasBeenAnswered_ || answeredConnection() != nullptr;
-    if (hasBeenAnswered_ && connection() == nullptr) {
+    const bool returns = hasBeenAnswered_ || persists_;
+    if (returns && connection() == nullptr) {
         disconnect();
         try {
             open();
@@ -76,7 +76,7 @@ void Client::reconcile() {
         }
     }
     const bool userWaits = user_.reconcile();
-    const bool serverIsAway = hasBeenAnswered_ && !connection_;
+    const bool serverIsAway = returns && !connection_;
     loop_.setPollInterval(userWaits || serverIsAway ? kPollInterval : 0ms);
 }
 

@@ -13,17 +13,15 @@ namespace tessivo::pipewire {
 // lost is made anew as soon as a server is there again.
 class Client {
 public:
-    // What the owner of a client implements. Called with the loop locked; reconcile() on the loop's
-    // thread.
+    // The client's user. Called with the loop locked; reconcile() on the loop's thread.
     class User {
     public:
         // Every connection begins and ends with one of these. What belongs to the connection is
         // created in the one and destroyed in the other.
         virtual void connected(Connection& connection) = 0;
         virtual void disconnecting() = 0;
-        // Opens, closes and reports whatever the latest events call for; see Loop::wake().
-        // Returns whether it waits for something that no event announces: then it is called
-        // again soon.
+        // Does what follows from what has changed; see Loop. Returns whether something is
+        // awaited that is not announced by an event: then it is called again soon.
         virtual bool reconcile() = 0;
 
     protected:
@@ -57,11 +55,12 @@ public:
 
     // All of the following with the loop locked.
 
-    // Connects unless there is a connection, and awaits the server's first answers. Throws
-    // std::system_error when there is no server (with the error of the connection attempt), when it
-    // does not answer within the limit (ETIMEDOUT), or when the client library cannot be used
-    // (ENOSYS).
-    void connect(std::chrono::nanoseconds limit);
+    // Connects unless there is a connection, awaits the server's first answers for that time, and
+    // returns whether they have come; if not, reconcile() tells when they do. Throws
+    // std::system_error when there is no server (with the error of the connection attempt) or the
+    // client library cannot be used (ENOSYS). A connection that breaks before it was answered is
+    // made anew from then on.
+    bool reach(std::chrono::nanoseconds limit);
     void disconnect();
 
     // The connection; null when there is none that works.
@@ -79,6 +78,7 @@ private:
     Settings settings_;
     User& user_;
     bool hasBeenAnswered_ = false;
+    bool persists_ = false; // reconnects also when no server has answered yet
     Loop loop_;
     std::optional<Connection> connection_;
 };

@@ -29,9 +29,8 @@ public:
         return std::forward<Work>(work)();
     }
 
-    // Requests a call of reconcile() on the loop's thread (several requests may lead to one call),
-    // and makes await() test its condition again. An event function must not destroy the object
-    // that called it; reconcile() may.
+    // Has reconcile called soon, once for several calls, and await() look at its condition.
+    // Objects must not be destroyed in their own event functions; reconcile may do that.
     void wake();
 
     // Loop locked. How often reconcile is called anyway; 0 is never.
@@ -52,7 +51,7 @@ public:
     }
 
     // Not locked. When it returns, reconcile and event functions are not running and are not
-    // called again. May be repeated.
+    // called again. Harmless when repeated.
     void stop();
 
 private:

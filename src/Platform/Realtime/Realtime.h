@@ -1,8 +1,8 @@
 #pragma once
 
 // Marks the functions that run on the audio callback: they allocate nothing, lock nothing, log
-// nothing, throw nothing, and make no system call but one: the capture stream wakes the playback
-// stream (PipeWireCycles).
+// nothing, throw nothing, and make no system call but two writes that never wait: the capture
+// stream wakes the playback stream (PipeWireCycles), and MIDI packets wake their thread.
 //
 // g++ takes the mark as noexcept alone. clang 19 warns, with -Wfunction-effects, where
 // declarations of a marked function differ. clang 22 checks, with the same warning, also every

@@ -2,9 +2,8 @@
 
 #include "Platform/Sound/AudioError.h"
 #include "Platform/Sound/Decode/ReaderThread.h"
-#include "Platform/Sound/Limits.h"
 
-#include <algorithm>
+#include <cmath>
 #include <utility>
 
 namespace tessivo::sound {
@@ -16,7 +15,11 @@ AudioEngine::AudioEngine(std::unique_ptr<AudioDevice> device, MainExecutor mainE
     , diagnostics_(std::move(diagnostics))
     , alive_(std::make_shared<AudioEngine*>(this))
     , formats_(device_->formats())
-    , renderRate_(formats_.renderRate) {
+    , renderRate_(formats_.renderRate)
+    , capture_(timeline_, diagnostics_, [this] {
+        updatePlan();
+        plans_.waitForCallback();
+    }) {
     for (AudioNode* node :
          {static_cast<AudioNode*>(&input_), static_cast<AudioNode*>(mainMixer_.get()),
           static_cast<AudioNode*>(&output_)}) {
@@ -24,6 +27,7 @@ AudioEngine::AudioEngine(std::unique_ptr<AudioDevice> device, MainExecutor mainE
     }
     connections_[mainMixer_.get()] = &output_;
     AudioEngine::updatePlan();
+    capture_.setFormats(formats_.input, renderRate_);
     device_->setChangeHandler([executor = mainExecutor_, weak = std::weak_ptr(alive_)] {
         executor([weak] {
             if (const auto engine = weak.lock()) {
@@ -35,12 +39,12 @@ AudioEngine::AudioEngine(std::unique_ptr<AudioDevice> device, MainExecutor mainE
 
 AudioEngine::~AudioEngine() {
     device_->setChangeHandler({});
-    AudioEngine::removeTap();
+    capture_.removeTap({});
+    capture_.release();
+    capture_.setMeter(0, {});
     stop();
-    // The threads end first, because they use the other members. The reader thread sends the
-    // notices that are still due before it ends.
+    // The thread ends before what it uses, and the last notices come.
     readerThread_.reset();
-    tapThread_.reset();
     for (const auto& node : attached_) {
         node->host_ = nullptr;
     }
@@ -69,7 +73,7 @@ void AudioEngine::connect(AudioNode& from, AudioNode& to) {
     }
     connections_[&from] = &to;
     updatePlan();
-    captureIfUsed();
+    inputUseChanged();
 }
 
 bool AudioEngine::isConnected(const AudioNode& node) const {
@@ -81,6 +85,8 @@ void AudioEngine::start() {
         return;
     }
     capturing_ = usesInput();
+    timeline_.forgetClock();
+    lastCommand_.reset();
     device_->start(*this, {capturing_});
     running_ = true;
     // A server that came only now may run at another rate than was expected before.
@@ -92,20 +98,20 @@ void AudioEngine::followRate(double renderRate) {
     if (renderRate == renderRate_) {
         return;
     }
-    stopTap();
     renderRate_ = renderRate;
-    startTap();
     updatePlan();
+    capture_.setFormats(formats_.input, renderRate_);
 }
 
 bool AudioEngine::usesInput() const {
-    return isConnected(input_) || tap_.has_value();
+    return isConnected(input_) || capture_.isUsed();
 }
 
 // An engine that started while nobody used the input opened no capture stream.
-void AudioEngine::captureIfUsed() {
+void AudioEngine::inputUseChanged() {
     if (running_ && !capturing_ && usesInput()) {
         device_->stop();
+        timeline_.forgetClock();
         device_->start(*this, {true});
         capturing_ = true;
     }
@@ -126,7 +132,7 @@ void AudioEngine::setConfigurationChangeHandler(std::function<void()> handler) {
 
 AudioEngine::Statistics AudioEngine::statistics() const {
     return {readerThread_ ? readerThread_->underruns()->load(std::memory_order_relaxed) : 0,
-            earlierOverruns_ + (tap_ && tap_->queue ? tap_->queue->overrunFrames() : 0)};
+            capture_.overrunFrames(), timeline_.losses()};
 }
 
 ReaderThread& AudioEngine::readerThread() {
@@ -136,45 +142,23 @@ ReaderThread& AudioEngine::readerThread() {
     return *readerThread_;
 }
 
-void AudioEngine::installTap(std::uint32_t bufferSize, const AudioFormat& format,
-                             TapHandler block) {
-    removeTap();
-    tap_ = InstalledTap{bufferSize, format, std::move(block), nullptr};
-    startTap();
-    updatePlan();
-    captureIfUsed();
-}
-
-void AudioEngine::removeTap() {
-    stopTap();
-    tap_.reset();
-}
-
-void AudioEngine::startTap() {
-    // Without an input channel, or without a known rate, there is nothing to tap yet.
-    if (!tap_ || !AudioFormat::standard(tap_->format.sampleRate(), tap_->format.channelCount())) {
-        return;
+// A moment that is asked for again keeps its frames, however the clock has been corrected since:
+// what is heard of a take and what is in its file are of the same length.
+CommandFrames AudioEngine::framesOf(Moment moment) {
+    if (!lastCommand_ || lastCommand_->moment != moment) {
+        const auto latency = [this](double seconds) {
+            return std::llround(seconds * renderRate_);
+        };
+        CommandFrames frames;
+        if (const auto position = timeline_.positionAt(moment, renderRate_)) {
+            frames = {*position + latency(device_->inputLatency()),
+                      *position - latency(device_->outputLatency())};
+        } else {
+            frames = {timeline_.next(), timeline_.next()};
+        }
+        lastCommand_ = {moment, frames};
     }
-    const auto channels = std::min(tap_->format.channelCount(), kGraphChannels);
-    const AudioFormat format(tap_->format.sampleRate(), channels);
-    if (!tapThread_) {
-        tapThread_ = std::make_unique<TapThread>(diagnostics_);
-    }
-    tap_->queue = std::make_shared<TapQueue>(channels, renderRate_);
-    tapThread_->install(tap_->queue, renderRate_, tap_->bufferSize, format, tap_->block);
-}
-
-// The handler has had all frames when the callback has left the plan that fills the queue and the
-// tap thread has emptied it.
-void AudioEngine::stopTap() {
-    if (!tap_ || !tap_->queue) {
-        return;
-    }
-    const auto queue = std::exchange(tap_->queue, nullptr);
-    updatePlan();
-    plans_.waitForCallback();
-    tapThread_->remove();
-    earlierOverruns_ += queue->overrunFrames();
+    return lastCommand_->frames;
 }
 
 void AudioEngine::devicesChanged() {
@@ -182,12 +166,7 @@ void AudioEngine::devicesChanged() {
     if (!running_) {
         followRate(formats_.renderRate);
     }
-    // A tap that was installed while there was no input begins with the first one.
-    if (tap_ && tap_->format.channelCount() == 0 && formats_.input.channelCount() > 0) {
-        tap_->format = input_.outputFormat();
-        startTap();
-        updatePlan();
-    }
+    capture_.setFormats(formats_.input, renderRate_);
     if (configurationChangeHandler_) {
         configurationChangeHandler_();
     }
@@ -195,11 +174,12 @@ void AudioEngine::devicesChanged() {
 
 void AudioEngine::updatePlan() {
     PlanBuilder builder(connections_, running_);
-    plans_.replace(builder.build(output_, tap_ ? tap_->queue : nullptr, renderRate_));
+    plans_.replace(builder.build(output_, capture_.targets(), renderRate_));
 }
 
 void AudioEngine::render(const RenderCycle& cycle) TESSIVO_REALTIME {
-    plans_.enter().render(cycle);
+    const std::int64_t position = timeline_.beginCycle(cycle);
+    plans_.enter().render(cycle, position);
     plans_.leave();
 }
 

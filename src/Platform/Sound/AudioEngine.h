@@ -8,7 +8,8 @@
 #include "Platform/Sound/OutputNode.h"
 #include "Platform/Sound/PlanBuilder.h"
 #include "Platform/Sound/Render/PlanExchange.h"
-#include "Platform/Sound/Tap/TapThread.h"
+#include "Platform/Sound/Render/Timeline.h"
+#include "Platform/Sound/Tap/InputCapture.h"
 
 #include <cstdint>
 #include <functional>
@@ -55,6 +56,9 @@ public:
     void stop();
     bool isRunning() const { return running_; }
 
+    // Asks the device for short cycles or leaves their length to the server.
+    void setShortCycles(bool wanted) { device_->setShortCycles(wanted); }
+
     // The notice that devices or their formats changed. Runs on the main thread, after the
     // nodes' formats have been renewed.
     void setConfigurationChangeHandler(std::function<void()> handler);
@@ -62,17 +66,11 @@ public:
     struct Statistics {
         std::int64_t underrunFrames = 0; // a player had too little decoded
         std::int64_t overrunFrames = 0;  // captured while the tap queue was full
+        Timeline::Losses missedFrames;   // of cycles that were lost or late
     };
     Statistics statistics() const;
 
 private:
-    struct InstalledTap {
-        std::uint32_t bufferSize = 0;
-        AudioFormat format;
-        TapHandler block;
-        std::shared_ptr<TapQueue> queue; // none while there is no input
-    };
-
     // For the nodes.
     void updatePlan() override;
     bool isConnected(const AudioNode& node) const override;
@@ -80,17 +78,16 @@ private:
     double renderRate() const override { return renderRate_; }
     double outputLatency() const override { return device_->outputLatency(); }
     ReaderThread& readerThread() override;
-    void installTap(std::uint32_t bufferSize, const AudioFormat& format, TapHandler block) override;
-    void removeTap() override;
+    CommandFrames framesOf(Moment moment) override;
+    const Timeline& timeline() const override { return timeline_; }
+    InputCapture& capture() override { return capture_; }
+    void inputUseChanged() override;
 
     // Audio callback.
     void render(const RenderCycle& cycle) TESSIVO_REALTIME override;
 
     void followRate(double renderRate); // Hz
     bool usesInput() const;
-    void captureIfUsed();
-    void startTap();
-    void stopTap();
     void devicesChanged();
 
     std::unique_ptr<AudioDevice> device_;
@@ -110,9 +107,14 @@ private:
     PlanBuilder::Connections connections_;
     PlanExchange plans_;
 
-    std::optional<InstalledTap> tap_;
-    std::int64_t earlierOverruns_ = 0; // frames, of taps that were removed
-    std::unique_ptr<TapThread> tapThread_;
+    Timeline timeline_;
+    InputCapture capture_;
+    // The command that is being carried out.
+    struct Command {
+        Moment moment;
+        CommandFrames frames;
+    };
+    std::optional<Command> lastCommand_;
     std::unique_ptr<ReaderThread> readerThread_;
 };
 

@@ -2,6 +2,7 @@
 
 #include "Platform/Sound/Limits.h"
 #include "Platform/Sound/NodeHost.h"
+#include "Platform/Sound/Tap/InputCapture.h"
 
 #include <algorithm>
 #include <utility>
@@ -30,12 +31,41 @@ AudioFormat InputNode::outputFormat() const {
                : format;
 }
 
-void InputNode::installTap(std::uint32_t bufferSize, const AudioFormat& format, TapHandler block) {
-    host()->installTap(bufferSize, format, std::move(block));
+void InputNode::installTap(std::uint32_t bufferSize, const AudioFormat& format, TapHandler block,
+                           std::optional<Moment> from) {
+    removeTap();
+    std::optional<std::int64_t> begin;
+    if (from) {
+        begin = host()->framesOf(*from).captured;
+    }
+    host()->capture().installTap(bufferSize, format, std::move(block), begin);
+    host()->inputUseChanged();
 }
 
-void InputNode::removeTap() {
-    host()->removeTap();
+std::optional<std::int64_t> InputNode::removeTap(std::optional<Moment> until) {
+    std::optional<std::int64_t> end;
+    if (until) {
+        end = host()->framesOf(*until).captured;
+    }
+    return host()->capture().removeTap(end);
+}
+
+void InputNode::hold(Moment since) {
+    host()->capture().hold(host()->framesOf(since).captured);
+    host()->inputUseChanged();
+}
+
+void InputNode::release() {
+    host()->capture().release();
+}
+
+void InputNode::setMeter(std::uint32_t bufferSize, MeterBlock block) {
+    host()->capture().setMeter(bufferSize, std::move(block));
+    host()->inputUseChanged();
+}
+
+std::shared_ptr<const TakeHead> InputNode::takeHead() const {
+    return host()->capture().targets().head;
 }
 
 std::unique_ptr<RenderStep> InputNode::compile(PlanBuilder&) {

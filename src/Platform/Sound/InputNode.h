@@ -1,12 +1,17 @@
 #pragma once
 
+#include "Platform/Realtime/Moment.h"
 #include "Platform/Sound/AudioFormat.h"
 #include "Platform/Sound/AudioNode.h"
 #include "Platform/Sound/Tap/TapHandler.h"
 
 #include <cstdint>
+#include <memory>
+#include <optional>
 
 namespace tessivo::sound {
+
+class TakeHead;
 
 // The default capture device. Only an engine makes it.
 class InputNode final : public AudioNode {
@@ -19,18 +24,36 @@ public:
     // at most two channels once it is connected.
     AudioFormat outputFormat() const;
 
-    // Delivers the captured frames to the handler, in that format but with at most two channels,
-    // cut into buffers of bufferSize frames, until removeTap(). Frames lost to a full queue are
-    // replaced by silence. Converts the rate where the format's differs from the engine's. There is
-    // one tap: an installed one is removed first. A tap installed while there is no input delivers
-    // in the input's format once there is one. A rate that cannot be converted ends the tap; the
-    // engine's diagnostics say so. The first use of the input by a running engine restarts the
-    // device: sound stops for a moment, and AudioError may come from the device.
-    void installTap(std::uint32_t bufferSize, const AudioFormat& format, TapHandler block);
+    // Delivers every captured frame to the block, in that format, cut into buffers of
+    // bufferSize frames, until removeTap(): from the frame that holds the sound made at `from`,
+    // which may lie a second back, or from the next one. Converts the rate where the format's
+    // differs from the engine's. There is one tap: an installed one is removed first. A tap
+    // installed while there is no input delivers in the input's format once there is one.
+    // A rate that cannot be converted ends the tap; the engine's diagnostics say so. Frames
+    // that the system lost are silence of the same length.
+    void installTap(std::uint32_t bufferSize, const AudioFormat& format, TapHandler block,
+                    std::optional<Moment> from = {});
 
-    // Delivers all frames captured before the call, including a last short buffer, waits until the
-    // handler has returned, and does not call it again. Does nothing without a tap.
-    void removeTap();
+    // Delivers all frames before the sound made at `until`, or all captured before the call,
+    // the last short buffer included, and returns when the block has had them; the block is
+    // not called again. Waits for frames that are due, but not for a server that has fallen
+    // silent, and for as long as the block does. When `until` lies back, the block has already
+    // had what came after it: the result is how many of the frames it had belong to the tap,
+    // nothing without one.
+    std::optional<std::int64_t> removeTap(std::optional<Moment> until = {});
+
+    // What is captured from that moment on is kept, up to 40 s, until the next installTap() or
+    // release(): a file may take long to be made.
+    void hold(Moment since);
+    void release();
+
+    // Gives the block a buffer of the first channel, at the engine's rate, at most
+    // thirty times a second, a take's frames after the tap's block. None ends it; the block may
+    // be called once more.
+    void setMeter(std::uint32_t bufferSize, MeterBlock block);
+
+    // The beginning of the take that the tap delivers, in memory; none without a tap.
+    std::shared_ptr<const TakeHead> takeHead() const;
 
     std::unique_ptr<RenderStep> compile(PlanBuilder& builder) override;
 };

@@ -15,6 +15,13 @@ inline constexpr std::uint32_t kMaxRenderFrames = 8192;
 // How much captured audio waits for a disk that is blocked before frames are lost.
 inline constexpr double kTapQueueSeconds = 40.0;
 
+// How much of what was captured last is kept while nobody has asked for it yet: a command may be
+// a second old when the main thread begins with it.
+inline constexpr double kTapHistorySeconds = 1.25;
+
+// How much of a take's beginning stays in memory.
+inline constexpr double kTakeHeadSeconds = 10.0;
+
 // Frames in one chunk of the tap queue; memory is touched chunk by chunk as it fills.
 inline constexpr std::uint32_t kTapChunkFrames = 1024;
 

@@ -1,14 +1,21 @@
 #pragma once
 
 #include "Platform/Sound/Device/AudioDevice.h"
-#include "Platform/Sound/Tap/TapHandler.h"
+#include "Platform/Sound/Render/Timeline.h"
 
 #include <cstdint>
 
 namespace tessivo::sound {
 
 class AudioNode;
+class InputCapture;
 class ReaderThread;
+
+// Positions on the timeline that belong to one moment.
+struct CommandFrames {
+    std::int64_t captured = 0; // the frame that holds the sound made at that moment
+    std::int64_t rendered = 0; // the frame that is heard at that moment
+};
 
 // What nodes ask of the engine that they are attached to. Main thread, unless said otherwise.
 class NodeHost {
@@ -25,10 +32,15 @@ public:
     // The thread that decodes files.
     virtual ReaderThread& readerThread() = 0;
 
-    // See InputNode.
-    virtual void installTap(std::uint32_t bufferSize, const AudioFormat& format,
-                            TapHandler block) = 0;
-    virtual void removeTap() = 0;
+    // What a command of that moment means in frames. The same for the same moment, until
+    // there is another one.
+    virtual CommandFrames framesOf(Moment moment) = 0;
+    virtual const Timeline& timeline() const = 0; // any thread
+
+    // What the input node delivers.
+    virtual InputCapture& capture() = 0;
+    // The input has got a user: an engine that runs without it begins to capture.
+    virtual void inputUseChanged() = 0;
 
 protected:
     ~NodeHost() = default;

@@ -29,12 +29,12 @@ std::vector<std::size_t> PlanBuilder::compileSources(const AudioNode& mixer) {
     return sources;
 }
 
-std::unique_ptr<RenderPlan> PlanBuilder::build(AudioNode& last, std::shared_ptr<TapQueue> tap,
+std::unique_ptr<RenderPlan> PlanBuilder::build(AudioNode& last, InputCapture::Targets capture,
                                                double renderRate) {
     compile(last);
     const auto rampFrames =
         std::max(1U, static_cast<std::uint32_t>(std::lround(kRampSeconds * renderRate)));
-    return std::make_unique<RenderPlan>(std::move(steps_), std::move(tap), rampFrames);
+    return std::make_unique<RenderPlan>(std::move(steps_), std::move(capture), rampFrames);
 }
 
 } // namespace tessivo::sound

@@ -23,7 +23,7 @@ public:
     bool isRunning() const { return isRunning_; }
 
     // For the engine: the plan of everything that reaches that node.
-    std::unique_ptr<RenderPlan> build(AudioNode& last, std::shared_ptr<TapQueue> tap,
+    std::unique_ptr<RenderPlan> build(AudioNode& last, InputCapture::Targets capture,
                                       double renderRate);
 
 private:

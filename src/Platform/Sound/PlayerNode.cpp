@@ -45,11 +45,19 @@ PlayerNode::~PlayerNode() {
     stop();
 }
 
-void PlayerNode::startReading() {
+void PlayerNode::startReading(std::optional<TakeLoop> loop) {
     auto ring = std::make_shared<PlayerRing>(host()->renderRate());
-    voice_ = std::make_shared<PlayerVoice>(ring, host()->readerThread().underruns());
-    reader_ = std::make_shared<PlayerReader>(ring, host()->renderRate(),
-                                             [host = host()] { return host->outputLatency(); });
+    std::optional<PlayerReader::Sounding> sounding;
+    if (loop) {
+        sounding = {loop->length, loop->zero, [host = host()] {
+                        return host->timeline().next();
+                    }};
+    }
+    voice_ =
+        std::make_shared<PlayerVoice>(ring, host()->readerThread().underruns(), std::move(loop));
+    reader_ = std::make_shared<PlayerReader>(
+        ring, host()->renderRate(), [host = host()] { return host->outputLatency(); },
+        std::move(sounding));
     host()->readerThread().add(reader_);
     if (playing_) {
         host()->updatePlan();
@@ -62,12 +70,27 @@ std::uint64_t PlayerNode::scheduleFile(std::shared_ptr<AudioFileReader> file, No
         throw AudioError("The player is not attached to an engine");
     }
     if (!reader_) {
-        startReading();
+        startReading({});
     }
     const auto id = nextPassId_++;
     reader_->schedule({std::move(file), when, std::move(handler), passes, id});
     host()->readerThread().wake();
     return id;
+}
+
+bool PlayerNode::loopTake(std::shared_ptr<const TakeHead> head, Moment end) {
+    stop();
+    if (!isAttached() || !head || head->renderRate() != host()->renderRate()) {
+        return false;
+    }
+    const CommandFrames frames = host()->framesOf(end);
+    const std::int64_t length = frames.captured - head->begin();
+    if (length <= 0) {
+        return false;
+    }
+    playing_ = true;
+    startReading(TakeLoop{std::move(head), length, frames.rendered});
+    return true;
 }
 
 void PlayerNode::discardUpcoming() {

@@ -1,10 +1,12 @@
 #pragma once
 
+#include "Platform/Realtime/Moment.h"
 #include "Platform/Sound/AudioNode.h"
 #include "Platform/Sound/PlaybackNotice.h"
 
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <vector>
 
 namespace tessivo::sound {
@@ -13,6 +15,8 @@ class AudioFileReader;
 class GainUnit;
 class PlayerReader;
 class PlayerVoice;
+class TakeHead;
+struct TakeLoop;
 
 // Plays scheduled files one after another without a gap. The reader thread keeps two seconds
 // decoded ahead, so that neither the disk nor the main thread can delay the next frame. A file
@@ -28,6 +32,14 @@ public:
     // stopped. A file may be scheduled again while it plays. Throws AudioError when not attached.
     std::uint64_t scheduleFile(std::shared_ptr<AudioFileReader> file, NoticeWhen when,
                                NoticeHandler handler, std::uint32_t passes = 1);
+
+    // The take whose beginning this is, and which ended at that moment, sounds as a loop from
+    // the next cycle on, as if its frame 0 had been heard at the moment; it comes in over 3 ms.
+    // It goes on from memory until a scheduled file, the take's, takes over in the same phase,
+    // without a seam, also when that takes long to be read; frames that are in neither are
+    // silence and an underrun. Stops what sounded before. False, and nothing sounds, when there
+    // is no frame of the take or the engine's rate is another one by now.
+    bool loopTake(std::shared_ptr<const TakeHead> head, Moment end);
 
     // Drops what is scheduled behind the pass that is sounding now, so that what is
     // scheduled next follows that pass without a gap. Dropped notices come as stopped.
@@ -60,7 +72,7 @@ public:
     std::unique_ptr<RenderStep> compile(PlanBuilder& builder) override;
 
 private:
-    void startReading();
+    void startReading(std::optional<TakeLoop> loop);
 
     float volume_ = 1.0F;
     bool playing_ = false;

@@ -45,8 +45,8 @@ TEST(MidiThreadTest, CallsHandlersInOrderOnItsOwnThreadUntilTheyAreReplaced) {
     thread.notify(midi::SetupChange::propertyChanged);
     ASSERT_TRUE(eventually([&] { return calls == 2; }));
     EXPECT_EQ(packets, sent) << "they came before the notices";
-    thread.setListening(true);
     ASSERT_TRUE(thread.queue().push(0, sent.back()));
+    thread.wake();
     ASSERT_TRUE(eventually([&] { return isHandling.load(); }));
     thread.setPacketHandler({});
     EXPECT_FALSE(isHandling);

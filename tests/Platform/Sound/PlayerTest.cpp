@@ -118,7 +118,7 @@ TEST(PlayerTest, StopIsSilentWithinThreeMillisecondsAndTheNextPlayBeginsAtOnce) 
 
 TEST(PlayerTest, HeardNoticeComesWhenTheSoundHasEnded) {
     PlayerRig rig;
-    rig.device->setOutputLatency(0.1);
+    rig.device->setLatencies(0.0, 0.1);
     std::atomic<bool> done = false;
     const auto id = rig.player->scheduleFile(
         rig.file({noise(4800, 5)}, 24000.0), NoticeWhen::heard, [&](const PlaybackNotice& notice) {

@@ -47,6 +47,6 @@ SheetTestCase {
     }
     function cleanup() {
         sheet = null;
-        Background.finish();
+        Disk.finish();
     }
 }

@@ -1,366 +1,341 @@
 import QtQuick
-import QtTest
 import Tessivo
 import Tessivo.Style
 import TessivoTest
 
-Item {
-    width: 100
-    height: 100
+// The sheet over the real window, with the real model, library and disk.
+LibraryTestCase {
+    id: test
 
-    // The sheet over the real window, with the real model, library and disk.
-    LibraryTestCase {
-        id: test
+    name: "LoopLibraryView"
 
-        name: "LoopLibraryView"
-
-        function test_empty_library_and_ways_to_close() {
-            Disk.clear();
-            open();
-            viewModel.refreshLibrary();
-            verify(shown("Loading loops...") && !shown("No Saved Loops"), "at once");
-            tryVerify(() => shown("No Saved Loops") && !shown("Loading loops..."));
-            verify(shown("Record and save your first loop to get started"));
-            verify(!shown("Refresh") && !shown("0 loops • Zero KB") && !list.visible);
-            compare([sheet.width, sheet.height], [500, 600]);
-            compare([sheet.minimumWidth, sheet.maximumHeight], [500, 600]);
-            verify(item("Search loops...").activeFocus);
-            for (const close of [() => click(item("Done")), () => sheet.close()]) {
-                const before = viewModel;
-                close();
-                tryCompare(window, "librarySheet", null);
-                verify(!window.loopState.showingLoopLibrary);
-                activate(window);
-                mouseClick(find(window.header, "Library"));
-                tryVerify(() => sheet && sheet.active);
-                verify(viewModel !== before, "a model of its own each time");
-            }
+    function test_empty_library_and_ways_to_close() {
+        Disk.clear();
+        open();
+        viewModel.refreshLibrary();
+        verify(shown("Loading loops...") && !shown("No Saved Loops"), "at once");
+        tryVerify(() => shown("No Saved Loops") && !shown("Loading loops..."));
+        verify(shown("Record and save your first loop to get started"));
+        verify(!shown("Refresh") && !shown("0 loops • Zero KB") && !list.visible);
+        compare([sheet.width, sheet.height], [500, 600]);
+        compare([sheet.minimumWidth, sheet.maximumHeight], [500, 600]);
+        verify(item("Search loops...").activeFocus);
+        for (const close of [() => click(item("Done")), () => sheet.close()]) {
+            const before = viewModel;
+            close();
+            tryCompare(window, "librarySheet", null);
+            verify(!window.loopState.showingLoopLibrary);
+            activate(window);
+            mouseClick(find(window.header, "Library"));
+            tryVerify(() => sheet && sheet.active);
+            verify(viewModel !== before, "a model of its own each time");
         }
+    }
 
-        function test_search_and_order() {
-            Disk.fill(["Beat", "Vibe", "Pad"]);
-            open();
-            const summary = "3 loops • 48 KB";
-            verify(shown(summary));
-            tryVerify(() => lists("Beat", "Vibe", "Pad"));
-            type("BE");
-            tryVerify(() => lists("Beat", "Vibe"));
-            type("x");
-            verify(list.visible && shown(summary) && !shown("No Saved Loops"));
-            tryVerify(() => lists());
-            click(item("Clear search"));
-            compare(viewModel.searchText, "");
-            verify(!shown("Clear search") && item("Search loops...").activeFocus);
-            tryVerify(() => lists("Beat", "Vibe", "Pad"));
+    function test_search_and_order() {
+        Disk.fill(["Beat", "Vibe", "Pad"]);
+        open();
+        const summary = "3 loops • 48 KB";
+        verify(shown(summary));
+        tryVerify(() => lists("Beat", "Vibe", "Pad"));
+        type("BE");
+        tryVerify(() => lists("Beat", "Vibe"));
+        type("x");
+        verify(list.visible && shown(summary) && !shown("No Saved Loops"));
+        tryVerify(() => lists());
+        click(item("Clear search"));
+        compare(viewModel.searchText, "");
+        verify(!shown("Clear search") && item("Search loops...").activeFocus);
+        tryVerify(() => lists("Beat", "Vibe", "Pad"));
 
-            const sort = item("Sort");
-            compare(sort.Accessible.description, "Newest First");
-            mouseClick(sort);
-            tryVerify(() => shown("Name A-Z"));
-            const labels = ["Newest First", "Oldest First", "Name A-Z", "Name Z-A",
-                "Shortest First", "Longest First"];
-            compare(labels.filter(label => shown(label)), labels);
-            compare(labels.filter(label => item(label).Accessible.checked), ["Newest First"]);
-            click(item("Name A-Z"));
-            tryVerify(() => names()[1] === "Pad");
-            tryVerify(() => lists("Beat", "Pad", "Vibe"));
-            compare(sort.Accessible.description, "Name A-Z");
-            // By keys, and by a screen reader.
-            sort.forceActiveFocus(Qt.TabFocusReason);
-            keyClick(Qt.Key_Space);
-            tryVerify(() => item("Name A-Z").highlighted);
-            keyClick(Qt.Key_Down);
-            keyClick(Qt.Key_Return);
-            tryVerify(() => names()[0] === "Vibe");
-            mouseClick(sort);
-            tryVerify(() => shown("Oldest First"));
-            Desktop.doAllActions(item("Oldest First"));
-            tryVerify(() => names()[0] === "Pad");
-            tryVerify(() => lists("Pad", "Vibe", "Beat"));
+        const sort = item("Sort");
+        compare(sort.Accessible.description, "Newest First");
+        mouseClick(sort);
+        tryVerify(() => shown("Name A-Z"));
+        verify(item("Newest First").Accessible.checked && !item("Name A-Z").Accessible.checked);
+        click(item("Name A-Z"));
+        tryVerify(() => names()[1] === "Pad");
+        tryVerify(() => lists("Beat", "Pad", "Vibe"));
+        compare(sort.Accessible.description, "Name A-Z");
+        sort.forceActiveFocus(Qt.TabFocusReason);
+        keyClick(Qt.Key_Space);
+        tryVerify(() => item("Name A-Z").highlighted);
+        keyClick(Qt.Key_Down);
+        keyClick(Qt.Key_Return);
+        tryVerify(() => lists("Vibe", "Pad", "Beat"));
 
-            // Another program has changed the library meanwhile.
-            list.begin();
-            keyClick(Qt.Key_Down);
-            Disk.fill(["Beat", "Vibe", "Drum", "Kick"]);
-            click(item("Refresh"));
-            tryVerify(() => !viewModel.isLoading && row("Kick"));
-            tryVerify(() => lists("Kick", "Drum", "Vibe", "Beat"));
-            verify(list.activeFocus && shown("4 loops • 64 KB"));
+        // Another program has changed the library meanwhile.
+        list.begin();
+        keyClick(Qt.Key_Down);
+        Disk.fill(["Beat", "Vibe", "Drum", "Kick"]);
+        click(item("Refresh"));
+        tryVerify(() => !viewModel.isLoading && row("Kick"));
+        tryVerify(() => lists("Vibe", "Kick", "Drum", "Beat"));
+        verify(list.activeFocus && shown("4 loops • 64 KB"));
+    }
+
+    function test_a_row_shows_what_it_offers_to_pointer_keys_and_screen_reader() {
+        const markup = "<b>a</b> &amp;\nb";
+        Disk.fill(["Beat", markup, "\u05e9\u05dc\u05d5\u05dd ".repeat(9), "W".repeat(10000)]);
+        open();
+        const beat = row("Beat");
+        compare(beat.Accessible.description.split(", ").slice(0, 2), ["00:05", "16 KB"]);
+        verify(shows(row(markup), "<b>a</b> &amp; b"), "not markup");
+        for (const each of rows()) {
+            compare([each.height, each.width], [beat.height, 500]);
+            verify(find(each, "Load").visible);
+            compare(find(each, "Load").mapToItem(each, 0, 0).x, 500 - 16
+                - find(each, "Load").width);
+            compare(offered(each), []);
         }
+        const all = ["Preview loop", "Export loop", "Rename loop", "Delete loop"];
+        mouseMove(beat, 200, 20);
+        tryVerify(() => beat.isHovered);
+        tryVerify(() => offered(beat).length === 4);
+        compare(offered(beat), all);
+        tryCompare(find(beat, "Delete loop").parent, "opacity", 1);
+        verify(Qt.colorEqual(find(beat, "Preview loop").color, Theme.blue));
+        mouseMove(find(beat, "Delete loop"));
+        tryVerify(() => shows(sheet.contentItem.parent, "Delete loop"), 3000, "a tool tip");
+        mouseMove(item("Loop Library"));
+        tryVerify(() => offered(beat).length === 0);
+        verify(find(beat, "Load").visible);
 
-        function test_a_row_shows_what_it_offers_to_pointer_keys_and_screen_reader() {
-            const markup = "<b>a</b> &amp;\nb";
-            Disk.fill(["Beat", markup, "\u05e9\u05dc\u05d5\u05dd ".repeat(9), "W".repeat(10000)]);
-            open();
-            const beat = row("Beat");
-            compare(beat.Accessible.description.split(", ").slice(0, 2), ["00:05", "16 KB"]);
-            verify(shows(row(markup), "<b>a</b> &amp; b"), "not markup");
-            for (const each of rows()) {
-                compare([each.height, each.width], [beat.height, 500]);
-                verify(find(each, "Load").visible);
-                compare(find(each, "Load").mapToItem(each, 0, 0).x, 500 - 16
-                    - find(each, "Load").width);
-                compare(offered(each), []);
-            }
-            const all = ["Preview loop", "Export loop", "Rename loop", "Delete loop"];
-            mouseMove(beat, 200, 20);
-            tryVerify(() => beat.isHovered);
-            tryVerify(() => offered(beat).length === 4);
-            compare(offered(beat), all);
-            tryCompare(find(beat, "Delete loop").parent, "opacity", 1);
-            verify(Qt.colorEqual(find(beat, "Preview loop").color, Theme.blue));
-            mouseMove(find(beat, "Delete loop"));
-            tryVerify(() => shows(sheet.contentItem.parent, "Delete loop"), 3000, "a tool tip");
-            mouseMove(item("Loop Library"));
-            tryVerify(() => offered(beat).length === 0);
-            verify(find(beat, "Load").visible);
-
-            // A click shows nothing either, but the keys begin there.
-            mouseClick(row(markup), 100, 20);
-            mouseMove(item("Loop Library"));
-            compare(chosen(), []);
-            keyClick(Qt.Key_Up);
-            compare(chosen(), ["Beat"]);
-            tryVerify(() => offered(beat).length === 4);
-            verify(beat.activeFocus && beat.border.width > 0);
-            for (const next of all.concat(["Load"])) {
-                keyClick(Qt.Key_Tab);
-                verify(find(beat, next).activeFocus, next);
-            }
+        // A click shows nothing either, but the keys begin there.
+        mouseClick(row(markup), 100, 20);
+        mouseMove(item("Loop Library"));
+        compare(chosen(), []);
+        keyClick(Qt.Key_Up);
+        compare(chosen(), ["Beat"]);
+        tryVerify(() => offered(beat).length === 4);
+        verify(beat.activeFocus && beat.border.width > 0);
+        for (const next of all.concat(["Load"])) {
             keyClick(Qt.Key_Tab);
-            verify(!list.activeFocus, "past the other rows");
-
-            // Where nothing can hover.
-            const finger = touchEvent(list);
-            finger.press(0, row(markup), 100, 20).commit();
-            finger.release(0, row(markup), 100, 20).commit();
-            tryVerify(() => offered(row(markup)).length === 4);
-            finger.press(0, beat, 100, 20).commit();
-            tryVerify(() => shown("Export"), 3000);
-            finger.release(0, beat, 100, 20).commit();
-            keyClick(Qt.Key_Escape);
-            tryVerify(() => !shown("Export"));
-            compare(Desktop.doAllActions(find(beat, "Rename loop")), ["Press"]);
-            tryVerify(() => shown("Rename Loop"));
+            verify(find(beat, next).activeFocus, next);
         }
+        keyClick(Qt.Key_Tab);
+        verify(!list.activeFocus, "past the other rows");
 
-        function test_keys() {
-            Disk.fill(["Beat", "Vibe", "Pad", "Bass", "Drum", "Kick", "Snare", "Hat", "Ride", "Tom"]);
-            open();
-            mouseMove(list, 100, 100);
-            keyClick(Qt.Key_Down);
-            compare(chosen(), ["Beat"]);
-            const walk = [[Qt.Key_Down, "Vibe"], [Qt.Key_End, "Tom"], [Qt.Key_Down, "Tom"],
-                [Qt.Key_Home, "Beat"], [Qt.Key_PageDown, "Hat"], [Qt.Key_PageUp, "Beat"],
-                [Qt.Key_Down, "Vibe"]];
-            for (const [key, name] of walk) {
-                keyClick(key);
-                wait(50);
-                compare(chosen(), [name], "the pointer rests");
-                const at = row(name).mapToItem(list, 0, 0).y;
-                verify(at >= 0 && at + row(name).height <= list.height, name + " is in sight");
-            }
-            keyClick(Qt.Key_F2);
-            tryVerify(() => shown("Rename Loop") && item("New Name:").activeFocus);
-            keyClick(Qt.Key_Escape);
-            tryVerify(() => !shown("Rename Loop"));
-            keyClick(Qt.Key_Delete);
-            tryVerify(() => shown("Delete Loop"));
-            keyClick(Qt.Key_Escape, Qt.ControlModifier);
-            tryVerify(() => !shown("Delete Loop"));
-            compare(chosen(), ["Vibe"], "where it was");
+        // Where nothing can hover.
+        const finger = touchEvent(list);
+        finger.press(0, row(markup), 100, 20).commit();
+        finger.release(0, row(markup), 100, 20).commit();
+        tryVerify(() => offered(row(markup)).length === 4);
+        finger.press(0, beat, 100, 20).commit();
+        tryVerify(() => shown("Export"), 3000);
+        finger.release(0, beat, 100, 20).commit();
+        keyClick(Qt.Key_Escape);
+        tryVerify(() => !shown("Export"));
+        compare(Machine.doAllActions(find(beat, "Rename loop")), ["Press"]);
+        tryVerify(() => shown("Rename Loop"));
+    }
 
-            const commands = ["Load", "Preview", "Rename", "Export", "Delete"];
-            for (const [key, modifier] of [[Qt.Key_Menu, 0], [Qt.Key_F10, Qt.ShiftModifier]]) {
-                keyClick(key, modifier);
-                tryVerify(() => commands.slice(1).every(name => shown(name)));
-                keyClick(Qt.Key_Escape);
-                tryVerify(() => !shown("Preview"));
-            }
-            mouseClick(row("Beat"), 100, 20, Qt.RightButton);
-            tryVerify(() => shown("Delete"));
-            Desktop.doAllActions(item("Delete"));
-            tryVerify(() => shown("Are you sure you want to delete 'Beat'? "
-                + "This action cannot be undone."));
-            keyClick(Qt.Key_Escape);
-            tryVerify(() => !shown("Delete Loop"));
-
-            list.begin();
-            type("ba");
-            tryVerify(() => lists("Bass"));
-            verify(item("Search loops...").activeFocus);
-            keyClick(Qt.Key_Return);
-            compare(chosen(), ["Bass"]);
-            keyClick(Qt.Key_F, Qt.ControlModifier);
-            verify(item("Search loops...").activeFocus);
-            keyClick(Qt.Key_Down);
-            keyClick(Qt.Key_Return);
+    function test_keys() {
+        Disk.fill(["Beat", "Vibe", "Pad", "Bass", "Drum", "Kick", "Snare", "Hat", "Ride", "Tom"]);
+        open();
+        mouseMove(list, 100, 100);
+        keyClick(Qt.Key_Down);
+        compare(chosen(), ["Beat"]);
+        const walk = [[Qt.Key_Down, "Vibe"], [Qt.Key_End, "Tom"], [Qt.Key_Down, "Tom"],
+            [Qt.Key_Home, "Beat"], [Qt.Key_PageDown, "Hat"], [Qt.Key_PageUp, "Beat"],
+            [Qt.Key_Down, "Vibe"]];
+        for (const [key, name] of walk) {
+            keyClick(key);
             wait(50);
-            verify(sheet, "pressed too soon after a question");
-            tryVerify(() => row("Bass").returnLoads);
-            keyClick(Qt.Key_Return);
-            tryCompare(window, "librarySheet", null);
-            tryVerify(() => window.loopState.hasAudio);
-            verify(String(window.loopState.fileURL).endsWith("/loop3.wav"));
+            compare(chosen(), [name], "the pointer rests");
+            const at = row(name).mapToItem(list, 0, 0).y;
+            verify(at >= 0 && at + row(name).height <= list.height, name + " is in sight");
         }
-
-        function test_load_of_a_lost_loop_closes_and_leaves_the_looper_empty() {
-            Disk.fill(["Beat"]);
-            open();
-            Disk.removeFileOf(0);
-            compare(Desktop.doAllActions(find(row("Beat"), "Load")), ["Press"]);
-            tryCompare(window, "librarySheet", null);
-            wait(50);
-            verify(!window.loopState.hasAudio);
+        const commands = ["Load", "Preview", "Rename", "Export", "Delete"];
+        for (const [key, modifier] of [[Qt.Key_Menu, 0], [Qt.Key_F10, Qt.ShiftModifier]]) {
+            keyClick(key, modifier);
+            tryVerify(() => commands.slice(1).every(name => shown(name)));
+            keyClick(Qt.Key_Escape);
+            tryVerify(() => !shown("Preview"));
         }
+        mouseClick(row("Beat"), 100, 20, Qt.RightButton);
+        tryVerify(() => shown("Delete"));
+        Machine.doAllActions(item("Delete"));
+        tryVerify(() => shown("Are you sure you want to delete 'Beat'? "
+            + "This action cannot be undone."));
+        keyClick(Qt.Key_Escape, Qt.ControlModifier);
+        tryVerify(() => !shown("Delete Loop"));
 
-        function test_preview_and_its_marker() {
-            Disk.fill(["Beat", "Vibe"]);
-            open();
-            mouseMove(row("Vibe"), 100, 20);
-            tryVerify(() => offered(row("Vibe")).length === 4);
-            click(find(row("Vibe"), "Preview loop"));
-            tryVerify(() => find(row("Vibe"), "Stop preview"));
-            const button = find(row("Vibe"), "Stop preview");
-            verify(Qt.colorEqual(button.color, Theme.orange) && button.symbol === "pause.fill");
-            verify(find(row("Beat"), "Preview loop"));
-            mouseClick(row("Vibe"), 100, 20, Qt.RightButton);
-            tryVerify(() => shown("Stop Preview"));
-            click(item("Stop Preview"));
-            tryVerify(() => find(row("Vibe"), "Preview loop"));
-            verify(!viewModel.previewEngine.isPlaying);
-            list.begin();
-            keyClick(Qt.Key_Space);
-            tryVerify(() => viewModel.previewEngine.isPlaying);
-            verify(find(row("Beat"), "Stop preview"));
+        list.begin();
+        type("ba");
+        tryVerify(() => lists("Bass"));
+        verify(item("Search loops...").activeFocus);
+        keyClick(Qt.Key_Return);
+        compare(chosen(), ["Bass"]);
+        keyClick(Qt.Key_F, Qt.ControlModifier);
+        verify(item("Search loops...").activeFocus);
+        keyClick(Qt.Key_Down);
+        keyClick(Qt.Key_Return);
+        wait(50);
+        verify(sheet, "pressed too soon after a question");
+        tryVerify(() => row("Bass").returnLoads);
+        keyClick(Qt.Key_Return);
+        tryCompare(window, "librarySheet", null);
+        tryVerify(() => window.loopState.hasAudio);
+        verify(String(window.loopState.fileURL).endsWith("/loop3.wav"));
+    }
 
-            const slider = item("Preview volume");
-            fuzzyCompare(slider.value, 0.7, 1e-6);
-            slider.forceActiveFocus(Qt.TabFocusReason);
-            for (let i = 0; i < 30; ++i)
-                keyClick(Qt.Key_Right);
-            compare(viewModel.previewEngine.previewVolume, 1);
-            slider.value = 0.25;
-            compare(viewModel.previewEngine.previewVolume, 0.25, "by a screen reader");
-        }
+    function test_load_of_a_lost_loop_closes_and_leaves_the_looper_empty() {
+        Disk.fill(["Beat"]);
+        open();
+        Disk.removeFileOf(0);
+        compare(Machine.doAllActions(find(row("Beat"), "Load")), ["Press"]);
+        tryCompare(window, "librarySheet", null);
+        wait(50);
+        verify(!window.loopState.hasAudio);
+    }
 
-        function test_rename() {
-            Disk.fill(["Beat", "Vibe"]);
-            open();
-            viewModel.renameLoop(row("Vibe").loop);
-            tryVerify(() => shown("Rename Loop") && item("New Name:").activeFocus);
-            compare(item("New Name:").text, "Vibe");
-            type("   ");
-            verify(!item("Rename").enabled, "what was offered is replaced");
-            keyClick(Qt.Key_Return);
-            keyClick(Qt.Key_Return, Qt.ControlModifier);
-            verify(shown("Rename Loop") && !shown("Error"));
-            type("Beat ");
-            keyClick(Qt.Key_Return, Qt.ControlModifier);
-            tryVerify(() => alertSays(
-                "Failed to rename loop: A loop with this name already exists"));
-            keyClick(Qt.Key_Return, Qt.ControlModifier);
-            verify(shown("Error"), "the alert comes first");
-            sheet.close();
-            tryVerify(() => !shown("Error"));
-            compare(viewModel.errorMessage, "");
-            verify(shown("Rename Loop") && sheet.visible);
-            tryVerify(() => item("New Name:").activeFocus);
-            click(item("Cancel"));
-            tryVerify(() => !shown("Rename Loop"));
-            compare([viewModel.newLoopName, names()], ["", ["Beat", "Vibe"]]);
-            list.begin();
-            keyClick(Qt.Key_F2);
-            tryVerify(() => shown("Rename Loop"));
-            type(" Drums ");
-            keyClick(Qt.Key_Return);
-            keyClick(Qt.Key_Return);
-            tryVerify(() => !shown("Rename Loop") && row("Drums"));
-            compare(chosen(), ["Drums"]);
-            verify(sheet.visible && !shown("Error"));
-        }
+    function test_preview_and_its_marker() {
+        Disk.fill(["Beat", "Vibe"]);
+        open();
+        mouseMove(row("Vibe"), 100, 20);
+        tryVerify(() => offered(row("Vibe")).length === 4);
+        click(find(row("Vibe"), "Preview loop"));
+        tryVerify(() => find(row("Vibe"), "Stop preview"));
+        const button = find(row("Vibe"), "Stop preview");
+        verify(Qt.colorEqual(button.color, Theme.orange) && button.symbol === "pause.fill");
+        verify(find(row("Beat"), "Preview loop"));
+        mouseClick(row("Vibe"), 100, 20, Qt.RightButton);
+        tryVerify(() => shown("Stop Preview"));
+        click(item("Stop Preview"));
+        tryVerify(() => find(row("Vibe"), "Preview loop"));
+        verify(!viewModel.previewEngine.isPlaying);
+        list.begin();
+        keyClick(Qt.Key_Space);
+        tryVerify(() => viewModel.previewEngine.isPlaying);
+        verify(find(row("Beat"), "Stop preview"));
 
-        function test_delete() {
-            Disk.fill(["Beat", "Vibe", "Pad"]);
-            open();
-            const message = "Are you sure you want to delete 'Vibe'? This action cannot be undone.";
-            const ask = () => {
-                viewModel.deleteLoop(row("Vibe").loop);
-                tryVerify(() => shown(message) && item("Cancel").activeFocus);
-            };
-            ask();
-            keyClick(Qt.Key_Return);
-            tryVerify(() => !shown("Delete Loop"));
-            tryVerify(() => lists("Beat", "Vibe", "Pad"));
-            ask();
-            click(item("Delete"));
-            tryVerify(() => names().length === 2);
-            tryVerify(() => lists("Beat", "Pad"));
-            verify(shown("2 loops • 32 KB") && !shown("Error"));
+        const slider = item("Preview volume");
+        fuzzyCompare(slider.value, 0.7, 1e-6);
+        slider.forceActiveFocus(Qt.TabFocusReason);
+        for (let i = 0; i < 30; ++i)
+            keyClick(Qt.Key_Right);
+        compare(viewModel.previewEngine.previewVolume, 1);
+        slider.value = 0.25;
+        compare(viewModel.previewEngine.previewVolume, 0.25, "by a screen reader");
+    }
 
-            // From a row's button and back to it, and on to the next row when there is none.
-            list.begin();
-            keyClick(Qt.Key_Home);
-            for (let i = 0; i < 4; ++i)
-                keyClick(Qt.Key_Tab);
-            for (const answer of [[Qt.Key_Escape], [Qt.Key_Tab, Qt.Key_Return]]) {
-                verify(find(row("Beat"), "Delete loop").activeFocus);
-                keyClick(Qt.Key_Return);
-                tryVerify(() => shown("Delete Loop") && item("Cancel").activeFocus);
-                answer.forEach(key => keyClick(key));
-                tryVerify(() => !shown("Delete Loop"));
-            }
-            tryVerify(() => lists("Pad"));
-            compare(chosen(), ["Pad"]);
-            mouseMove(row("Pad"), 50, 20);
-            compare(chosen(), []);
-            Disk.removeFileOf(2);
-            keyClick(Qt.Key_End);
-            keyClick(Qt.Key_Delete);
-            tryVerify(() => shown("Delete Loop"));
+    function test_rename() {
+        Disk.fill(["Beat", "Vibe"]);
+        open();
+        viewModel.renameLoop(row("Vibe").loop);
+        tryVerify(() => shown("Rename Loop") && item("New Name:").activeFocus);
+        compare(item("New Name:").text, "Vibe");
+        type("   ");
+        verify(!item("Rename").enabled, "what was offered is replaced");
+        keyClick(Qt.Key_Return);
+        keyClick(Qt.Key_Return, Qt.ControlModifier);
+        verify(shown("Rename Loop") && !shown("Error"));
+        type("Beat ");
+        keyClick(Qt.Key_Return, Qt.ControlModifier);
+        tryVerify(() => alertSays(
+            "Failed to rename loop: A loop with this name already exists"));
+        keyClick(Qt.Key_Return, Qt.ControlModifier);
+        verify(shown("Error"), "the alert comes first");
+        sheet.close();
+        tryVerify(() => !shown("Error"));
+        compare(viewModel.errorMessage, "");
+        verify(shown("Rename Loop") && sheet.visible);
+        tryVerify(() => item("New Name:").activeFocus);
+        click(item("Cancel"));
+        tryVerify(() => !shown("Rename Loop"));
+        compare([viewModel.newLoopName, names()], ["", ["Beat", "Vibe"]]);
+        list.begin();
+        keyClick(Qt.Key_F2);
+        tryVerify(() => shown("Rename Loop"));
+        type(" Drums ");
+        keyClick(Qt.Key_Return);
+        keyClick(Qt.Key_Return);
+        tryVerify(() => !shown("Rename Loop") && row("Drums"));
+        compare(chosen(), ["Drums"]);
+        verify(sheet.visible && !shown("Error"));
+    }
+
+    function test_delete() {
+        Disk.fill(["Beat", "Vibe", "Pad"]);
+        open();
+        const message = "Are you sure you want to delete 'Vibe'? This action cannot be undone.";
+        const ask = () => {
+            viewModel.deleteLoop(row("Vibe").loop);
+            tryVerify(() => shown(message) && item("Cancel").activeFocus);
+        };
+        ask();
+        keyClick(Qt.Key_Return);
+        tryVerify(() => !shown("Delete Loop"));
+        tryVerify(() => lists("Beat", "Vibe", "Pad"));
+        ask();
+        click(item("Delete"));
+        tryVerify(() => names().length === 2);
+        tryVerify(() => lists("Beat", "Pad"));
+        verify(shown("2 loops • 32 KB") && !shown("Error"));
+
+        // From a row's button and back to it, and on to the next row when there is none.
+        list.begin();
+        keyClick(Qt.Key_Home);
+        for (let i = 0; i < 4; ++i)
             keyClick(Qt.Key_Tab);
-            keyClick(Qt.Key_Space);
-            tryVerify(() => alertSays("Failed to delete loop: Loop file not found"));
-            click(item("OK"));
-            tryVerify(() => !shown("Error") && !shown("Delete Loop"));
-            verify(!viewModel.showingError && row("Pad"));
+        for (const answer of [[Qt.Key_Escape], [Qt.Key_Tab, Qt.Key_Return]]) {
+            verify(find(row("Beat"), "Delete loop").activeFocus);
+            keyClick(Qt.Key_Return);
+            tryVerify(() => shown("Delete Loop") && item("Cancel").activeFocus);
+            answer.forEach(key => keyClick(key));
+            tryVerify(() => !shown("Delete Loop"));
         }
+        tryVerify(() => lists("Pad"));
+        compare(chosen(), ["Pad"]);
+        mouseMove(row("Pad"), 50, 20);
+        compare(chosen(), []);
+        Disk.removeFileOf(2);
+        keyClick(Qt.Key_End);
+        keyClick(Qt.Key_Delete);
+        tryVerify(() => shown("Delete Loop"));
+        keyClick(Qt.Key_Tab);
+        keyClick(Qt.Key_Space);
+        tryVerify(() => alertSays("Failed to delete loop: Loop file not found"));
+        click(item("OK"));
+        tryVerify(() => !shown("Error") && !shown("Delete Loop"));
+        verify(!viewModel.showingError && row("Pad"));
+    }
 
-        function test_ten_thousand_loops() {
-            Disk.fill(Array.from({ length: 10000 }, (_, i) => "Loop " + i), true);
-            open();
-            const few = () => {
-                const made = Array.from(list.contentItem.children).filter(
-                    child => child.Accessible.role === Accessible.ListItem).length;
-                return made > 5 && made < 40;
-            };
-            verify(few(), "at first");
-            keyClick(Qt.Key_Down);
-            keyClick(Qt.Key_End);
-            compare(chosen(), ["Loop 9999"]);
-            for (let y = list.contentHeight / 2; y > 0; y -= 5 * list.height) {
-                list.contentY = list.originY + y;
-                wait(0);
-            }
-            verify(few(), "after scrolling");
-            list.positionViewAtIndex(5000, ListView.Beginning);
-            const place = () => names().slice(0, 3).map(
-                name => [name, row(name).mapToItem(list, 0, 0).y]).join();
-            const before = place();
-            mouseMove(row("Loop 5003"), 100, 20);
-            tryVerify(() => offered(row("Loop 5003")).length === 4);
-            click(find(row("Loop 5003"), "Delete loop"));
-            tryVerify(() => shown("Delete Loop"));
-            click(item("Delete"));
-            tryVerify(() => list.count === 9999);
-            tryVerify(() => place() === before);
-            verify(before.startsWith("Loop 5000,0"), before);
-            type("99");
-            tryVerify(() => names()[0] === "Loop 99");
-            compare(row("Loop 99").mapToItem(list, 0, 0).y, 0);
-            verify(few(), "after typing");
-            keyClick(Qt.Key_Escape);
-            tryCompare(window, "librarySheet", null);
+    function test_ten_thousand_loops() {
+        Disk.fill(Array.from({ length: 10000 }, (_, i) => "Loop " + i), true);
+        open();
+        const few = () => {
+            const made = Array.from(list.contentItem.children).filter(
+                child => child.Accessible.role === Accessible.ListItem).length;
+            return made > 5 && made < 40;
+        };
+        verify(few(), "at first");
+        keyClick(Qt.Key_Down);
+        keyClick(Qt.Key_End);
+        compare(chosen(), ["Loop 9999"]);
+        for (let y = list.contentHeight / 2; y > 0; y -= 5 * list.height) {
+            list.contentY = list.originY + y;
+            wait(0);
         }
+        verify(few(), "after scrolling");
+        list.positionViewAtIndex(5000, ListView.Beginning);
+        const place = () => names().slice(0, 3).map(
+            name => [name, row(name).mapToItem(list, 0, 0).y]).join();
+        const before = place();
+        mouseMove(row("Loop 5003"), 100, 20);
+        tryVerify(() => offered(row("Loop 5003")).length === 4);
+        click(find(row("Loop 5003"), "Delete loop"));
+        tryVerify(() => shown("Delete Loop"));
+        click(item("Delete"));
+        tryVerify(() => list.count === 9999);
+        tryVerify(() => place() === before);
+        verify(before.startsWith("Loop 5000,0"), before);
+        type("99");
+        tryVerify(() => names()[0] === "Loop 99");
+        compare(row("Loop 99").mapToItem(list, 0, 0).y, 0);
+        verify(few(), "after typing");
+        keyClick(Qt.Key_Escape);
+        tryCompare(window, "librarySheet", null);
     }
 }

@@ -1,301 +1,294 @@
 import QtQuick
-import QtTest
 import Tessivo
 import Tessivo.Style
 import TessivoTest
 
-Item {
-    id: scene
-    width: 100
-    height: 100
+// The sheet over the real window, with the real manager and controllers made by hand.
+SheetTestCase {
+    id: test
 
+    name: "MIDISettingsView"
+    sheet: window ? window.midiSheet : null
+
+    readonly property var commands: ["Record", "Play", "Stop", "Clear"]
+    property MIDIManager manager: null
     property ContentView otherWindow: null
+    // What the sheet has shown at each end and beginning of a flash.
+    property var flashes: []
 
-    // The sheet over the real window, with the real manager and controllers made by hand.
-    SheetTestCase {
-        id: test
+    function noteFlash() {
+        flashes.push({ lit: lit(), listening: listening(), rows: rows() });
+    }
+    function flashed() {
+        tryVerify(() => flashes.length > 1);
+        return flashes.splice(0, 2);
+    }
 
-        name: "MIDISettingsView"
-        sheet: window ? window.midiSheet : null
+    function init() {
+        makeWindow();
+        manager = window.midiManager;
+        Controllers.store([80, 0, 1, 2]);
+        Controllers.unplugAll();
+        tryVerify(() => !manager.isConnected);
+    }
 
-        readonly property var commands: ["Record", "Play", "Stop", "Clear"]
-        property MIDIManager manager: null
-        // What the sheet has shown at each end and beginning of a flash.
-        property var flashes: []
+    function open() {
+        activate(window);
+        mouseClick(find(window.header, "MIDI Settings"));
+        tryVerify(() => sheet && sheet.active);
+        flashes = [];
+        manager.lastTriggeredActionChanged.connect(noteFlash);
+    }
+    function cleanup() {
+        manager.lastTriggeredActionChanged.disconnect(noteFlash);
+    }
+    // With the first device connected.
+    function openWith(...devices) {
+        for (const device of devices)
+            Controllers.plugIn(device);
+        open();
+        click(item(devices[0]));
+        tryVerify(() => manager.isConnected);
+    }
+    function learnButton(command) {
+        return item("Learn " + command) ?? item("Listening for " + command);
+    }
+    function listening() {
+        return commands.filter(command => item("Listening for " + command));
+    }
+    function row(command) {
+        return learnButton(command).parent;
+    }
+    function rows() {
+        return commands.map(command => row(command).Accessible.name.split(": ")[1]);
+    }
+    function lit() {
+        return commands.filter(command => Qt.colorEqual(row(command).color,
+            Qt.alpha(Theme.blue, 0.2)) && row(command).Accessible.description === "Triggered");
+    }
 
-        function noteFlash() {
-            flashes.push({ lit: lit(), listening: listening(), rows: rows() });
-        }
-        function flashed() {
-            tryVerify(() => flashes.length > 1);
-            return flashes.splice(0, 2);
-        }
+    function test_without_a_device() {
+        open();
+        const status = item("Disconnected");
+        verify(status.visible && Qt.colorEqual(status.color, Theme.red));
+        verify(shown("No MIDI devices found"));
+        verify(!shown("Refresh") && !shown("Device: ") && !shown("Stop Learning"));
+        for (const command of commands)
+            verify(!learnButton(command).enabled);
+        compare(rows(), ["G#5 (80)", "C-1 (0)", "C#-1 (1)", "D-1 (2)"]);
+        compare([sheet.width, sheet.height], [350, 650]);
+        compare([sheet.minimumWidth, sheet.maximumWidth], [300, 400]);
+        compare([sheet.minimumHeight, sheet.maximumHeight], [600, 800]);
 
-        function init() {
-            makeWindow();
-            manager = window.midiManager;
-            Controllers.store([80, 0, 1, 2]);
-            Controllers.unplugAll();
-            tryVerify(() => !manager.isConnected);
-        }
+        // A device that is plugged in is listed, and waits to be picked.
+        Controllers.plugIn("keys");
+        tryVerify(() => shown("keys"));
+        verify(shown("Disconnected") && !item("keys").Accessible.checked);
+        click(item("keys"));
+        tryVerify(() => shown("Connected"));
+        verify(shown("Device: keys") && item("keys").Accessible.checked);
+        verify(Qt.colorEqual(item("Connected").color, Theme.green));
+        verify(learnButton("Record").enabled);
+    }
 
-        function open() {
-            activate(window);
-            mouseClick(find(window.header, "MIDI Settings"));
-            tryVerify(() => sheet && sheet.active);
-            flashes = [];
-            manager.lastTriggeredActionChanged.connect(noteFlash);
-        }
-        function cleanup() {
-            manager.lastTriggeredActionChanged.disconnect(noteFlash);
-        }
-        // With the first device connected.
-        function openWith(...devices) {
-            for (const device of devices)
-                Controllers.plugIn(device);
-            open();
-            click(item(devices[0]));
-            tryVerify(() => manager.isConnected);
-        }
-        function learnButton(command) {
-            return item("Learn " + command) ?? item("Listening for " + command);
-        }
-        function listening() {
-            return commands.filter(command => item("Listening for " + command));
-        }
-        function row(command) {
-            return learnButton(command).parent;
-        }
-        function rows() {
-            return commands.map(command => row(command).Accessible.name.split(": ")[1]);
-        }
-        function lit() {
-            return commands.filter(command => Qt.colorEqual(row(command).color,
-                Qt.alpha(Theme.blue, 0.2)) && row(command).Accessible.description === "Triggered");
-        }
+    function test_devices_are_places_in_the_list() {
+        const markup = "<b>pads</b> &amp;";
+        openWith("twin", "twin", markup);
+        verify(shown(markup) && shows(item(markup), markup));
+        const twins = () => Array.from(item(markup).parent.children).filter(
+            child => child.visible && child.Accessible.name === "twin");
+        compare(twins().map(twin => twin.Accessible.checked), [true, true], "by name alone");
+        mouseClick(twins()[1]);
+        compare(Controllers.connectedIndex(), 1);
+        const before = Controllers.connections();
+        mouseClick(twins()[1]);
+        compare(Controllers.connections(), before + 1, "connected anew");
 
-        function test_without_a_device() {
-            open();
-            const status = item("Disconnected");
-            verify(status.visible && Qt.colorEqual(status.color, Theme.red));
-            verify(shown("No MIDI devices found"));
-            verify(!shown("Refresh") && !shown("Device: ") && !shown("Stop Learning"));
-            for (const command of commands)
-                verify(!learnButton(command).enabled);
-            compare(rows(), ["G#5 (80)", "C-1 (0)", "C#-1 (1)", "D-1 (2)"]);
-            compare([sheet.width, sheet.height], [350, 650]);
-            compare([sheet.minimumWidth, sheet.maximumWidth], [300, 400]);
-            compare([sheet.minimumHeight, sheet.maximumHeight], [600, 800]);
+        // A row keeps the focus while others come and go after it.
+        twins()[0].forceActiveFocus(Qt.TabFocusReason);
+        Controllers.plugIn("last");
+        tryVerify(() => shown("last"));
+        verify(twins()[0].activeFocus);
+        keyClick(Qt.Key_Return);
+        compare(Controllers.connectedIndex(), 0);
+        click(item("Refresh"));
+        verify(twins()[0].activeFocus && shown("last"));
+    }
 
-            // A device that is plugged in is listed, and waits to be picked.
-            Controllers.plugIn("keys");
-            tryVerify(() => shown("keys"));
-            verify(shown("Disconnected") && !item("keys").Accessible.checked);
-            click(item("keys"));
-            verify(shown("Connected") && shown("Device: keys") && item("keys").Accessible.checked);
-            verify(Qt.colorEqual(item("Connected").color, Theme.green));
-            verify(learnButton("Record").enabled);
-        }
+    function test_learning() {
+        openWith("keys");
+        mouseClick(learnButton("Play"));
+        compare(listening(), ["Play"]);
+        verify(learnButton("Play").text === "Listening..." && shown("Stop Learning"));
+        verify(Qt.colorEqual(learnButton("Play").textColor, Theme.red));
+        compare(Machine.doAllActions(learnButton("Clear")), ["Press"]);
+        compare(listening(), ["Clear"], "it has moved");
+        verify(Qt.colorEqual(learnButton("Play").textColor, Theme.blue));
+        mouseClick(learnButton("Clear"));
+        compare(listening(), [], "the button itself ends it");
+        mouseClick(learnButton("Clear"));
+        click(item("Stop Learning"));
+        compare(listening(), []);
+        verify(!shown("Stop Learning"));
 
-        function test_devices_are_places_in_the_list() {
-            const markup = "<b>pads</b> &amp;";
-            openWith("twin", "twin", markup);
-            verify(shown(markup) && shows(item(markup), markup));
-            const twins = () => Array.from(item(markup).parent.children).filter(
-                child => child.visible && child.Accessible.name === "twin");
-            compare(twins().map(twin => twin.Accessible.checked), [true, true], "by name alone");
-            mouseClick(twins()[1]);
-            compare(Controllers.connectedIndex(), 1);
-            const before = Controllers.connections();
-            mouseClick(twins()[1]);
-            compare(Controllers.connections(), before + 1, "connected anew");
+        mouseClick(learnButton("Play"));
+        verify(Controllers.play(60));
+        const learned = ["G#5 (80)", "C4 (60)", "C#-1 (1)", "D-1 (2)"];
+        compare(flashed(), [{ lit: ["Play"], listening: ["Play"], rows: learned },
+            { lit: [], listening: [], rows: learned }]);
+        compare(Controllers.storedNotes(), [80, 0, 1, 2]);
 
-            // A row keeps the focus while others come and go after it.
-            twins()[0].forceActiveFocus(Qt.TabFocusReason);
-            Controllers.plugIn("last");
-            tryVerify(() => shown("last"));
-            verify(twins()[0].activeFocus);
-            keyClick(Qt.Key_Return);
-            compare(Controllers.connectedIndex(), 0);
-            click(item("Refresh"));
-            verify(twins()[0].activeFocus && shown("last"));
-        }
+        // What was learned is in effect, but only a save keeps it.
+        click(item("Cancel"));
+        tryCompare(test, "sheet", null);
+        compare(Controllers.notesInEffect(), [80, 60, 1, 2]);
+        compare(Controllers.storedNotes(), [80, 0, 1, 2]);
+    }
 
-        function test_learning() {
-            openWith("keys");
-            mouseClick(learnButton("Play"));
-            compare(listening(), ["Play"]);
-            verify(learnButton("Play").text === "Listening..." && shown("Stop Learning"));
-            verify(Qt.colorEqual(learnButton("Play").textColor, Theme.red));
-            compare(Desktop.doAllActions(learnButton("Clear")), ["Press"]);
-            compare(listening(), ["Clear"], "it has moved");
-            verify(Qt.colorEqual(learnButton("Play").textColor, Theme.blue));
-            mouseClick(learnButton("Clear"));
-            compare(listening(), [], "the button itself ends it");
-            mouseClick(learnButton("Clear"));
-            click(item("Stop Learning"));
-            compare(listening(), []);
-            verify(!shown("Stop Learning"));
+    function test_notes_command_the_looper_while_the_sheet_is_open() {
+        openWith("keys");
+        Disk.clear();
+        Disk.playIn(window.viewModel);
+        tryCompare(window.loopState, "canPlay", true);
+        Controllers.play(2);
+        compare(flashed().map(flash => flash.lit), [["Clear"], []]);
+        tryCompare(window.loopState, "canPlay", false);
+        // The window's own keys wait.
+        verify(!find(window.contentItem, "Record").parent.keysEnabled);
 
-            mouseClick(learnButton("Play"));
-            verify(Controllers.play(60));
-            const learned = ["G#5 (80)", "C4 (60)", "C#-1 (1)", "D-1 (2)"];
-            compare(flashed(), [{ lit: ["Play"], listening: ["Play"], rows: learned },
-                { lit: [], listening: [], rows: learned }]);
-            compare(Controllers.storedNotes(), [80, 0, 1, 2]);
+        // Whatever window there is has the commands, and none is no harm.
+        otherWindow = createTemporaryObject(contentView, null);
+        Disk.playIn(otherWindow.viewModel);
+        tryCompare(otherWindow.loopState, "canPlay", true);
+        Controllers.play(2);
+        tryCompare(otherWindow.loopState, "canPlay", false);
+        flashed();
+        otherWindow.destroy();
+        tryCompare(test, "otherWindow", null);
+        Controllers.play(2);
+        compare(flashed()[0].lit, ["Clear"]);
+    }
 
-            // What was learned is in effect, but only a save keeps it.
-            click(item("Cancel"));
-            tryCompare(test, "sheet", null);
-            compare(Controllers.notesInEffect(), [80, 60, 1, 2]);
-            compare(Controllers.storedNotes(), [80, 0, 1, 2]);
-        }
+    function test_reset_is_an_edit() {
+        Controllers.store([60, 61, 62, 63]);
+        openWith("keys");
+        const defaults = ["G#5 (80)", "C-1 (0)", "C#-1 (1)", "D-1 (2)"];
+        const ask = () => {
+            click(item("Reset to Defaults"));
+            tryVerify(() => shown("Reset MIDI Configuration") && item("Reset"));
+        };
+        const answered = () => tryVerify(() => !shown("Reset MIDI Configuration"));
+        ask();
+        const words = item("This will reset all MIDI note mappings to their default values.");
+        verify(words.contentWidth <= words.width && words.contentHeight <= words.height,
+               "all of it can be read");
+        const buttons = () => Array.from(item("Reset").parent.children).filter(
+            child => child.Accessible.role === Accessible.Button);
+        compare(buttons().map(button => button.text), ["Cancel", "Reset"]);
+        const cancel = () => buttons()[0];
+        tryVerify(() => cancel().activeFocus);
+        keyClick(Qt.Key_Return, Qt.ControlModifier);
+        keyClick(Qt.Key_Escape);
+        answered();
+        ask();
+        tryVerify(() => cancel().activeFocus);
+        keyClick(Qt.Key_Return);
+        answered();
+        compare(rows(), ["C4 (60)", "C#4 (61)", "D4 (62)", "D#4 (63)"]);
+        ask();
+        click(item("Reset"));
+        answered();
+        compare(rows(), defaults);
+        compare(Controllers.notesInEffect(), [60, 61, 62, 63]);
 
-        function test_notes_command_the_looper_while_the_sheet_is_open() {
-            openWith("keys");
-            Disk.clear();
-            Disk.playIn(window.viewModel);
-            tryCompare(window.loopState, "canPlay", true);
-            Controllers.play(2);
-            compare(flashed().map(flash => flash.lit), [["Clear"], []]);
-            tryCompare(window.loopState, "canPlay", false);
-            // The window's own keys wait.
-            verify(!find(window.contentItem, "Record").parent.keysEnabled);
+        // The mapping is written again as it was: still not another one.
+        mouseClick(learnButton("Play"));
+        Controllers.play(61);
+        compare(flashed()[0].rows, defaults);
+        mouseClick(learnButton("Play"));
+        Controllers.play(70);
+        compare(flashed()[0].rows, ["C4 (60)", "A#4 (70)", "D4 (62)", "D#4 (63)"],
+                "the reset is lost");
 
-            // Whatever window there is has the commands, and none is no harm.
-            scene.otherWindow = createTemporaryObject(contentView, null);
-            Disk.playIn(scene.otherWindow.viewModel);
-            tryCompare(scene.otherWindow.loopState, "canPlay", true);
-            Controllers.play(2);
-            tryCompare(scene.otherWindow.loopState, "canPlay", false);
-            flashed();
-            scene.otherWindow.destroy();
-            tryCompare(scene, "otherWindow", null);
-            Controllers.play(2);
-            compare(flashed()[0].lit, ["Clear"]);
-        }
+        ask();
+        keyClick(Qt.Key_Tab);
+        keyClick(Qt.Key_Space);
+        answered();
+        compare(rows(), defaults);
+        click(item("Cancel"));
+        tryCompare(test, "sheet", null);
+        compare(Controllers.storedNotes(), [60, 61, 62, 63]);
+        open();
+        compare(rows(), ["C4 (60)", "A#4 (70)", "D4 (62)", "D#4 (63)"], "afresh");
+        ask();
+        click(item("Reset"));
+        answered();
+        click(item("Save"));
+        tryCompare(test, "sheet", null);
+        compare([Controllers.storedNotes(), Controllers.notesInEffect()],
+                [[80, 0, 1, 2], [80, 0, 1, 2]]);
+    }
 
-        function test_reset_is_an_edit() {
-            Controllers.store([60, 61, 62, 63]);
-            openWith("keys");
-            const defaults = ["G#5 (80)", "C-1 (0)", "C#-1 (1)", "D-1 (2)"];
-            const ask = () => {
-                click(item("Reset to Defaults"));
-                tryVerify(() => shown("Reset MIDI Configuration") && item("Reset"));
-            };
-            const answered = () => tryVerify(() => !shown("Reset MIDI Configuration"));
-            ask();
-            const words = item("This will reset all MIDI note mappings to their default values.");
-            verify(words.contentWidth <= words.width && words.contentHeight <= words.height,
-                   "all of it can be read");
-            const buttons = () => Array.from(item("Reset").parent.children).filter(
-                child => child.Accessible.role === Accessible.Button);
-            compare(buttons().map(button => button.text), ["Cancel", "Reset"]);
-            const cancel = () => buttons()[0];
-            tryVerify(() => cancel().activeFocus);
-            keyClick(Qt.Key_Return, Qt.ControlModifier);
-            keyClick(Qt.Key_Escape);
-            answered();
-            ask();
-            tryVerify(() => cancel().activeFocus);
-            keyClick(Qt.Key_Return);
-            answered();
-            compare(rows(), ["C4 (60)", "C#4 (61)", "D4 (62)", "D#4 (63)"]);
-            ask();
-            click(item("Reset"));
-            answered();
-            compare(rows(), defaults);
-            compare(Controllers.notesInEffect(), [60, 61, 62, 63]);
+    function test_every_way_out_ends_learning_data() {
+        return [
+            { tag: "Escape", close: () => keyClick(Qt.Key_Escape) },
+            { tag: "Ctrl+Return", close: () => keyClick(Qt.Key_Return, Qt.ControlModifier),
+                saves: true },
+            { tag: "window", close: () => sheet.close() },
+            { tag: "main window", close: () => window.destroy() }
+        ];
+    }
+    function test_every_way_out_ends_learning(data) {
+        openWith("keys");
+        mouseClick(learnButton("Stop"));
+        Controllers.play(90);
+        compare(flashed()[1].listening, []);
+        mouseClick(learnButton("Record"));
+        keyClick(Qt.Key_Return);
+        verify(manager.isLearningMode && sheet.visible, "Return alone does nothing");
+        data.close();
+        tryCompare(manager, "isLearningMode", false);
+        compare(Controllers.storedNotes(), [80, 0, data.saves ? 90 : 1, 2]);
+        if (data.tag !== "main window")
+            verify(!window.showingMIDISettings && !window.showingSheet);
+    }
 
-            // The mapping is written again as it was: still not another one.
-            mouseClick(learnButton("Play"));
-            Controllers.play(61);
-            compare(flashed()[0].rows, defaults);
-            mouseClick(learnButton("Play"));
-            Controllers.play(70);
-            compare(flashed()[0].rows, ["C4 (60)", "A#4 (70)", "D4 (62)", "D#4 (63)"],
-                    "the reset is lost");
+    function test_sheets_come_one_after_the_other() {
+        open();
+        window.loopState.showingSaveDialog = true;
+        tryCompare(test, "sheet", null);
+        verify(window.saveSheet.visible);
+        window.loopState.showingSaveDialog = false;
+        tryVerify(() => sheet && sheet.visible && !window.saveSheet);
+    }
 
-            ask();
+    function test_the_keyboard_reaches_everything_and_brings_it_into_sight() {
+        const many = Array.from({ length: 20 }, (_, i) => "controller " + i);
+        const endless = "x".repeat(500);
+        openWith("keys", endless, ...many);
+        Machine.doAllActions(learnButton("Record"));
+        const stops = ["Cancel", "Save", "Refresh", "keys", endless, ...many, "Stop Learning",
+            "Listening for Record", "Learn Play", "Learn Stop", "Learn Clear",
+            "Reset to Defaults", "Cancel"];
+        const area = item("Refresh").parent.parent.parent.parent.parent.parent.parent.parent;
+        for (const name of stops) {
             keyClick(Qt.Key_Tab);
-            keyClick(Qt.Key_Space);
-            answered();
-            compare(rows(), defaults);
-            click(item("Cancel"));
-            tryCompare(test, "sheet", null);
-            compare(Controllers.storedNotes(), [60, 61, 62, 63]);
-            open();
-            compare(rows(), ["C4 (60)", "A#4 (70)", "D4 (62)", "D#4 (63)"], "afresh");
-            ask();
-            click(item("Reset"));
-            answered();
-            click(item("Save"));
-            tryCompare(test, "sheet", null);
-            compare([Controllers.storedNotes(), Controllers.notesInEffect()],
-                    [[80, 0, 1, 2], [80, 0, 1, 2]]);
+            const stop = item(name);
+            verify(stop.activeFocus, name);
+            verify(stop.width > 0 && stop.width <= 302, name);
+            const y = stop.mapToItem(null, 0, 0).y;
+            verify(y >= 0 && y + stop.height <= sheet.height, name + " at " + y);
+            if (name === endless)
+                tryVerify(() => shows(sheet.contentItem.parent, endless), 3000, "in full");
         }
-
-        function test_every_way_out_ends_learning_data() {
-            return [
-                { tag: "Escape", close: () => keyClick(Qt.Key_Escape) },
-                { tag: "Ctrl+Return", close: () => keyClick(Qt.Key_Return, Qt.ControlModifier),
-                    saves: true },
-                { tag: "window", close: () => sheet.close() },
-                { tag: "main window", close: () => window.destroy() }
-            ];
-        }
-        function test_every_way_out_ends_learning(data) {
-            openWith("keys");
-            mouseClick(learnButton("Stop"));
-            Controllers.play(90);
-            compare(flashed()[1].listening, []);
-            mouseClick(learnButton("Record"));
-            keyClick(Qt.Key_Return);
-            verify(manager.isLearningMode && sheet.visible, "Return alone does nothing");
-            data.close();
-            tryCompare(manager, "isLearningMode", false);
-            compare(Controllers.storedNotes(), [80, 0, data.saves ? 90 : 1, 2]);
-            if (data.tag !== "main window")
-                verify(!window.showingMIDISettings && !window.showingSheet);
-        }
-
-        function test_sheets_come_one_after_the_other() {
-            open();
-            window.loopState.showingSaveDialog = true;
-            tryCompare(test, "sheet", null);
-            verify(window.saveSheet.visible);
-            window.loopState.showingSaveDialog = false;
-            tryVerify(() => sheet && sheet.visible && !window.saveSheet);
-        }
-
-        function test_the_keyboard_reaches_everything_and_brings_it_into_sight() {
-            const many = Array.from({ length: 20 }, (_, i) => "controller " + i);
-            const endless = "x".repeat(500);
-            openWith("keys", endless, ...many);
-            Desktop.doAllActions(learnButton("Record"));
-            const stops = ["Cancel", "Save", "Refresh", "keys", endless, ...many, "Stop Learning",
-                "Listening for Record", "Learn Play", "Learn Stop", "Learn Clear",
-                "Reset to Defaults", "Cancel"];
-            const area = item("Refresh").parent.parent.parent.parent.parent.parent.parent.parent;
-            for (const name of stops) {
-                keyClick(Qt.Key_Tab);
-                const stop = item(name);
-                verify(stop.activeFocus, name);
-                verify(stop.width > 0 && stop.width <= 302, name);
-                const y = stop.mapToItem(null, 0, 0).y;
-                verify(y >= 0 && y + stop.height <= sheet.height, name + " at " + y);
-                if (name === endless)
-                    tryVerify(() => shows(sheet.contentItem.parent, endless), 3000, "in full");
-            }
-            item("Learn Play").forceActiveFocus(Qt.BacktabFocusReason);
-            keyClick(Qt.Key_Space);
-            compare(listening(), ["Play"]);
-            const top = item("Connected").mapToItem(null, 0, 0).y;
-            verify(top < 0);
-            keyClick(Qt.Key_Home);
-            tryVerify(() => item("Connected").mapToItem(null, 0, 0).y > 0);
-            keyClick(Qt.Key_PageDown);
-            tryVerify(() => item("Connected").mapToItem(null, 0, 0).y < 0);
-        }
+        item("Learn Play").forceActiveFocus(Qt.BacktabFocusReason);
+        keyClick(Qt.Key_Space);
+        compare(listening(), ["Play"]);
+        const top = item("Connected").mapToItem(null, 0, 0).y;
+        verify(top < 0);
+        keyClick(Qt.Key_Home);
+        tryVerify(() => item("Connected").mapToItem(null, 0, 0).y > 0);
+        keyClick(Qt.Key_PageDown);
+        tryVerify(() => item("Connected").mapToItem(null, 0, 0).y < 0);
     }
 }

@@ -1,76 +1,70 @@
 import QtQuick
-import QtTest
 import Tessivo
 import TessivoTest
 
-Item {
-    width: 100
-    height: 100
+// The whole window with its real controller.
+SheetTestCase {
+    name: "ContentView"
 
-    // The whole window with its real controller.
-    SheetTestCase {
-        name: "ContentView"
+    function test_window() {
+        makeWindow();
+        activate(window);
+        const content = window.contentItem;
+        const toolbarHeight = window.height - content.height;
+        compare([content.width, content.height], [400, 500]);
+        compare([window.maximumWidth, window.maximumHeight], [400, 500 + toolbarHeight]);
+        compare(window.minimumWidth, 380);
+        verify(toolbarHeight > 0 && toolbarHeight < 60);
+        const item = name => find(window.contentItem, name);
+        verify(item("Press Record"));
+        verify(item("Record").enabled);
 
-        function test_window() {
-            makeWindow();
-            activate(window);
-            const content = window.contentItem;
-            const toolbarHeight = window.height - content.height;
-            compare([content.width, content.height], [400, 500]);
-            compare([window.maximumWidth, window.maximumHeight], [400, 500 + toolbarHeight]);
-            compare(window.minimumWidth, 380);
-            verify(toolbarHeight > 0 && toolbarHeight < 60);
-            const item = name => find(window.contentItem, name);
-            verify(item("Press Record"));
-            verify(item("Record").enabled);
+        // Nothing overlaps in the smallest window either.
+        window.height = window.minimumHeight;
+        const toggle = item("Input Monitor");
+        const product = item("Tessivo");
+        tryVerify(() => product.y + product.height === content.height - 40);
+        compare(window.height, window.minimumHeight);
+        verify(product.y >= toggle.mapToItem(null, 0, toggle.height).y + 60);
 
-            // Nothing overlaps in the smallest window either.
-            window.height = window.minimumHeight;
-            const toggle = item("Input Monitor");
-            const product = item("Tessivo");
-            tryVerify(() => product.y + product.height === content.height - 40);
-            compare(window.height, window.minimumHeight);
-            verify(product.y >= toggle.mapToItem(null, 0, toggle.height).y + 60);
-
-            for (const name of ["Library", "MIDI Settings"]) {
-                keyClick(Qt.Key_Tab);
-                verify(find(window.header, name).activeFocus, name);
-            }
+        for (const name of ["Library", "MIDI Settings"]) {
             keyClick(Qt.Key_Tab);
-            verify(item("Record").activeFocus);
-            const save = find(window.header, "Save");
-            verify(!save.enabled);
-            for (const target of [save, product, item("Input Monitor")]) {
-                item("Record").forceActiveFocus(Qt.TabFocusReason);
-                mouseClick(target);
-                verify(!item("Record").activeFocus, "a click takes the focus back");
-            }
-            tryCompare(window.loopState, "inputMonitoringEnabled", true, 5000, "and does its work");
-            mouseMove(item("Stop"));
-            tryVerify(() => shows(window.contentItem.parent, "Stop [Space]"), 3000);
-            mouseMove(save);
-            tryVerify(() => shows(window.contentItem.parent, "Save [Ctrl+S]"), 3000);
-            tryVerify(() => !shows(window.contentItem.parent, "Stop [Space]"), 3000);
-            keyClick(Qt.Key_S, Qt.ControlModifier);
-            compare(window.saveSheet, null, "there is nothing to save");
+            verify(find(window.header, name).activeFocus, name);
+        }
+        keyClick(Qt.Key_Tab);
+        verify(item("Record").activeFocus);
+        const save = find(window.header, "Save");
+        verify(!save.enabled);
+        for (const target of [save, product, item("Input Monitor")]) {
+            item("Record").forceActiveFocus(Qt.TabFocusReason);
+            mouseClick(target);
+            verify(!item("Record").activeFocus, "a click takes the focus back");
+        }
+        tryCompare(window.loopState, "inputMonitoringEnabled", true, 5000, "and does its work");
+        mouseMove(item("Stop"));
+        tryVerify(() => shows(window.contentItem.parent, "Stop [Space]"), 3000);
+        mouseMove(save);
+        tryVerify(() => shows(window.contentItem.parent, "Save [Ctrl+S]"), 3000);
+        tryVerify(() => !shows(window.contentItem.parent, "Stop [Space]"), 3000);
+        keyClick(Qt.Key_S, Qt.ControlModifier);
+        compare(window.saveSheet, null, "there is nothing to save");
 
-            Disk.playIn(window.viewModel);
-            tryVerify(() => window.loopState.canPlay);
-            for (const [command, stopped] of [["Play", false], ["Stop", true]]) {
-                mouseClick(item(command));
-                tryVerify(() => find(window.header, "Library").enabled === stopped);
-                keyClick(Qt.Key_O, Qt.ControlModifier);
-                wait(50);
-                compare(window.librarySheet !== null, stopped);
-            }
-            window.loopState.showingLoopLibrary = false;
+        Disk.playIn(window.viewModel);
+        tryVerify(() => window.loopState.canPlay);
+        for (const [command, stopped] of [["Play", false], ["Stop", true]]) {
+            mouseClick(item(command));
+            tryVerify(() => find(window.header, "Library").enabled === stopped);
+            keyClick(Qt.Key_O, Qt.ControlModifier);
+            wait(50);
+            compare(window.librarySheet !== null, stopped);
+        }
+        window.loopState.showingLoopLibrary = false;
 
-            for (const flag of ["showingSaveDialog", "showingLoopLibrary"]) {
-                window.loopState[flag] = true;
-                verify(!item("Record").parent.keysEnabled);
-                window.loopState[flag] = false;
-                verify(item("Record").parent.keysEnabled);
-            }
+        for (const flag of ["showingSaveDialog", "showingLoopLibrary"]) {
+            window.loopState[flag] = true;
+            verify(!item("Record").parent.keysEnabled);
+            window.loopState[flag] = false;
+            verify(item("Record").parent.keysEnabled);
         }
     }
 }

@@ -1,5 +1,4 @@
 import QtQuick
-import QtTest
 import Tessivo
 import Tessivo.Style
 import TessivoTest
@@ -62,7 +61,7 @@ Item {
             toggle.forceActiveFocus(Qt.TabFocusReason);
             keyClick(Qt.Key_Space);
             compare(scene.calls, 3);
-            const actions = Desktop.doAllActions(toggle);
+            const actions = Machine.doAllActions(toggle);
             verify(actions.length > 0);
             compare(scene.calls, 3 + actions.length, "once for each of " + actions);
         }

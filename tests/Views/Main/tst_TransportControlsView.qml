@@ -1,5 +1,4 @@
 import QtQuick
-import QtTest
 import Tessivo
 import Tessivo.Style
 import TessivoTest
@@ -107,10 +106,10 @@ Item {
             state.record();
             const react = () => state.stop(true);
             controls.stop.connect(react);
-            Desktop.hold(controls.Window.window, Qt.Key_Space, 5);
+            Machine.hold(controls.Window.window, Qt.Key_Space, 5);
             controls.stop.disconnect(react);
             compare(scene.calls, ["stop"]);
-            Desktop.hold(controls.Window.window, Qt.Key_Space, 0);
+            Machine.hold(controls.Window.window, Qt.Key_Space, 0);
             compare(scene.calls, ["stop", "play"]);
         }
 
@@ -118,7 +117,7 @@ Item {
             state.stop(true);
             keyClick(Qt.Key_Tab);
             verify(button("Record").activeFocus);
-            Desktop.hold(controls.Window.window, Qt.Key_Space, 3);
+            Machine.hold(controls.Window.window, Qt.Key_Space, 3);
             compare(scene.calls, ["record"]);
             keyClick(Qt.Key_Tab);
             verify(button("Play").activeFocus);
@@ -136,9 +135,9 @@ Item {
         }
 
         function test_a_screen_reader_reads_and_presses() {
-            compare(Desktop.doAllActions(button("Record")), ["Press"]);
+            compare(Machine.doAllActions(button("Record")), ["Press"]);
             compare(scene.calls, ["record"]);
-            Desktop.doAllActions(button("Clear"));
+            Machine.doAllActions(button("Clear"));
             compare(scene.calls, ["record"], "a disabled button stays disabled");
             const keys = { Record: "Return", Play: "Space", Stop: "Space", Clear: "Cmd+Delete" };
             for (const name in keys) {

@@ -4,6 +4,7 @@
 #include "Platform/Sound/Limits.h"
 
 #include <algorithm>
+#include <cmath>
 #include <utility>
 
 namespace tessivo::sound {
@@ -20,6 +21,9 @@ constexpr milliseconds kHeardPoll{10};
 // Frames ahead of the callback's position that must not be taken back: those of a cycle that is
 // running and of the one after it.
 constexpr std::int64_t kGuardFrames = 2 * static_cast<std::int64_t>(kMaxRenderFrames);
+
+// Far more than the converter's filter is long, at any rate that it converts.
+constexpr std::int64_t kFilterFrames = 4096;
 
 void notify(const PlayerReader::ScheduledFile& file, PlaybackNotice::Reason reason) {
     if (file.handler) {
@@ -46,10 +50,12 @@ void makeStereo(std::vector<float>& samples, std::uint32_t channels, std::size_t
 } // namespace
 
 PlayerReader::PlayerReader(std::shared_ptr<PlayerRing> ring, double renderRate,
-                           std::function<double()> outputLatency)
+                           std::function<double()> outputLatency, std::optional<Sounding> sounding)
     : ring_(std::move(ring))
     , renderRate_(renderRate)
-    , outputLatency_(std::move(outputLatency)) {}
+    , outputLatency_(std::move(outputLatency))
+    , followsSounding_(sounding.has_value())
+    , sounding_(std::move(sounding)) {}
 
 void PlayerReader::schedule(ScheduledFile file) {
     const std::lock_guard lock(ordersMutex_);
@@ -81,6 +87,9 @@ std::optional<milliseconds> PlayerReader::work() {
 
 void PlayerReader::fail() {
     failed_ = true;
+    if (followsSounding_) {
+        ring_->stop(); // what sounds from memory has nothing to go on with
+    }
     ring_->setPrebuffered(); // what was decoded before is heard
 }
 
@@ -164,6 +173,7 @@ std::optional<milliseconds> PlayerReader::decode() {
     const auto& scheduled = scheduled_.front();
     auto& file = *scheduled.file;
     if (!passOpen_) {
+        joining_ = sounding_.has_value();
         openFile(file);
     }
     ring_->setMoreToCome(true);
@@ -208,6 +218,28 @@ void PlayerReader::openFile(const AudioFileReader& file) {
     }
     filePosition_ = 0;
     passOpen_ = true;
+    if (sounding_) {
+        joinSounding(file);
+    }
+}
+
+// Begins at the frame that is due now. What is over by the time it has been decoded, the callback
+// skips. A converter begins a little earlier, so that its filter knows what came before.
+void PlayerReader::joinSounding(const AudioFileReader& file) {
+    const std::int64_t join = std::max(sounding_->now(), sounding_->zero);
+    const std::int64_t frame = (join - sounding_->zero) % sounding_->length;
+    if (converter_) {
+        const double ratio = file.format().sampleRate() / renderRate_;
+        const std::int64_t early = std::max<std::int64_t>(0, frame - kFilterFrames);
+        filePosition_ = std::min(std::llround(static_cast<double>(early) * ratio),
+                                 static_cast<long long>(file.length() - 1));
+        skip_ = static_cast<std::size_t>(
+            std::max(0LL, frame - std::llround(static_cast<double>(filePosition_) / ratio)));
+    } else {
+        filePosition_ = frame % file.length();
+    }
+    ring_->setJoin(join, converter_ != nullptr);
+    sounding_.reset();
 }
 
 // Fills stereo_ with the file's next frames. A file that fits into one step is read once,
@@ -220,8 +252,8 @@ void PlayerReader::readStep(AudioFileReader& file, std::int64_t count) {
     const auto samples = std::span(stereo_).first(frames * channels);
     std::size_t got = 0;
     try {
-        if (filePosition_ == 0) {
-            file.seek(0);
+        if (std::exchange(joining_, false) || filePosition_ == 0) {
+            file.seek(filePosition_);
         }
         got = static_cast<std::size_t>(std::max<std::int64_t>(file.read(samples), 0)) * channels;
     } catch (const AudioError&) {
@@ -251,6 +283,9 @@ void PlayerReader::convertAndPush(std::span<const float> stereo, bool endOfInput
 }
 
 void PlayerReader::push(std::span<const float> stereo) {
+    const std::size_t over = std::min(skip_, stereo.size() / kGraphChannels);
+    skip_ -= over;
+    stereo = stereo.subspan(over * kGraphChannels);
     ring_->push(stereo);
     written_ += static_cast<std::int64_t>(stereo.size() / kGraphChannels);
 }

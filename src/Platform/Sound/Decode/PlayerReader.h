@@ -23,9 +23,16 @@ namespace tessivo::sound {
 // The main thread gives orders.
 class PlayerReader {
 public:
+    // A loop that sounds already: the first file goes on in its phase.
+    struct Sounding {
+        std::int64_t length = 0;           // frames
+        std::int64_t zero = 0;             // a position at which its frame 0 is heard
+        std::function<std::int64_t()> now; // the position that is rendered next; any thread
+    };
+
     // outputLatency: from a rendered frame to the moment at which it is heard, seconds.
     PlayerReader(std::shared_ptr<PlayerRing> ring, double renderRate,
-                 std::function<double()> outputLatency);
+                 std::function<double()> outputLatency, std::optional<Sounding> sounding = {});
 
     // A file to be played some times in a row.
     struct ScheduledFile {
@@ -44,7 +51,8 @@ public:
     // Reader thread: does one step of work. Returns how long the thread may wait before the
     // next one: zero for not at all, nothing for until there is a new order.
     std::optional<std::chrono::milliseconds> work();
-    // Reader thread: decodes nothing any more. What is scheduled, now or later, is stopped.
+    // Reader thread: decodes nothing any more. What is scheduled, now or later, is stopped; so
+    // is a loop that sounds from memory.
     void fail();
     // Reader thread: stopped, all notices given; no more work.
     bool isRetired() const { return retired_; }
@@ -65,6 +73,7 @@ private:
     void dropPassEnds(std::size_t keep);
     std::optional<std::chrono::milliseconds> decode();
     void openFile(const AudioFileReader& file);
+    void joinSounding(const AudioFileReader& file);
     std::int64_t framesPerStep(const AudioFileReader& file) const;
     void readStep(AudioFileReader& file, std::int64_t count);
     void convertAndPush(std::span<const float> stereo, bool endOfInput);
@@ -75,6 +84,7 @@ private:
     const std::shared_ptr<PlayerRing> ring_;
     const double renderRate_; // Hz
     const std::function<double()> outputLatency_;
+    const bool followsSounding_;
 
     std::mutex ordersMutex_; // main and reader thread only
     std::deque<Order> orders_;
@@ -89,9 +99,11 @@ private:
     std::optional<Clock::time_point> endTakenAt_; // when we saw the first pass end leave
     double converterRate_ = 0.0;                  // Hz, of the files that it converts
     std::unique_ptr<RateConverter> converter_;
-    std::vector<float> stereo_; // the decoded step, interleaved
-    std::shared_ptr<AudioFileReader>
-        fileInMemory_; // a short file that stereo_ holds whole: later passes need no disk
+    std::optional<Sounding> sounding_; // until its first file is opened
+    bool joining_ = false;             // it is to be read from the join on
+    std::size_t skip_ = 0;             // converted frames that are over before the join
+    std::vector<float> stereo_;        // the decoded step, interleaved
+    std::shared_ptr<AudioFileReader> fileInMemory_; // the one that stereo_ holds whole, or none
     bool failed_ = false;
     bool retired_ = false;
 };

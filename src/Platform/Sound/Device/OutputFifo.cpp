@@ -17,11 +17,11 @@ void OutputFifo::clear() TESSIVO_REALTIME {
     fetched_ = true;
 }
 
-void OutputFifo::beginCycle() TESSIVO_REALTIME {
-    if (!fetched_) {
-        drop(size_);
-    }
+std::uint32_t OutputFifo::beginCycle() TESSIVO_REALTIME {
+    const std::uint32_t late = fetched_ ? 0 : size_;
+    drop(late);
     fetched_ = false;
+    return late;
 }
 
 void OutputFifo::push(std::span<const float* const> channels,

@@ -20,7 +20,8 @@ public:
     void clear() TESSIVO_REALTIME;
 
     // Begins a cycle. Frames that were not fetched since the previous one are late: dropped.
-    void beginCycle() TESSIVO_REALTIME;
+    // Returns how many.
+    std::uint32_t beginCycle() TESSIVO_REALTIME;
     // When it is full, the oldest frames are dropped.
     void push(std::span<const float* const> channels, std::uint32_t frames) TESSIVO_REALTIME;
 
@@ -42,7 +43,7 @@ private:
     std::uint32_t first_ = 0;
     std::uint32_t size_ = 0;
     bool fetched_ = true;
-    std::uint32_t lowestFill_ = 0; // smallest size after a pop() in these cycles
+    std::uint32_t lowestFill_ = 0;
     std::uint32_t cyclesWatched_ = 0;
 };
 

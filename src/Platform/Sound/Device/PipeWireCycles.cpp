@@ -4,13 +4,19 @@
 
 #include <algorithm>
 #include <chrono>
+#include <optional>
 #include <thread>
+#include <utility>
 
 namespace tessivo::sound {
 
 namespace {
 
 constexpr std::uint32_t kSampleBytes = sizeof(float);
+
+// A stream that converts rates wants a few frames more or less than were rendered in a cycle. One
+// that wants many more has not heard yet that the cycles are shorter now.
+constexpr std::uint32_t kUneven = 8;
 
 // A stream's buffer, which is queued again in any case.
 class DequeuedBuffer {
@@ -42,6 +48,15 @@ private:
     pw_buffer* buffer_;
 };
 
+// What a stream states of the current cycle; nothing while it is in none.
+std::optional<pw_time> statedTime(pw_stream* stream) TESSIVO_REALTIME {
+    pw_time time{};
+    if (pw_stream_get_time_n(stream, &time, sizeof time) < 0 || time.rate.denom == 0) {
+        return std::nullopt;
+    }
+    return time;
+}
+
 } // namespace
 
 PipeWireCycles::PipeWireCycles() {
@@ -52,12 +67,14 @@ PipeWireCycles::PipeWireCycles() {
 
 void PipeWireCycles::start(AudioRenderer& renderer, double renderRate) {
     renderRate_ = renderRate;
+    position_ = {};
     renderer_ = &renderer;
 }
 
 void PipeWireCycles::stop() {
     renderer_ = nullptr;
     awaitLeave();
+    inputLatency_ = 0.0;
     outputLatency_ = 0.0;
 }
 
@@ -155,23 +172,30 @@ void PipeWireCycles::capture(AudioRenderer& renderer, pw_stream* stream) TESSIVO
                 input[c] = static_cast<const float*>(side.data) + offset / kSampleBytes;
                 frames = std::min(frames, bytes / kSampleBytes);
             }
-            fifo_.beginCycle();
+            const GraphPosition::Cycle cycle = beginCycle(stream, frames);
+            const std::uint32_t late = fifo_.beginCycle();
+            countMissedOutput(wasTriggered_ ? late : 0);
             for (std::uint32_t done = 0; done < frames;) {
                 const std::uint32_t part = std::min(frames - done, kMaxRenderFrames);
                 const std::array<const float*, kGraphChannels> in{input[0] + done, input[1] + done};
                 const std::array<float*, kGraphChannels> out{scratch_[0].data(),
                                                              scratch_[1].data()};
+                const Moment time = timeOf(cycle, done);
+                const std::uint32_t missed = done == 0 ? cycle.missed : 0;
+                const std::uint32_t missedOutput = takeMissedOutput();
                 if (playback != nullptr) {
-                    renderer.render({in, out, part});
+                    renderer.render({in, out, part, time, missed, missedOutput});
                     fifo_.push(std::array<const float*, kGraphChannels>{out[0], out[1]}, part);
                 } else {
-                    renderer.render({in, {}, part});
+                    renderer.render({in, {}, part, time, missed, missedOutput});
                 }
                 done += part;
             }
+            renderedFrames_ = frames;
         }
     }
-    if (playback != nullptr && renders && playbackRunning_) {
+    wasTriggered_ = playback != nullptr && renders && playbackRunning_;
+    if (wasTriggered_) {
         pw_stream_trigger_process(playback);
     }
 }
@@ -190,12 +214,17 @@ void PipeWireCycles::playback(AudioRenderer& renderer, pw_stream* stream) TESSIV
         frames = static_cast<std::uint32_t>(std::min<std::uint64_t>(frames, buffer.requested()));
     }
     if (triggered_) {
-        fifo_.pop(sides, frames);
+        const std::uint32_t rendered = std::exchange(renderedFrames_, 0);
+        if (rendered > 0 && frames > rendered + kUneven) {
+            frames = std::max(rendered, std::min(frames, fifo_.size()));
+        }
+        countMissedOutput(fifo_.pop(sides, frames));
     } else {
+        const GraphPosition::Cycle cycle = beginCycle(stream, frames);
         for (std::uint32_t done = 0; done < frames;) {
             const std::uint32_t part = std::min(frames - done, kMaxRenderFrames);
             const std::array<float*, kGraphChannels> out{sides[0] + done, sides[1] + done};
-            renderer.render({{}, out, part});
+            renderer.render({{}, out, part, timeOf(cycle, done), done == 0 ? cycle.missed : 0U});
             done += part;
         }
     }
@@ -205,19 +234,50 @@ void PipeWireCycles::playback(AudioRenderer& renderer, pw_stream* stream) TESSIV
         channel.chunk->size = frames * kSampleBytes;
     }
     buffer.setSize(frames);
-    measureLatency(stream);
+    if (const std::optional<pw_time> time = statedTime(stream)) {
+        outputLatency_.store(latencyOf(*time) + fifo_.size() / renderRate_.load(),
+                             std::memory_order_relaxed);
+    }
 }
 
-void PipeWireCycles::measureLatency(pw_stream* stream) TESSIVO_REALTIME {
-    pw_time time{};
-    if (pw_stream_get_time_n(stream, &time, sizeof time) < 0 || time.rate.denom == 0) {
-        return;
+GraphPosition::Cycle PipeWireCycles::beginCycle(pw_stream* stream,
+                                                std::uint32_t frames) TESSIVO_REALTIME {
+    const std::optional<pw_time> time = statedTime(stream);
+    if (!time) {
+        return {};
     }
-    const double waiting = static_cast<double>(time.buffered) + fifo_.size();
-    outputLatency_.store(static_cast<double>(std::max<std::int64_t>(time.delay, 0)) *
-                                 time.rate.num / time.rate.denom +
-                             waiting / renderRate_.load(std::memory_order_relaxed),
-                         std::memory_order_relaxed);
+    if (stream == capture_) {
+        inputLatency_.store(latencyOf(*time), std::memory_order_relaxed);
+    }
+    const GraphPosition::Cycle cycle = position_.begin(stream, *time, frames, renderRate_);
+    missedFrames_.fetch_add(cycle.missed, std::memory_order_relaxed);
+    return cycle;
+}
+
+Moment PipeWireCycles::timeOf(const GraphPosition::Cycle& cycle,
+                              std::uint32_t frame) const TESSIVO_REALTIME {
+    if (cycle.time == Moment{}) {
+        return {};
+    }
+    const std::chrono::duration<double> offset(frame / renderRate_.load());
+    return cycle.time + std::chrono::duration_cast<Moment::duration>(offset);
+}
+
+double PipeWireCycles::latencyOf(const pw_time& time) const TESSIVO_REALTIME {
+    return static_cast<double>(std::max<std::int64_t>(time.delay, 0)) * time.rate.num /
+               time.rate.denom +
+           static_cast<double>(time.buffered) / renderRate_.load();
+}
+
+void PipeWireCycles::countMissedOutput(std::uint32_t frames) TESSIVO_REALTIME {
+    if (frames > 0) {
+        missedOutputFrames_.fetch_add(frames, std::memory_order_relaxed);
+        untoldMissedOutput_ += frames;
+    }
+}
+
+std::uint32_t PipeWireCycles::takeMissedOutput() TESSIVO_REALTIME {
+    return std::exchange(untoldMissedOutput_, 0);
 }
 
 } // namespace tessivo::sound

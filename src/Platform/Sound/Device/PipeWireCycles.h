@@ -2,6 +2,7 @@
 
 #include "Platform/Realtime/Realtime.h"
 #include "Platform/Sound/Device/AudioDevice.h"
+#include "Platform/Sound/Device/GraphPosition.h"
 #include "Platform/Sound/Device/OutputFifo.h"
 #include "Platform/Sound/Limits.h"
 
@@ -9,8 +10,6 @@
 #include <atomic>
 #include <cstdint>
 #include <vector>
-
-struct pw_stream;
 
 namespace tessivo::sound {
 
@@ -40,7 +39,14 @@ public:
     void setPlaybackRunning(bool running);
 
     // Seconds. Any thread.
+    double inputLatency() const { return inputLatency_.load(std::memory_order_relaxed); }
     double outputLatency() const { return outputLatency_.load(std::memory_order_relaxed); }
+    // Frames that the playback stream did not get in time, since construction. Any thread.
+    std::int64_t missedOutputFrames() const {
+        return missedOutputFrames_.load(std::memory_order_relaxed);
+    }
+    // Frames that passed in cycles without us, since construction. Any thread.
+    std::int64_t missedFrames() const { return missedFrames_.load(std::memory_order_relaxed); }
 
 private:
     // Enters the callback. Returns the renderer; null (and does not enter) when stopped.
@@ -50,7 +56,14 @@ private:
 
     void capture(AudioRenderer& renderer, pw_stream* stream) TESSIVO_REALTIME;
     void playback(AudioRenderer& renderer, pw_stream* stream) TESSIVO_REALTIME;
-    void measureLatency(pw_stream* stream) TESSIVO_REALTIME;
+    // Begins a cycle of the stream that renders, which has so many frames.
+    GraphPosition::Cycle beginCycle(pw_stream* stream, std::uint32_t frames) TESSIVO_REALTIME;
+    Moment timeOf(const GraphPosition::Cycle& cycle, std::uint32_t frame) const TESSIVO_REALTIME;
+    // The latency of the device behind a stream and of the stream itself, seconds.
+    double latencyOf(const pw_time& time) const TESSIVO_REALTIME;
+    void countMissedOutput(std::uint32_t frames) TESSIVO_REALTIME;
+    // What has been counted since the last call.
+    std::uint32_t takeMissedOutput() TESSIVO_REALTIME;
 
     std::atomic<AudioRenderer*> renderer_{nullptr};
     std::atomic<int> inside_{0}; // depth: triggering may call onPlayback() within onCapture()
@@ -60,9 +73,16 @@ private:
     std::atomic<bool> playbackRunning_{false};
     std::atomic<bool> stale_{false}; // the FIFO holds frames of an earlier stream
     std::atomic<double> renderRate_{0.0};
+    std::atomic<double> inputLatency_{0.0};
     std::atomic<double> outputLatency_{0.0};
+    std::atomic<std::int64_t> missedOutputFrames_{0};
+    std::atomic<std::int64_t> missedFrames_{0};
     std::atomic<std::uint64_t> departures_{0}; // how often the callback was left
+    std::uint32_t untoldMissedOutput_ = 0;
     OutputFifo fifo_;
+    bool wasTriggered_ = false;        // the playback stream, in the previous cycle
+    std::uint32_t renderedFrames_ = 0; // in this cycle, for the playback stream to fetch
+    GraphPosition position_;
     std::array<std::vector<float>, kGraphChannels> scratch_;
 };
 

@@ -66,6 +66,7 @@ PipeWireDefaults::Role::~Role() = default;
 namespace {
 
 constexpr double kUnknownRate = 48000.0;
+constexpr int kUnknownQuantum = 1024;
 
 } // namespace
 
@@ -85,23 +86,32 @@ PipeWireDefaults::Device PipeWireDefaults::sink() const {
     return sink_.device ? Device{sink_.device->serial, sink_.device->format()} : Device{};
 }
 
+int PipeWireDefaults::setting(const char* key) const {
+    const auto found = settings_.find(key);
+    const auto all =
+        found != settings_.end() ? parseNumbers(found->second.c_str()) : std::vector<int>{};
+    return all.empty() ? 0 : all.front();
+}
+
+PipeWireDefaults::Clock PipeWireDefaults::clock() const {
+    const int quantum = setting("clock.quantum");
+    const int rate = setting("clock.rate");
+    return {static_cast<std::uint32_t>(quantum > 0 ? quantum : kUnknownQuantum),
+            rate > 0 ? rate : kUnknownRate, setting("clock.force-quantum") > 0};
+}
+
 double PipeWireDefaults::renderRate(double sourceRate) const {
-    const auto numbers = [this](const char* key) {
-        const auto found = settings_.find(key);
-        return found != settings_.end() ? parseNumbers(found->second.c_str()) : std::vector<int>{};
-    };
-    const auto number = [&numbers](const char* key) {
-        const std::vector<int> all = numbers(key);
-        return all.empty() ? 0 : all.front();
-    };
-    if (const int forced = number("clock.force-rate"); forced > 0) {
+    if (const int forced = setting("clock.force-rate"); forced > 0) {
         return forced;
     }
-    const std::vector<int> allowed = numbers("clock.allowed-rates");
+    const auto found = settings_.find("clock.allowed-rates");
+    const std::vector<int> allowed =
+        found != settings_.end() ? parseNumbers(found->second.c_str()) : std::vector<int>{};
     if (std::find(allowed.begin(), allowed.end(), sourceRate) != allowed.end()) {
         return sourceRate;
     }
-    for (const double rate : {static_cast<double>(number("clock.rate")), connection_.clockRate()}) {
+    for (const double rate :
+         {static_cast<double>(setting("clock.rate")), connection_.clockRate()}) {
         if (rate > 0.0) {
             return rate;
         }

@@ -36,6 +36,14 @@ public:
     // The rate that the graph runs at with a capture device of that rate, Hz.
     double renderRate(double sourceRate) const;
 
+    // What the server's settings say of the cycles that nobody has asked to be shorter.
+    struct Clock {
+        std::uint32_t quantum = 0; // frames
+        double rate = 0.0;         // Hz
+        bool isForced = false;     // the user has set the length of all cycles
+    };
+    Clock clock() const;
+
     // The session manager has a list of default devices, but has sent no names. That happens to
     // a client that connects while the session manager starts, and no names are sent later
     // either: they have to be requested.
@@ -63,6 +71,8 @@ private:
     static int onSetting(void* data, std::uint32_t subject, const char* key, const char* type,
                          const char* value);
 
+    // The first number of a setting; 0 when there is none.
+    int setting(const char* key) const;
     void bindMetadata(std::uint32_t id, bool isDefaults);
     void follow(Role& role, const std::string& name, const std::string& mediaClass);
     void resolve();

@@ -2,7 +2,9 @@
 
 #include "Platform/Sound/AudioError.h"
 
+#include <algorithm>
 #include <cerrno>
+#include <string>
 #include <system_error>
 #include <utility>
 
@@ -13,9 +15,13 @@ namespace {
 using Clock = std::chrono::steady_clock;
 using namespace std::chrono_literals;
 
-constexpr auto kAnswerTime = 1s;
 // How long a session manager may take to name the default devices before we request the names.
 constexpr auto kNamesTime = 300ms;
+// What short cycles have at first and at most, frames.
+constexpr std::uint32_t kShortestCycle = 64;
+constexpr std::uint32_t kLongestShortCycle = 512;
+// What the change of their length costs is over by then.
+constexpr auto kChangeTime = 300ms;
 // The list of objects; then the names of the default devices; then their formats.
 constexpr int kRoundTrips = 3;
 
@@ -23,8 +29,6 @@ AudioError worded(const std::system_error& error) {
     switch (error.code().value()) {
     case ENOSYS:
         return AudioError("The sound system's client library could not be set up.");
-    case ETIMEDOUT:
-        return AudioError("The sound server does not answer: " + error.code().message() + ".");
     default:
         return AudioError("The sound server could not be reached: " + error.code().message() + ".");
     }
@@ -32,20 +36,19 @@ AudioError worded(const std::system_error& error) {
 
 } // namespace
 
-PipeWireDuplexDevice::PipeWireDuplexDevice(const std::string& applicationName, Connect when)
-    : client_({"tessivo-sound", applicationName, kRoundTrips}, *this)
+PipeWireDuplexDevice::PipeWireDuplexDevice(const std::string& applicationName,
+                                           DiagnosticSink diagnostics,
+                                           std::chrono::milliseconds answerTime)
+    : diagnostics_(std::move(diagnostics))
+    , answerDue_(Clock::now() + answerTime)
+    , client_({"tessivo-sound", applicationName, kRoundTrips}, *this)
     , streams_(applicationName, cycles_, [this] { client_.wake(); }) {
-    if (when == Connect::atStart) {
-        return;
-    }
     client_.locked([this] {
         try {
-            client_.connect(kAnswerTime);
+            client_.reach({});
         } catch (const std::system_error&) {
-            return; // start() tries again, and reports it
+            // start() tries again, and reports it.
         }
-        publish();
-        isChangeUntold_ = false; // nobody can have read other formats
     });
 }
 
@@ -55,19 +58,47 @@ PipeWireDuplexDevice::~PipeWireDuplexDevice() {
     client_.stop();
 }
 
+bool PipeWireDuplexDevice::reachServer() {
+    return client_.reach(std::max(Clock::duration::zero(), answerDue_ - Clock::now()));
+}
+
+AudioDevice::Formats PipeWireDuplexDevice::formats() {
+    client_.locked([this] {
+        if (areFormatsRead_) {
+            return;
+        }
+        try {
+            if (reachServer()) {
+                publish();
+            }
+        } catch (const std::system_error&) {
+            // start() tries again, and reports it.
+        }
+        areFormatsRead_ = true;
+    });
+    return formats_.get();
+}
+
 void PipeWireDuplexDevice::start(AudioRenderer& renderer, const Request& request) {
     stop();
+    formats(); // the first ones are no change
     client_.locked([&] {
+        bool answers = false;
         try {
-            client_.connect(kAnswerTime);
+            answers = reachServer();
         } catch (const std::system_error& error) {
             throw worded(error);
         }
-        publish();
+        if (answers) {
+            publish();
+        }
         renderRate_ = formats_.get().renderRate;
         streams_.start(*renderRate_, request);
         cycles_.start(renderer, *renderRate_);
-        streams_.follow(client_.connection()->core(), *defaults_);
+        if (answers) {
+            streams_.follow(client_.connection()->core(), *defaults_);
+        }
+        requestCycles();
         client_.wake(); // for the poll interval and the change notice
     });
 }
@@ -80,9 +111,48 @@ void PipeWireDuplexDevice::stop() {
     });
 }
 
+void PipeWireDuplexDevice::setShortCycles(bool wanted) {
+    client_.locked([&] {
+        if (wanted != (shortCycles_ > 0)) {
+            shortCycles_ = wanted ? kShortestCycle : 0;
+            requestCycles();
+            client_.wake(); // for the poll interval
+        }
+    });
+}
+
+void PipeWireDuplexDevice::requestCycles() {
+    if (renderRate_ && defaults_) {
+        streams_.requestCycles(shortCycles_, defaults_->clock());
+    }
+    cyclesRequestedAt_ = Clock::now();
+}
+
+void PipeWireDuplexDevice::lengthenCycles() {
+    const std::int64_t before = std::exchange(knownLosses_, losses());
+    if (shortCycles_ == 0 || shortCycles_ >= kLongestShortCycle || before == knownLosses_ ||
+        Clock::now() < cyclesRequestedAt_ + kChangeTime || !streams_.decideCycles() ||
+        defaults_->clock().isForced) {
+        return;
+    }
+    shortCycles_ *= 2;
+    requestCycles();
+    if (diagnostics_) {
+        diagnostics_("⚠️ Sound was lost in short cycles, asking for " +
+                     std::to_string(shortCycles_) + " frames");
+    }
+}
+
+std::int64_t PipeWireDuplexDevice::losses() const {
+    return cycles_.missedFrames() + cycles_.missedOutputFrames();
+}
+
 void PipeWireDuplexDevice::setChangeHandler(std::function<void()> handler) {
-    const std::scoped_lock lock(handlerMutex_);
-    handler_ = std::move(handler);
+    {
+        const std::scoped_lock lock(handlerMutex_);
+        handler_ = std::move(handler);
+    }
+    client_.wake();
 }
 
 void PipeWireDuplexDevice::connected(pipewire::Connection& connection) {
@@ -108,9 +178,14 @@ bool PipeWireDuplexDevice::reconcile() {
     publish();
     if (renderRate_) {
         streams_.follow(connection->core(), *defaults_);
+        // The server may be another one, or have got another length of its own.
+        streams_.requestCycles(shortCycles_, defaults_->clock());
+        lengthenCycles();
     }
     tellChange();
-    return formats_.awaitsReturn() || requestNamesAt_.has_value() || streams_.isPollNeeded();
+    const bool mayLengthen = renderRate_ && shortCycles_ > 0 && shortCycles_ < kLongestShortCycle;
+    return mayLengthen || formats_.awaitsReturn() || requestNamesAt_.has_value() ||
+           streams_.isPollNeeded();
 }
 
 void PipeWireDuplexDevice::requestNames() {
@@ -126,15 +201,15 @@ void PipeWireDuplexDevice::requestNames() {
 
 void PipeWireDuplexDevice::publish() {
     const bool isChange = formats_.update(*defaults_, renderRate_);
-    isChangeUntold_ = isChangeUntold_ || isChange;
+    // As long as nobody has read other formats, nothing has changed.
+    isChangeUntold_ = areFormatsRead_ && (isChangeUntold_ || isChange);
 }
 
 void PipeWireDuplexDevice::tellChange() {
-    if (std::exchange(isChangeUntold_, false)) {
-        const std::scoped_lock lock(handlerMutex_);
-        if (handler_) {
-            handler_();
-        }
+    const std::scoped_lock lock(handlerMutex_);
+    // Without a handler the change is kept for the next one.
+    if (handler_ && std::exchange(isChangeUntold_, false)) {
+        handler_();
     }
 }
 

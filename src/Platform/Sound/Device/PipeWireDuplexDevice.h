@@ -5,6 +5,7 @@
 #include "Platform/Sound/Device/PipeWireCycles.h"
 #include "Platform/Sound/Device/PipeWireStreams.h"
 #include "Platform/Sound/Device/PublishedFormats.h"
+#include "Platform/Sound/Diagnostics.h"
 
 #include <chrono>
 #include <mutex>
@@ -15,23 +16,32 @@ namespace tessivo::sound {
 
 // The default capture device and the default playback device of the running PipeWire server, as
 // one device with one clock. A playback device's monitor is never used as an input. When there is
-// no server at construction, start() tries again; a server that goes away after it has answered
-// once is reconnected automatically.
+// no server at construction, start() tries again. Who asks for the formats or starts waits for a
+// server at most until `answerTime` after construction. When it answers later, cycles begin then,
+// with a change notice; their rate is taken to be 48 kHz, and the streams convert. A server that
+// goes away is reconnected automatically.
 class PipeWireDuplexDevice final : public AudioDevice, private pipewire::Client::User {
 public:
-    enum class Connect {
-        now,    // and wait at most a second for the server's first answers
-        atStart // the first start(); until then there are no formats and no change notices
-    };
-    explicit PipeWireDuplexDevice(const std::string& applicationName, Connect when = Connect::now);
+    // A server that works answers within a few milliseconds.
+    static constexpr std::chrono::milliseconds kAnswerTime{250};
+
+    // Short cycles have 64 frames at first. When cycles get lost the device asks for twice as
+    // many, up to 512, and tells the sink, on a thread of its own.
+    explicit PipeWireDuplexDevice(const std::string& applicationName,
+                                  DiagnosticSink diagnostics = {},
+                                  std::chrono::milliseconds answerTime = kAnswerTime);
     ~PipeWireDuplexDevice() override;
     PipeWireDuplexDevice(const PipeWireDuplexDevice&) = delete;
     PipeWireDuplexDevice& operator=(const PipeWireDuplexDevice&) = delete;
 
-    Formats formats() const override { return formats_.get(); } // any thread
+    Formats formats() override;
     void start(AudioRenderer& renderer, const Request& request) override;
     void stop() override;
+    double inputLatency() const override { return cycles_.inputLatency(); }
     double outputLatency() const override { return cycles_.outputLatency(); }
+    // As the cycles have stated them, since construction. Any thread.
+    std::int64_t missedOutputFrames() const { return cycles_.missedOutputFrames(); }
+    void setShortCycles(bool wanted) override;
     void setChangeHandler(std::function<void()> handler) override; // not from the handler
 
 private:
@@ -39,9 +49,13 @@ private:
     void disconnecting() override;
     bool reconcile() override;
 
+    bool reachServer();
     void publish();
     void requestNames();
     void tellChange();
+    void requestCycles();
+    void lengthenCycles();
+    std::int64_t losses() const;
 
     PipeWireCycles cycles_; // outlives the thread that runs its callbacks
     PublishedFormats formats_;
@@ -50,8 +64,14 @@ private:
     std::function<void()> handler_;
 
     // The rest is used with the loop locked only.
+    std::uint32_t shortCycles_ = 0; // frames; 0 while their length is left to the server
+    std::int64_t knownLosses_ = 0;  // frames
+    std::chrono::steady_clock::time_point cyclesRequestedAt_;
+    DiagnosticSink diagnostics_;
     std::optional<double> renderRate_; // from start() to stop()
     bool isChangeUntold_ = false;
+    bool areFormatsRead_ = false;
+    std::chrono::steady_clock::time_point answerDue_;
     std::optional<std::chrono::steady_clock::time_point> requestNamesAt_;
     pipewire::Client client_;
     std::optional<PipeWireDefaults> defaults_; // of the connection

@@ -4,15 +4,12 @@
 #include "Platform/Sound/Device/PipeWireFormats.h"
 
 #include <array>
-#include <cstdlib>
+#include <string>
 #include <utility>
 
 namespace tessivo::sound {
 
 namespace {
-
-// Short cycles, for a short delay. Not requested when the environment sets PIPEWIRE_LATENCY.
-constexpr int kRequestedLatencyFrames = 64;
 
 pw_properties* streamProperties(const PipeWireStreamSettings& settings, bool capture,
                                 const std::string& target) {
@@ -24,9 +21,6 @@ pw_properties* streamProperties(const PipeWireStreamSettings& settings, bool cap
         PW_KEY_TARGET_OBJECT, target.c_str(), nullptr);
     const int rate = static_cast<int>(settings.renderRate);
     pw_properties_setf(properties, PW_KEY_NODE_RATE, "1/%d", rate);
-    if (std::getenv("PIPEWIRE_LATENCY") == nullptr) {
-        pw_properties_setf(properties, PW_KEY_NODE_LATENCY, "%d/%d", kRequestedLatencyFrames, rate);
-    }
     if (capture) {
         // Otherwise a microphone with surround channels would be mixed down.
         pw_properties_set(properties, PW_KEY_STREAM_DONT_REMIX, "true");
@@ -92,11 +86,26 @@ void PipeWireStream::open(pw_core* core, const PipeWireStreamSettings& settings)
         fail();
         return;
     }
+    // The environment, or a rule of the user's for our streams.
+    isLatencySet_ =
+        pw_properties_get(pw_stream_get_properties(stream_.get()), PW_KEY_NODE_LATENCY) != nullptr;
     if (capture) {
         cycles_.setCapture(stream_.get());
     } else {
         cycles_.setPlayback(stream_.get(), kind_ == Kind::triggeredPlayback);
     }
+}
+
+void PipeWireStream::requestCycles(std::uint32_t frames, double rate) {
+    if (stream_ == nullptr || failed_ || isLatencySet_ ||
+        std::exchange(requestedCycles_, frames) == frames) {
+        return;
+    }
+    const std::string latency =
+        std::to_string(frames) + "/" + std::to_string(static_cast<int>(rate));
+    const spa_dict_item item{PW_KEY_NODE_LATENCY, latency.c_str()};
+    const spa_dict properties{0, 1, &item};
+    pw_stream_update_properties(stream_.get(), &properties);
 }
 
 void PipeWireStream::onState(void* data, pw_stream_state /*old*/, pw_stream_state state,

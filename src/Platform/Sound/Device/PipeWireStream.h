@@ -36,6 +36,11 @@ public:
     PipeWireStream(const PipeWireStream&) = delete;
     PipeWireStream& operator=(const PipeWireStream&) = delete;
 
+    // Asks the server for cycles of that length, in frames at that rate. Nothing is asked for at
+    // first, nor where the user has set a length for our streams.
+    void requestCycles(std::uint32_t frames, double rate);
+
+    bool isLatencySet() const { return isLatencySet_; } // by the user
     Kind kind() const { return kind_; }
     std::uint32_t channelCount() const { return channelCount_; }
     const std::string& target() const { return target_; }
@@ -58,6 +63,8 @@ private:
     // Plain hooks: the stream removes them when it is destroyed, after its last callback.
     spa_hook stateHook_{};
     spa_hook processHook_{};
+    bool isLatencySet_ = false;         // by the user
+    std::uint32_t requestedCycles_ = 0; // frames; 0 when nothing was asked for
     bool running_ = false;
     bool failed_ = false;
     bool closing_ = false;

@@ -47,6 +47,7 @@ void PipeWireStreams::start(double renderRate, const AudioDevice::Request& reque
 void PipeWireStreams::close() {
     capture_.reset();
     playback_.reset();
+    cycleFrames_ = 0;
 }
 
 void PipeWireStreams::follow(pw_core* core, const PipeWireDefaults& defaults) {
@@ -85,6 +86,26 @@ void PipeWireStreams::follow(pw_core* core, const PipeWireDefaults& defaults) {
     if (plays && playback_ == nullptr) {
         playback_ = open(kind, kGraphChannels, sink.serial);
     }
+    applyCycles();
+}
+
+// The server keeps the last length that a stream has asked for: a stream that wants no short
+// cycles any more asks for the server's own.
+void PipeWireStreams::requestCycles(std::uint32_t frames, const PipeWireDefaults::Clock& server) {
+    if (frames == 0 && cycleFrames_ == 0) {
+        return;
+    }
+    cycleFrames_ = frames > 0 ? frames : server.quantum;
+    cycleRate_ = frames > 0 ? settings_.renderRate : server.rate;
+    applyCycles();
+}
+
+void PipeWireStreams::applyCycles() {
+    for (PipeWireStream* const stream : {capture_.get(), playback_.get()}) {
+        if (stream != nullptr && cycleFrames_ > 0) {
+            stream->requestCycles(cycleFrames_, cycleRate_);
+        }
+    }
 }
 
 // Whether the capture stream triggers the playback stream. A capture stream that the session
@@ -92,6 +113,11 @@ void PipeWireStreams::follow(pw_core* core, const PipeWireDefaults& defaults) {
 bool PipeWireStreams::drivesPlayback() const {
     return capture_ != nullptr &&
            (capture_->isRunning() || Clock::now() < capture_->openedAt() + kCaptureGrace);
+}
+
+bool PipeWireStreams::decideCycles() const {
+    return (capture_ != nullptr && !capture_->isLatencySet()) ||
+           (playback_ != nullptr && !playback_->isLatencySet());
 }
 
 bool PipeWireStreams::isPollNeeded() const {

@@ -26,6 +26,13 @@ public:
     void follow(pw_core* core, const PipeWireDefaults& defaults);
     void close();
 
+    // Asks the server for cycles of that many frames, also for the streams to come; 0 leaves
+    // their length to the server.
+    void requestCycles(std::uint32_t frames, const PipeWireDefaults::Clock& server);
+
+    // Whether the server is asked: not when the user has set a length for all our streams.
+    bool decideCycles() const;
+
     // follow() has to be called again in a while although nothing will announce it.
     bool isPollNeeded() const;
 
@@ -40,6 +47,7 @@ private:
     };
 
     bool drivesPlayback() const;
+    void applyCycles();
 
     PipeWireStreamSettings settings_;
     AudioDevice::Request request_;
@@ -47,6 +55,8 @@ private:
     std::function<void()> changed_;
     std::unique_ptr<PipeWireStream> playback_;
     std::unique_ptr<PipeWireStream> capture_;
+    std::uint32_t cycleFrames_ = 0; // 0 until short cycles were asked for
+    double cycleRate_ = 0.0;
     FailedDevice failedSource_;
     FailedDevice failedSink_;
 };

@@ -162,6 +162,19 @@ void AudioFileWriter::write(const AudioPCMBuffer& buffer) {
     }
 }
 
+void AudioFileWriter::cut(std::int64_t frames) {
+    if (frames >= framesWritten_) {
+        return;
+    }
+    sf_count_t length = frames;
+    if (sf_command(handle_->file.get(), SFC_FILE_TRUNCATE, &length, sizeof(length)) != 0) {
+        throw soundFailure("The recording could not be made shorter:", handle_->path,
+                           handle_->file.get());
+    }
+    framesWritten_ = frames;
+    updateHeader();
+}
+
 void AudioFileWriter::updateHeader() {
     sf_command(handle_->file.get(), SFC_UPDATE_HEADER_NOW, nullptr, 0);
 }

@@ -58,6 +58,10 @@ public:
     // appends after them.
     void write(const AudioPCMBuffer& buffer);
 
+    // Takes back all frames behind the first `frames`. Harmless when there are no more. Throws
+    // AudioError when the file cannot be made shorter; it is then as before.
+    void cut(std::int64_t frames);
+
     std::int64_t framesWritten() const { return framesWritten_; }
 
 private:

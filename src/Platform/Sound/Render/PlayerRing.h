@@ -68,6 +68,19 @@ public:
     bool isPrebuffered() const TESSIVO_REALTIME {
         return prebuffered_.load(std::memory_order_acquire);
     }
+    // Reader thread, before it has set the ring prebuffered, where the loop already sounds from
+    // memory: the position at which the ring's first frame would have been heard in the same
+    // phase, and whether its samples only resemble those of the memory.
+    void setJoin(std::int64_t position, bool resembles) {
+        joinPosition_.store(position, std::memory_order_relaxed);
+        joinResembles_.store(resembles, std::memory_order_relaxed);
+    }
+    std::int64_t joinPosition() const TESSIVO_REALTIME {
+        return joinPosition_.load(std::memory_order_relaxed);
+    }
+    bool joinResembles() const TESSIVO_REALTIME {
+        return joinResembles_.load(std::memory_order_relaxed);
+    }
     // Reader thread. Whether more frames are to come: then an empty ring is an underrun.
     void setMoreToCome(bool more) { moreToCome_.store(more, std::memory_order_relaxed); }
     bool isMoreToCome() const TESSIVO_REALTIME {
@@ -96,6 +109,12 @@ public:
         played_.store(played_.load(std::memory_order_relaxed) + readable.frames,
                       std::memory_order_release);
     }
+    // Audio callback. Takes that many of the oldest frames without playing them, or all that
+    // there are.
+    void skip(std::int64_t frames) TESSIVO_REALTIME {
+        constexpr std::int64_t kMost = UINT32_MAX;
+        endRead(beginRead(static_cast<std::uint32_t>(std::min(frames, kMost))));
+    }
     void setFinished() TESSIVO_REALTIME { finished_.store(true, std::memory_order_release); }
 
 private:
@@ -112,6 +131,8 @@ private:
     std::atomic<std::int64_t> played_{0};
     std::atomic<bool> prebuffered_{false};
     std::atomic<bool> moreToCome_{false};
+    std::atomic<std::int64_t> joinPosition_{0};
+    std::atomic<bool> joinResembles_{false};
     std::atomic<bool> stopping_{false};
     std::atomic<bool> finished_{false};
 };

@@ -2,7 +2,7 @@
 
 #include "Platform/Sound/Device/AudioDevice.h"
 #include "Platform/Sound/Render/RenderStep.h"
-#include "Platform/Sound/Tap/TapQueue.h"
+#include "Platform/Sound/Tap/InputCapture.h"
 
 #include <memory>
 #include <vector>
@@ -14,22 +14,22 @@ namespace tessivo::sound {
 // the audio callback touches the plan. It owns all the memory that the callback needs.
 class RenderPlan {
 public:
-    // The output of the last step is what is heard. The tap may be none.
-    RenderPlan(std::vector<std::unique_ptr<RenderStep>> steps, std::shared_ptr<TapQueue> tap,
+    // The output of the last step is what is heard. What is captured goes to the
+    // targets.
+    RenderPlan(std::vector<std::unique_ptr<RenderStep>> steps, InputCapture::Targets capture,
                std::uint32_t rampFrames);
 
-    // Audio callback.
-    void render(const RenderCycle& cycle) TESSIVO_REALTIME;
+    // Audio callback. The position of the cycle's first frame on the timeline.
+    void render(const RenderCycle& cycle, std::int64_t position) TESSIVO_REALTIME;
 
 private:
-    void renderBlock(const RenderCycle& cycle, std::uint32_t offset,
+    void renderBlock(const RenderCycle& cycle, std::int64_t position, std::uint32_t offset,
                      std::uint32_t frames) TESSIVO_REALTIME;
 
     std::vector<std::unique_ptr<RenderStep>> steps_;
-    std::vector<StereoBlock> blocks_; // one a step
-    std::vector<StereoBuffer>
-        buffers_; // one a step; written once at first, so that the callback causes no page fault
-    std::shared_ptr<TapQueue> tap_;
+    std::vector<StereoBlock> blocks_;   // one a step
+    std::vector<StereoBuffer> buffers_; // one a step; zeroed, so that no page is missing later
+    InputCapture::Targets capture_;
     std::uint32_t rampFrames_;
 };
 

@@ -30,6 +30,7 @@ struct StereoBuffer {
 struct RenderContext {
     StereoBlock input;                  // of the capture device
     std::span<const StereoBlock> steps; // the output of the earlier steps, by index
+    std::int64_t position = 0;          // of the block's first frame on the timeline
     std::uint32_t frames = 0;           // at most kMaxRenderFrames
     std::uint32_t rampFrames = 1;       // length of a gain ramp
 };

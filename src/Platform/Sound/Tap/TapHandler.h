@@ -6,8 +6,11 @@
 
 namespace tessivo::sound {
 
-// Receives each buffer of a tap. Called on the tap thread, one buffer at a time. It may wait for a
-// disk, as the queue before it holds 40 s.
+// What a tap does with each buffer. Runs on the tap thread, one buffer at a time. It may wait
+// for a disk, as the queue behind it holds 40 s.
 using TapHandler = std::function<void(const AudioPCMBuffer&, const AudioTime&)>;
+
+// What a meter does with the newest buffer of the input's first channel. Runs on the tap thread.
+using MeterBlock = std::function<void(const AudioPCMBuffer&)>;
 
 } // namespace tessivo::sound

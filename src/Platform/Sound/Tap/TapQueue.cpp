@@ -5,66 +5,64 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
-#include <utility>
 
 namespace tessivo::sound {
 
 namespace {
 
-// As long as fewer segments than this wait, every cycle is handed over at once. Behind a slow
-// reader only whole chunks are, so that the queue of segments needs hardly more room than there
-// are chunks.
-constexpr std::size_t kEagerSegments = 64;
+// Room for holes in the input while the reader waits for a disk.
+constexpr std::uint32_t kExtraRuns = 1024;
+
+std::uint32_t chunksFor(double sampleRate) {
+    const double frames = (kTapQueueSeconds + kTapHistorySeconds) * sampleRate;
+    return static_cast<std::uint32_t>(std::ceil(frames / kTapChunkFrames)) + 1;
+}
 
 } // namespace
 
-TapQueue::TapQueue(std::uint32_t channels, double sampleRate)
-    : channels_(channels)
-    , chunkCount_(
-          static_cast<std::uint32_t>(std::ceil(kTapQueueSeconds * sampleRate / kTapChunkFrames)) +
-          1)
+TapQueue::TapQueue(double sampleRate)
+    : chunkCount_(chunksFor(sampleRate))
     , memory_(std::make_unique_for_overwrite<float[]>(static_cast<std::size_t>(chunkCount_) *
-                                                      kTapChunkFrames * channels))
-    , filled_(chunkCount_ + kEagerSegments + 1)
+                                                      kTapChunkFrames * kGraphChannels))
+    , runs_(chunkCount_ + kExtraRuns)
     , free_(chunkCount_) {}
 
 float* TapQueue::samplesAt(std::uint32_t chunk, std::uint32_t channel,
-                           std::uint32_t offset) TESSIVO_REALTIME {
-    const auto row = static_cast<std::size_t>(chunk) * channels_ + channel;
+                           std::uint32_t offset) const TESSIVO_REALTIME {
+    const auto row = static_cast<std::size_t>(chunk) * kGraphChannels + channel;
     return memory_.get() + row * kTapChunkFrames + offset;
 }
 
-bool TapQueue::takeChunk() TESSIVO_REALTIME {
-    if (!free_.tryPop(chunk_)) {
-        if (firstUnused_ == chunkCount_) {
-            return false;
+// Goes on in the current chunk, or takes the next one when that is full.
+bool TapQueue::beginRun(std::int64_t position) TESSIVO_REALTIME {
+    if (!hasChunk_) {
+        if (!free_.tryPop(chunk_)) {
+            if (firstUnused_ == chunkCount_) {
+                return false;
+            }
+            chunk_ = firstUnused_++;
         }
-        chunk_ = firstUnused_++;
+        hasChunk_ = true;
+        written_ = 0;
     }
-    hasChunk_ = true;
-    written_ = 0;
-    handedOver_ = 0;
+    if (!runs_.tryPush({position, stored_, chunk_, written_})) {
+        return false;
+    }
+    runEnd_ = position;
     return true;
 }
 
-void TapQueue::handOver(bool endsChunk) TESSIVO_REALTIME {
-    filled_.tryPush({chunk_, handedOver_, written_ - handedOver_, endsChunk, dropped_});
-    dropped_ = 0;
-    handedOver_ = written_;
-    hasChunk_ = !endsChunk;
-}
-
-void TapQueue::push(const float* left, const float* right, std::uint32_t frames) TESSIVO_REALTIME {
-    const std::array<const float*, 2> sources{left, right};
+void TapQueue::push(std::int64_t position, const float* left, const float* right,
+                    std::uint32_t frames) TESSIVO_REALTIME {
+    const std::array<const float*, kGraphChannels> sources{left, right};
     std::uint32_t done = 0;
     while (done < frames) {
-        if (!hasChunk_ && !takeChunk()) {
-            dropped_ += frames - done;
+        if ((!hasChunk_ || position + done != runEnd_) && !beginRun(position + done)) {
             overrunFrames_.fetch_add(frames - done, std::memory_order_relaxed);
-            return;
+            break;
         }
         const std::uint32_t count = std::min(frames - done, kTapChunkFrames - written_);
-        for (std::uint32_t channel = 0; channel < channels_; ++channel) {
+        for (std::uint32_t channel = 0; channel < kGraphChannels; ++channel) {
             float* target = samplesAt(chunk_, channel, written_);
             if (left == nullptr) {
                 std::fill_n(target, count, 0.0F);
@@ -73,62 +71,60 @@ void TapQueue::push(const float* left, const float* right, std::uint32_t frames)
             }
         }
         written_ += count;
+        stored_ += count;
+        runEnd_ += count;
         done += count;
-        if (written_ == kTapChunkFrames) {
-            handOver(true);
-        }
+        hasChunk_ = written_ < kTapChunkFrames;
     }
-    if (hasChunk_ && written_ > handedOver_ && filled_.size() < kEagerSegments) {
-        handOver(false);
+    storedTotal_.store(stored_, std::memory_order_release);
+    pushedEnd_.store(position + frames, std::memory_order_release);
+}
+
+void TapQueue::receive() {
+    // The runs come last: those of all frames that the two counts name are there by then.
+    end_ = pushedEnd_.load(std::memory_order_acquire);
+    readable_ = storedTotal_.load(std::memory_order_acquire);
+    for (Run run; runs_.tryPop(run);) {
+        kept_.push_back(run);
     }
 }
 
-void TapQueue::flush() {
-    if (hasChunk_ && written_ > handedOver_) {
-        handOver(false);
-    }
-    if (dropped_ > 0) {
-        filled_.tryPush({0, 0, 0, false, dropped_});
-        dropped_ = 0;
-    }
+std::int64_t TapQueue::lengthOf(std::size_t run) const {
+    const std::int64_t next = run + 1 < kept_.size() ? kept_[run + 1].storedBefore : readable_;
+    return std::max<std::int64_t>(0, next - kept_[run].storedBefore);
 }
 
-void TapQueue::popSegment(AudioPCMBuffer& buffer) {
-    const std::uint32_t begin = buffer.frameLength();
-    const std::uint32_t room = buffer.frameCapacity() - begin;
-    const bool isSilence = current_.droppedBefore > 0;
-    const auto count =
-        isSilence ? static_cast<std::uint32_t>(std::min<std::int64_t>(current_.droppedBefore, room))
-                  : std::min(current_.frames, room);
-    buffer.setFrameLength(begin + count);
-    for (std::uint32_t channel = 0; channel < channels_; ++channel) {
-        float* target = buffer.channel(channel).data() + begin;
-        if (isSilence) {
-            std::fill_n(target, count, 0.0F);
-        } else {
-            std::copy_n(samplesAt(current_.chunk, channel, current_.offset), count, target);
+std::uint32_t TapQueue::copy(std::int64_t from, std::uint32_t frames, std::uint32_t channel,
+                             float* target) const {
+    std::fill_n(target, frames, 0.0F);
+    const auto after = std::upper_bound(
+        kept_.begin(), kept_.end(), from,
+        [](std::int64_t position, const Run& run) { return position < run.position; });
+    auto index = static_cast<std::size_t>(after - kept_.begin());
+    index -= index > 0 ? 1 : 0;
+    std::uint32_t silent = frames;
+    for (; index < kept_.size() && kept_[index].position < from + frames; ++index) {
+        const Run& run = kept_[index];
+        const std::int64_t begin = std::max(from, run.position);
+        const std::int64_t end = std::min(from + frames, run.position + lengthOf(index));
+        if (begin < end) {
+            const auto count = static_cast<std::uint32_t>(end - begin);
+            const auto offset = run.offset + static_cast<std::uint32_t>(begin - run.position);
+            std::copy_n(samplesAt(run.chunk, channel, offset), count, target + (begin - from));
+            silent -= count;
         }
     }
-    if (isSilence) {
-        current_.droppedBefore -= count;
-    } else {
-        current_.offset += count;
-        current_.frames -= count;
-    }
+    return silent;
 }
 
-void TapQueue::pop(AudioPCMBuffer& buffer) {
-    while (buffer.frameLength() < buffer.frameCapacity()) {
-        if (current_.frames == 0 && current_.droppedBefore == 0) {
-            if (std::exchange(current_.endsChunk, false)) {
-                free_.tryPush(current_.chunk);
-            }
-            if (!filled_.tryPop(current_)) {
-                current_ = {};
-                return;
-            }
+void TapQueue::release(std::int64_t before) {
+    // The last run may still grow. A chunk is free when its last run is.
+    while (kept_.size() > 1 && kept_.front().position + lengthOf(0) <= before) {
+        const std::uint32_t chunk = kept_.front().chunk;
+        kept_.pop_front();
+        if (kept_.front().chunk != chunk) {
+            free_.tryPush(chunk);
         }
-        popSegment(buffer);
     }
 }
 

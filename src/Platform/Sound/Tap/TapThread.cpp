@@ -1,182 +1,256 @@
 #include "Platform/Sound/Tap/TapThread.h"
 
-#include "Platform/Sound/Decode/RateConverter.h"
 #include "Platform/Sound/Limits.h"
 
 #include <algorithm>
-#include <chrono>
+#include <cmath>
 #include <exception>
-#include <memory>
 #include <string>
 #include <utility>
-#include <vector>
 
 namespace tessivo::sound {
 
-struct TapThread::Tap {
-    Tap(std::shared_ptr<TapQueue> tapQueue, double rate, std::uint32_t bufferSize,
-        const AudioFormat& format, TapHandler tapBlock)
-        : queue(std::move(tapQueue))
-        , queueRate(rate)
-        , buffer(format, bufferSize)
-        , block(std::move(tapBlock)) {}
+namespace {
 
-    // The callback cannot wake this thread, because that would be a system call. So the thread
-    // wakes by itself when the next buffer should be complete.
-    std::chrono::duration<double> timeToNextBuffer() const {
-        const double missing = buffer.frameCapacity() - buffer.frameLength();
-        return std::chrono::duration<double>(
-            std::clamp(missing / buffer.format().sampleRate(), 0.002, 0.05));
+using std::chrono::duration;
+using std::chrono::milliseconds;
+
+// At most thirty levels a second.
+constexpr duration<double> kMeterInterval{1.0 / 30.0};
+
+// Holes that come closer together than this are told in one line.
+constexpr milliseconds kBurstPause{500};
+
+} // namespace
+
+struct TapThread::Meter {
+    Meter(std::uint32_t bufferSize, double rate, MeterBlock meterBlock)
+        : buffer(AudioFormat(rate, 1), bufferSize)
+        , block(std::move(meterBlock)) {
+        buffer.setFrameLength(bufferSize);
     }
 
-    void deliver(bool finish);
-
-    std::shared_ptr<TapQueue> queue;
-    double queueRate;      // Hz
-    AudioPCMBuffer buffer; // being filled
-    TapHandler block;      // none any more after an error
-
-private:
-    void deliverConverted(bool finish);
-    void append(std::span<const float> interleaved);
-    void callBlock();
-
-    struct Conversion {
-        RateConverter converter;
-        AudioPCMBuffer chunk; // at the queue's rate
-        std::vector<float> interleaved;
-    };
-
-    std::int64_t delivered_ = 0; // frames, at the format's rate
-    std::unique_ptr<Conversion> conversion_;
+    AudioPCMBuffer buffer;
+    MeterBlock block;
+    Clock::time_point lastTime = Clock::now();
 };
 
-// With finish the last buffer may be short.
-void TapThread::Tap::deliver(bool finish) {
-    if (finish) {
-        queue->flush();
-    }
-    if (buffer.format().sampleRate() != queueRate) {
-        deliverConverted(finish);
-    } else {
-        queue->pop(buffer);
-        while (buffer.frameLength() == buffer.frameCapacity()) {
-            callBlock();
-            queue->pop(buffer);
-        }
-    }
-    if (finish && buffer.frameLength() > 0) {
-        callBlock();
-    }
+TapThread::TapThread(std::shared_ptr<TapQueue> queue, double rate, const Timeline& timeline,
+                     DiagnosticSink diagnostics)
+    : queue_(std::move(queue))
+    , rate_(rate)
+    , timeline_(timeline)
+    , diagnostics_(diagnostics ? std::move(diagnostics) : [](const std::string&) {}) {
+    holes_.told = holes_.seen = timeline_.losses();
+    thread_ = std::jthread([this](const std::stop_token& stop) { run(stop); });
 }
-
-void TapThread::Tap::deliverConverted(bool finish) {
-    const auto channels = buffer.format().channelCount();
-    if (!conversion_) {
-        conversion_.reset(
-            new Conversion{RateConverter(queueRate, buffer.format().sampleRate(), channels),
-                           AudioPCMBuffer({queueRate, channels}, kTapChunkFrames),
-                           {}});
-    }
-    auto& [converter, chunk, interleaved] = *conversion_;
-    do {
-        chunk.setFrameLength(0);
-        queue->pop(chunk);
-        chunk.interleave(interleaved);
-        append(converter.process(interleaved, finish && chunk.frameLength() == 0));
-    } while (chunk.frameLength() > 0);
-}
-
-void TapThread::Tap::append(std::span<const float> interleaved) {
-    const auto channels = buffer.format().channelCount();
-    while (!interleaved.empty()) {
-        const auto begin = buffer.frameLength();
-        const auto count =
-            std::min<std::size_t>(interleaved.size() / channels, buffer.frameCapacity() - begin);
-        buffer.setFrameLength(begin + static_cast<std::uint32_t>(count));
-        for (std::uint32_t channel = 0; channel < channels; ++channel) {
-            const auto samples = buffer.channel(channel).subspan(begin);
-            for (std::size_t i = 0; i < count; ++i) {
-                samples[i] = interleaved[i * channels + channel];
-            }
-        }
-        interleaved = interleaved.subspan(count * channels);
-        if (buffer.frameLength() == buffer.frameCapacity()) {
-            callBlock();
-        }
-    }
-}
-
-void TapThread::Tap::callBlock() {
-    block(buffer, {delivered_, buffer.format().sampleRate()});
-    delivered_ += buffer.frameLength();
-    buffer.setFrameLength(0);
-}
-
-TapThread::TapThread(DiagnosticSink diagnostics)
-    : diagnostics_(diagnostics ? std::move(diagnostics) : [](const std::string&) {})
-    , thread_([this](const std::stop_token& stop) { run(stop); }) {}
 
 TapThread::~TapThread() = default;
 
-void TapThread::install(std::shared_ptr<TapQueue> queue, double queueRate, std::uint32_t bufferSize,
-                        const AudioFormat& format, TapHandler block) {
-    auto tap =
-        std::make_shared<Tap>(std::move(queue), queueRate, bufferSize, format, std::move(block));
-    {
-        const std::lock_guard lock(mutex_);
-        tap_ = std::move(tap);
+void TapThread::hold(std::int64_t position) {
+    const std::lock_guard lock(mutex_);
+    job_.held = position;
+    job_.earlierOverruns = queue_->overrunFrames();
+}
+
+void TapThread::release() {
+    const std::lock_guard lock(mutex_);
+    job_.held.reset();
+}
+
+void TapThread::install(Tap::Request request) {
+    auto tap = std::make_shared<Tap>(std::move(request), rate_);
+    const std::lock_guard lock(mutex_);
+    end_ = INT64_MAX;
+    job_.tap = std::move(tap);
+    if (!std::exchange(job_.held, std::nullopt)) {
+        job_.earlierOverruns = queue_->overrunFrames();
     }
+    woken_ = true;
     changed_.notify_all();
 }
 
-void TapThread::remove() {
+void TapThread::setMeter(std::uint32_t bufferSize, MeterBlock block) {
+    auto meter = block ? std::make_shared<Meter>(bufferSize, rate_, std::move(block)) : nullptr;
+    const std::lock_guard lock(mutex_);
+    job_.meter.swap(meter);
+}
+
+std::optional<std::int64_t> TapThread::remove(std::int64_t end, duration<double> patience) {
     std::unique_lock lock(mutex_);
-    if (!tap_) {
-        return;
+    if (!job_.tap) {
+        return std::nullopt;
     }
-    finishing_ = true;
+    end_ = end;
+    job_.ending = {end, Clock::now() + std::chrono::duration_cast<Clock::duration>(patience)};
+    woken_ = true;
     changed_.notify_all();
-    changed_.wait(lock, [this] { return !tap_; });
+    changed_.wait(lock, [this] { return !job_.tap; });
+    return lastLength_;
+}
+
+// The callback cannot wake this thread, because that would be a system call. So the thread wakes
+// by itself when the next buffer should be complete, but not more often than cycles come.
+TapThread::Clock::duration TapThread::timeToNextWork() const {
+    double seconds = 0.05;
+    if (job_.ending) {
+        seconds = 0.001;
+    } else if (job_.tap) {
+        seconds = job_.tap->secondsToNextBuffer();
+    } else if (job_.meter) {
+        const auto missing = meterNext_ + job_.meter->buffer.frameCapacity() - queue_->end();
+        seconds = static_cast<double>(missing) / rate_;
+    }
+    const double shortest =
+        job_.ending ? 0.0 : std::clamp(timeline_.cycleFrames() / rate_, 0.002, 0.05);
+    return std::chrono::duration_cast<Clock::duration>(
+        duration<double>(std::clamp(seconds, shortest, 0.05)));
 }
 
 void TapThread::run(const std::stop_token& stop) {
     std::unique_lock lock(mutex_);
-    while (changed_.wait(lock, stop, [this] { return tap_ != nullptr; })) {
-        changed_.wait_for(lock, stop, tap_->timeToNextBuffer(), [this] { return finishing_; });
-        if (stop.stop_requested()) {
-            return;
-        }
-        const auto tap = tap_;
-        const bool finish = finishing_;
+    while (!stop.stop_requested()) {
+        changed_.wait_for(lock, stop, timeToNextWork(), [this] { return woken_; });
+        woken_ = false;
+        Job job = job_;
         lock.unlock();
-        work(*tap, finish);
+        const bool ended = work(job);
+        // What the blocks hold is released here, on the thread that used it.
+        const auto tap = std::exchange(job.tap, nullptr);
+        job = {};
         lock.lock();
-        if (finish) {
-            tap_ = nullptr;
-            finishing_ = false;
+        if (ended && job_.tap == tap) {
+            lastLength_ = tap->deliveredBefore(job_.ending ? job_.ending->position : tap->next());
+            job_.tap = nullptr;
+            job_.ending.reset();
+            current_ = nullptr;
             changed_.notify_all();
         }
     }
+    lock.unlock();
+    tellHoles(true);
 }
 
-void TapThread::work(Tap& tap, bool finish) {
-    if (tap.block) {
+// Returns whether the tap has ended.
+bool TapThread::work(const Job& job) {
+    if (job.tap && job.tap.get() != current_) {
+        current_ = job.tap.get();
+        meterNext_ = job.tap->next();
+    }
+    queue_->receive();
+    bool ended = false;
+    if (job.tap) {
         try {
-            tap.deliver(finish);
+            ended = deliver(job);
         } catch (const std::exception& error) {
             diagnostics_(std::string("The input's tap ended: ") + error.what());
-            tap.block = nullptr;
+            return true;
+        }
+    } else if (job.meter) {
+        measure(*job.meter, queue_->end());
+    }
+    releaseFrames(job);
+    tellHoles(ended);
+    if (ended) {
+        tellLosses(job);
+    }
+    return ended;
+}
+
+bool TapThread::deliver(const Job& job) {
+    const auto limit = [&] {
+        return std::min(end_.load(), queue_->end());
+    };
+    const bool last = job.ending && (queue_->end() >= job.ending->position ||
+                                     Clock::now() >= job.ending->deadline);
+    if (!job.tap->completeHead(*queue_, limit()) && !last) {
+        return false;
+    }
+    while (job.tap->step(*queue_, limit())) {
+        if (job.meter) {
+            measure(*job.meter, job.tap->delivered());
+        }
+        releaseFrames(job);
+        queue_->receive();
+    }
+    if (last) {
+        job.tap->finish();
+        meterNext_ = job.tap->next();
+    } else if (job.meter) {
+        measure(*job.meter, job.tap->delivered());
+    }
+    return last;
+}
+
+void TapThread::measure(Meter& meter, std::int64_t limit) {
+    const std::int64_t size = meter.buffer.frameCapacity();
+    if (static_cast<double>(limit - meterNext_) > kTapHistorySeconds * rate_) {
+        meterNext_ = limit - size;
+    }
+    if (limit - meterNext_ < size) {
+        return;
+    }
+    if (const auto now = Clock::now(); now - meter.lastTime >= kMeterInterval) {
+        meter.lastTime = now;
+        queue_->copy(meterNext_, meter.buffer.frameCapacity(), 0, meter.buffer.channel(0).data());
+        meter.block(meter.buffer);
+    }
+    meterNext_ += (limit - meterNext_) / size * size;
+}
+
+void TapThread::releaseFrames(const Job& job) {
+    const auto history = static_cast<std::int64_t>(kTapHistorySeconds * rate_);
+    std::int64_t before = queue_->end() - history;
+    if (job.held) {
+        before = std::min(before, *job.held);
+    }
+    if (job.tap) {
+        before = std::min(before, job.tap->next());
+        if (job.meter) {
+            before = std::min(before, meterNext_);
         }
     }
-    if (finish && tap.block) {
-        if (const auto lost = tap.queue->overrunFrames(); lost > 0) {
-            diagnostics_("The disk was blocked for too long: " + std::to_string(lost) +
-                         " captured frames were lost and replaced by silence");
-        }
-        // What the handler holds is released here, on the thread that used it.
-        tap.block = nullptr;
+    queue_->release(before);
+}
+
+// At the end of a take.
+void TapThread::tellLosses(const Job& job) {
+    const std::int64_t silent = job.tap->silentFrames();
+    const std::int64_t overruns = std::min(queue_->overrunFrames() - job.earlierOverruns, silent);
+    if (overruns > 0) {
+        diagnostics_("The disk was blocked for too long: " + std::to_string(overruns) +
+                     " captured frames were lost and replaced by silence");
     }
+    if (const std::int64_t holes = silent - overruns; holes > 0) {
+        diagnostics_("The take has gaps: " + std::to_string(holes) +
+                     " frames of the input were lost and replaced by silence");
+    }
+}
+
+void TapThread::tellHoles(bool atOnce) {
+    const auto time = Clock::now();
+    if (const auto losses = timeline_.losses(); losses != holes_.seen) {
+        holes_.seen = losses;
+        holes_.lastSeen = time;
+    }
+    if (holes_.seen == holes_.told || (!atOnce && time - holes_.lastSeen < kBurstPause)) {
+        return;
+    }
+    const auto text = [&](std::int64_t frames) {
+        const auto length = std::lround(1000.0 * static_cast<double>(frames) / rate_);
+        return std::to_string(frames) + " frames (" + std::to_string(length) + " ms)";
+    };
+    const std::int64_t input = holes_.seen.input - holes_.told.input;
+    const std::int64_t output = holes_.seen.output - holes_.told.output;
+    holes_.told = holes_.seen;
+    std::string line = "⚠️ Sound was interrupted: ";
+    if (input > 0) {
+        line += text(input) + " of the input were lost";
+    }
+    if (output > 0) {
+        line += (input > 0 ? ", " : "") + text(output) + " came too late for the speaker";
+    }
+    diagnostics_(line);
 }
 
 } // namespace tessivo::sound

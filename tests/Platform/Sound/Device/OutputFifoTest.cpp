@@ -18,7 +18,7 @@ struct CountingFifo {
         for (float& sample : samples) {
             sample = static_cast<float>(++pushed);
         }
-        fifo.beginCycle();
+        late += fifo.beginCycle();
         fifo.push(std::array<const float*, 2>{samples.data(), samples.data()}, frames);
     }
 
@@ -35,6 +35,7 @@ struct CountingFifo {
     sound::OutputFifo fifo;
     std::int64_t pushed = 0;
     std::uint32_t silence = 0;
+    std::uint32_t late = 0;
 };
 
 // What waited while nobody played must not be heard late.
@@ -45,6 +46,7 @@ TEST(OutputFifoTest, DropsWhatWasNotFetchedInItsCycle) {
     }
     EXPECT_EQ(fifo.pop(8192).back(), fifo.newest());
     EXPECT_EQ(fifo.fifo.size(), 0U);
+    EXPECT_EQ(fifo.late, 99U * 8192U);
 }
 
 // The two sides of a rate conversion need the same number of frames, but not in each cycle.

@@ -92,7 +92,7 @@ TEST(PipeWireDeviceTest, FormatsAreThoseOfTheDefaultDevices) {
          }) {
         SCOPED_TRACE(c.options.front());
         const PrivatePipeWire server(c.options);
-        const PipeWireDuplexDevice device("Tessivo");
+        PipeWireDuplexDevice device("Tessivo");
         EXPECT_EQ(device.formats().input, c.input);
         EXPECT_EQ(device.formats().output.channelCount(), 2U);
         EXPECT_EQ(device.formats().renderRate, c.renderRate);

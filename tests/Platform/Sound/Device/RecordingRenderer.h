@@ -8,6 +8,7 @@
 #include <atomic>
 #include <chrono>
 #include <cstdint>
+#include <span>
 #include <vector>
 
 namespace tessivo::test {
@@ -38,9 +39,16 @@ public:
                                                               : 0.0F;
             }
         }
+        if (cycles_ < log_.size()) {
+            log_[cycles_] = {first, cycle.frames, cycle.time, cycle.missed};
+        }
         const auto now = std::chrono::steady_clock::now().time_since_epoch();
         if (const auto pause = now - lastCycle_.exchange(now); pause > longestPause_.load()) {
             longestPause_ = pause;
+        }
+        // Sleeping would be a system call.
+        for (const auto end = now + block_.exchange({});
+             std::chrono::steady_clock::now().time_since_epoch() < end;) {
         }
         inputChannels_ = cycle.input.size();
         outputChannels_ = cycle.output.size();
@@ -56,6 +64,19 @@ public:
     std::chrono::nanoseconds longestPause() const { return longestPause_.load(); }
     void forgetPauses() { longestPause_ = std::chrono::nanoseconds(0); }
 
+    // What each cycle said of itself.
+    struct Cycle {
+        std::int64_t first; // the number of its first frame
+        std::uint32_t frames;
+        Moment time;
+        std::uint32_t missed;
+    };
+    std::span<const Cycle> log() const {
+        return {log_.data(), std::min<std::size_t>(cycles_, log_.size())};
+    }
+    // The next cycle takes that long.
+    void blockOnce(std::chrono::milliseconds time) { block_ = time; }
+
     std::vector<float> input(std::size_t channel) const {
         const std::vector<float>& all = input_.at(channel);
         return {all.begin(), all.begin() + std::min(frames_.load(), kFrames)};
@@ -70,6 +91,8 @@ private:
     std::atomic<std::uint64_t> cycles_{0};
     std::atomic<std::size_t> inputChannels_{99};
     std::atomic<std::size_t> outputChannels_{99};
+    std::vector<Cycle> log_ = std::vector<Cycle>(1 << 15);
+    std::atomic<std::chrono::milliseconds> block_{};
     std::atomic<std::chrono::nanoseconds> lastCycle_{};
     std::atomic<std::chrono::nanoseconds> longestPause_{};
 };

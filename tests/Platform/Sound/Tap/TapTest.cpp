@@ -1,34 +1,15 @@
-#include "support/OfflineRig.h"
+#include "support/TakeRig.h"
 
 #include <gtest/gtest.h>
 
 #include <atomic>
+#include <optional>
+#include <thread>
 
 using namespace tessivo::sound;
 using namespace tessivo::test;
 
 namespace {
-
-// Collects what a tap delivers.
-struct Take {
-    Channels samples;
-    std::vector<std::uint32_t> lengths;
-    bool contiguous = true;
-
-    TapHandler block() {
-        return [this](const AudioPCMBuffer& buffer, const AudioTime& time) {
-            contiguous =
-                contiguous && (samples.empty() ||
-                               time.sampleTime == static_cast<std::int64_t>(samples[0].size()));
-            samples.resize(buffer.format().channelCount());
-            for (std::uint32_t c = 0; c < samples.size(); ++c) {
-                const auto channel = buffer.channel(c);
-                samples[c].insert(samples[c].end(), channel.begin(), channel.end());
-            }
-            lengths.push_back(buffer.frameLength());
-        };
-    }
-};
 
 void feed(OfflineRig& rig, const Channels& input, std::size_t quantum) {
     const std::size_t frames = input.front().size();
@@ -125,7 +106,7 @@ TEST(TapTest, OverflowIsSilenceOfTheSameLengthAndOneLine) {
             }
             write(buffer, time);
         });
-    const Channels played{noise(45 * 48000, 1)};
+    const Channels played{noise(45 * 48000 + 60'000, 1)};
     feed(rig, played, 1024);
     const auto lost = rig.engine->statistics().overrunFrames;
     EXPECT_GT(lost, 4 * 48000);
@@ -145,6 +126,118 @@ TEST(TapTest, OverflowIsSilenceOfTheSameLengthAndOneLine) {
     EXPECT_EQ(firstDifference(slice(samples, played[0].size(), 5000), after[0]), -1);
     ASSERT_EQ(rig.lines.size(), 1U);
     EXPECT_NE(rig.lines[0].find(std::to_string(lost)), std::string::npos);
+}
+
+// Presses between cycles, with both latencies, by a main thread that is in time, or late, or
+// waits for a disk before it can install the tap.
+TEST(TapTest, TakeBeginsAndEndsAtThePressHoweverLateItIsHandled) {
+    struct Case {
+        std::size_t handledAfter; // frames
+        std::size_t createdAfter;
+    };
+    for (const std::size_t quantum : {64U, 256U, 1024U}) {
+        for (const auto& [handledAfter, createdAfter] :
+             {Case{0, 0}, Case{9600, 0}, Case{9600, 480'000}}) {
+            SCOPED_TRACE(quantum + handledAfter + createdAfter);
+            TakeRig rig(quantum);
+            const auto& in = rig.captured;
+            rig.play(50'037 + handledAfter);
+            auto& input = rig.engine->inputNode();
+            input.hold(rig.momentOf(50'037));
+            rig.play(createdAfter);
+            Take take;
+            input.installTap(2048, input.outputFormat(), take.block(), rig.momentOf(50'037));
+            const std::size_t end = 50'037 + createdAfter + 23'456;
+            rig.play(end + handledAfter - in[0].size());
+            std::optional<std::int64_t> length;
+            {
+                // What is on its way from the microphone is still to come.
+                std::jthread later([&] { rig.play(handledAfter == 0 ? 4096 : 0); });
+                length = input.removeTap(rig.momentOf(end));
+            }
+            const std::size_t frames = end - 50'037;
+            ASSERT_EQ(length, static_cast<std::int64_t>(frames));
+            ASSERT_GE(take.samples[0].size(), frames);
+            for (const std::size_t c : {0U, 1U}) {
+                EXPECT_EQ(firstDifference(slice(take.samples[c], 0, frames),
+                                          slice(in[c], 50'037 + TakeRig::kInput, frames)),
+                          -1);
+            }
+        }
+    }
+}
+
+TEST(TapTest, HoleIsSilenceOfTheSameLengthAndToldAsOne) {
+    TakeRig rig(256);
+    rig.play(20'000);
+    auto& input = rig.engine->inputNode();
+    Take take;
+    input.installTap(2048, input.outputFormat(), take.block(), rig.momentOf(10'000));
+    for (const std::uint32_t lost : {256U, 5000U}) {
+        rig.lose(lost);
+        rig.device->loseOutput(240);
+        rig.play(3000);
+    }
+    input.removeTap();
+    const std::size_t begin = 10'000 + TakeRig::kInput;
+    const auto& in = rig.captured[0];
+    EXPECT_EQ(firstDifference(take.samples[0], slice(in, begin, in.size() - begin)), -1);
+    EXPECT_EQ(rig.engine->statistics().missedFrames, (Timeline::Losses{5256, 480}));
+    EXPECT_EQ(
+        rig.lines,
+        (std::vector<std::string>{
+            "⚠️ Sound was interrupted: 5256 frames (110 ms) of the input "
+            "were lost, 480 frames (10 ms) came too late for the speaker",
+            "The take has gaps: 5256 frames of the input were lost and replaced by silence"}));
+}
+
+TEST(TapTest, SilentServerAndUnusedHoldCostNothing) {
+    TakeRig rig(256);
+    rig.play(20'000);
+    auto& input = rig.engine->inputNode();
+    Take take;
+    input.installTap(2048, input.outputFormat(), take.block(), rig.momentOf(20'000));
+    rig.play(2048);
+    const auto pressed = std::chrono::steady_clock::now();
+    EXPECT_EQ(input.removeTap(rig.momentOf(30'000)),
+              static_cast<std::int64_t>(rig.captured[0].size()) - 20'000 - TakeRig::kInput);
+    EXPECT_LT(std::chrono::steady_clock::now() - pressed, std::chrono::milliseconds(1500));
+
+    for (const bool released : {true, false}) {
+        input.hold(rig.momentOf(22'000));
+        if (released) {
+            input.release();
+        }
+        for (int second = 0; second < 45; ++second) {
+            rig.play(48'000);
+            std::this_thread::sleep_for(std::chrono::milliseconds(released ? 20 : 0));
+        }
+        EXPECT_EQ(rig.engine->statistics().overrunFrames == 0, released);
+    }
+}
+
+// Whose backlog never ends while the input goes on.
+TEST(TapTest, EndOfATakeIsSeenByADiskThatCannotKeepUp) {
+    TakeRig rig(1024);
+    rig.play(2048);
+    auto& input = rig.engine->inputNode();
+    std::int64_t written = 0;
+    input.installTap(2048, input.outputFormat(), [&](const AudioPCMBuffer& buffer, const auto&) {
+        std::this_thread::sleep_for(std::chrono::milliseconds(10));
+        written += buffer.frameLength();
+    });
+    std::atomic<int> cycles = 0;
+    std::jthread musician([&](const std::stop_token& stop) {
+        for (; cycles < 4000 && !stop.stop_requested(); ++cycles) {
+            rig.play(1024);
+            std::this_thread::sleep_for(std::chrono::milliseconds(1));
+        }
+    });
+    std::this_thread::sleep_for(std::chrono::milliseconds(100));
+    input.removeTap();
+    EXPECT_LT(cycles, 3000);
+    musician.request_stop();
+    EXPECT_GT(written, 48'000);
 }
 
 TEST(TapTest, TapAtAnotherRateHasThePitchAndTheLength) {
