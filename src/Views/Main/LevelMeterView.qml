@@ -20,8 +20,11 @@ Row {
         return Math.fround((Math.max(decibels, -60) + 60) / 60);
     }
 
+    // The nearest count is corrected by the rounded positions, which decide.
     readonly property int litCount: {
-        let count = 0;
+        let count = Math.floor(normalizedLevel * segmentCount);
+        while (count > 0 && position(count - 1) > normalizedLevel)
+            --count;
         while (count < segmentCount && position(count) <= normalizedLevel)
             ++count;
         return count;
