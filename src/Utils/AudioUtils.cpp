@@ -1,5 +1,6 @@
 #include "Utils/AudioUtils.h"
 
+#include "Platform/Sound/File/AudioFile.h"
 #include "Platform/System/LogLine.h"
 #include "Platform/System/Paths.h"
 
@@ -9,8 +10,16 @@
 
 namespace tessivo {
 
+namespace {
+
+QUrl recordingsDirectory() {
+    return QUrl::fromLocalFile(documentsDirectory() + QStringLiteral("/LooperFiles"));
+}
+
+} // namespace
+
 QUrl AudioUtils::getLooperRecordingsDirectory() {
-    QUrl folder = QUrl::fromLocalFile(documentsDirectory() + QStringLiteral("/LooperFiles"));
+    QUrl folder = recordingsDirectory();
     std::error_code error;
     std::filesystem::create_directories(pathOf(folder), error);
     if (error) {
@@ -24,6 +33,10 @@ QUrl AudioUtils::createLoopFileURL() {
     const auto now = duration_cast<seconds>(system_clock::now().time_since_epoch()).count();
     return QUrl::fromLocalFile(getLooperRecordingsDirectory().toLocalFile() +
                                QStringLiteral("/loop_%1.wav").arg(now));
+}
+
+void AudioUtils::removeStaleRecordings() {
+    sound::AudioFileWriter::removeStale(pathOf(recordingsDirectory()));
 }
 
 QString AudioUtils::formatDuration(double seconds) {

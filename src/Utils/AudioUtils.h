@@ -15,6 +15,9 @@ public:
     // The location of a recording that begins now. The name has a resolution of one second.
     static QUrl createLoopFileURL();
 
+    // Removes the files of recordings that a killed program had not begun yet. Blocks on the disk.
+    static void removeStaleRecordings();
+
     // Minutes and seconds, at least two digits each, without the fraction: "62:05" for 3725.
     // "00:00" for a number that is negative, not finite or beyond 64 bits.
     static QString formatDuration(double seconds);

@@ -26,6 +26,7 @@ constexpr qsizetype kLongestBase = 50;           // grapheme clusters
 // A file system's limit for names, less the extension and room for a number.
 constexpr qsizetype kLongestBaseBytes = 255 - 4 - 11;
 constexpr auto kCopyInProgress = ".copy-";
+constexpr auto kExportInProgress = ".tessivo-export-"; // in folders that are not ours
 
 qint64 sizeOf(const fs::path& path) {
     struct stat status {};
@@ -129,6 +130,10 @@ SavedLoop LoopFileManager::saveTemporaryLoopAs(const QString& name, const QUrl& 
     return {name, filename, secondsSince2001Now(), metadata.duration, metadata.fileSize};
 }
 
+void LoopFileManager::removeStaleCopies() {
+    files::AtomicFile::removeStale(pathOf(savedLoopsDirectory()), kCopyInProgress);
+}
+
 QString LoopFileManager::sanitizeFilename(const QString& name) {
     // By way of UTF-8, which replaces unpaired surrogates. A NUL would end the name early.
     QString clean = QString::fromUtf8(name.toUtf8());
@@ -195,7 +200,8 @@ void LoopFileManager::copyLoopFile(const QUrl& from, const QUrl& to) {
         throw LoopError::saveFailure(QStringLiteral("There is a folder of that name"));
     }
     try {
-        files::AtomicFile copy(target.parent_path(), kCopyInProgress, S_IRUSR | S_IWUSR);
+        files::AtomicFile::removeStale(target.parent_path(), kExportInProgress);
+        files::AtomicFile copy(target.parent_path(), kExportInProgress, S_IRUSR | S_IWUSR);
         copy.copyFrom(source);
         copy.replace(target);
         files::syncFolder(target.parent_path());

@@ -26,6 +26,9 @@ public:
     // invalidAudioFile, saveFailure or a system error.
     static SavedLoop saveTemporaryLoopAs(const QString& name, const QUrl& source);
 
+    // Removes the part of a copy that a killed program has left in the folder. Never throws.
+    static void removeStaleCopies();
+
     // A file name with extension, made from a loop's name and free in the folder.
     static QString generateUniqueFilename(const QString& name);
 
@@ -48,8 +51,9 @@ public:
     // The same for an entry's file, which must be in the folder itself.
     static bool validateLoopFile(const SavedLoop& loop);
 
-    // Replaces a file at the destination; a failure leaves that as it was. saveFailure with the
-    // system's description.
+    // Replaces a file at the destination; a failure leaves that as it was. The part of an earlier
+    // copy that a killed program has left there is removed. saveFailure with the system's
+    // description.
     static void copyLoopFile(const QUrl& from, const QUrl& to);
     // Throws fileNotFound or saveFailure.
     static void deleteLoopFile(const SavedLoop& loop);

@@ -4,10 +4,12 @@
 #include "Audio/SimplePlayer.h"
 #include "Audio/SimpleRecorder.h"
 #include "Models/LoopError.h"
+#include "Platform/System/BackgroundQueue.h"
 #include "Platform/System/CommandMoment.h"
 #include "Platform/System/LogLine.h"
 #include "Platform/System/MainQueue.h"
 #include "Platform/System/Paths.h"
+#include "Utils/AudioUtils.h"
 #include "Utils/LoopFileManager.h"
 
 #include <QPointer>
@@ -45,6 +47,10 @@ SimpleLooperViewModel::SimpleLooperViewModel(std::unique_ptr<sound::AudioDevice>
     , audioEngine_(std::move(device)) {
     setupObservers();
     startAudioEngine();
+    BackgroundQueue::post(BackgroundQueue::Priority::utility, [] {
+        LoopFileManager::removeStaleCopies();
+        AudioUtils::removeStaleRecordings();
+    });
 }
 
 SimpleLooperViewModel::~SimpleLooperViewModel() = default;

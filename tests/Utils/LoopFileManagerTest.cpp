@@ -1,4 +1,5 @@
 #include "Models/LibraryRig.h"
+#include "Platform/Files/AtomicFile.h"
 
 #include <future>
 #include <set>
@@ -198,6 +199,23 @@ TEST(LoopFileManagerTest, CopyReplacesOrLeavesWhatWasThere) {
     EXPECT_EQ(bytesOf(full / "a.wav"), "old");
     EXPECT_EQ(std::distance(fs::directory_iterator(full), fs::directory_iterator()), 1);
 }
+TEST(LoopFileManagerTest, RemovesOnlyWhatIsSurelyLeftByAKilledCopy) {
+    const FilesRig rig;
+    const files::AtomicFile inProgress(rig.folder, ".copy-", 0600);
+    for (const char* name : {".copy-2", ".copy-aB3xY9", ".copy-of mine", ".copy-", "x.copy-4"}) {
+        writeBytes(rig.folder / name, "half");
+    }
+    fs::create_directory(rig.folder / ".copy-3");
+    fs::create_symlink(rig.take, rig.folder / ".copy-4");
+    Files::removeStaleCopies();
+    EXPECT_EQ(rig.files(), (std::vector<std::string>{".copy-", ".copy-1", ".copy-3", ".copy-4",
+                                                     ".copy-of mine", "x.copy-4"}));
+    const fs::path left = rig.home.path() / ".tessivo-export-1";
+    writeBytes(left, "half");
+    Files::exportLoop(rig.save("Beat"), urlOf(rig.home.path() / "export.wav"));
+    EXPECT_FALSE(fs::exists(left));
+}
+
 
 TEST(LoopFileManagerTest, FullOrMissingFolderKeepsNoHalfLoop) {
     const FilesRig rig;

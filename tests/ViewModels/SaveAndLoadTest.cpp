@@ -88,6 +88,19 @@ TEST(SaveAndLoadTest, FailedSaveChangesNothing) {
     expectFailure("No audio recorded to save");
 }
 
+// Starting after the program was killed.
+TEST(SaveAndLoadTest, StartRemovesWhatAKilledProgramLeftUnfinished) {
+    LibraryLooper rig;
+    fs::create_directories(rig.home.recordings());
+    for (const fs::path& left :
+         {rig.home.savedLoops() / ".copy-3", rig.home.recordings() / ".take-1"}) {
+        writeBytes(left, "half");
+        const SimpleLooperViewModel next(std::make_unique<sound::OfflineDevice>(formats(2)));
+        settle();
+        EXPECT_FALSE(fs::exists(left)) << left;
+    }
+}
+
 TEST(SaveAndLoadTest, LoadStopsEverythingAndWaits) {
     LibraryLooper rig;
     const SavedLoop loop = rig.savedLoop("x");

@@ -1,9 +1,14 @@
 #include "Platform/Files/AtomicFile.h"
 
+#include <algorithm>
+#include <cctype>
 #include <cerrno>
+#include <cstddef>
 #include <cstdio>
 #include <fcntl.h>
+#include <sys/file.h>
 #include <sys/stat.h>
+#include <system_error>
 #include <unistd.h>
 #include <vector>
 
@@ -13,22 +18,57 @@ namespace fs = std::filesystem;
 
 namespace {
 
+// False when somebody else has locked it; true also on a disk that knows no locks.
+bool lock(int file) {
+    return ::flock(file, LOCK_EX | LOCK_NB) == 0 || errno != EWOULDBLOCK;
+}
+
 // Creates the file and sets the path to the name that was free.
 int createUnderFreeName(fs::path& path, const fs::path& folder, const std::string& prefix,
                         mode_t mode) {
     for (unsigned number = 1;; ++number) {
         path = folder / (prefix + std::to_string(number));
         const int created = ::open(path.c_str(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, mode);
-        if (created >= 0) {
+        if (created >= 0 && lock(created)) {
             return created;
         }
-        if (errno != EEXIST) {
+        if (created >= 0) {
+            ::close(created); // removeStale() was faster, and removes it
+        } else if (errno != EEXIST) {
             throwLastError("Could not create", path);
         }
     }
 }
 
+bool isTemporaryName(const std::string& name, const std::string& prefix) {
+    return name.size() > prefix.size() && name.starts_with(prefix) &&
+           std::all_of(name.begin() + static_cast<std::ptrdiff_t>(prefix.size()), name.end(),
+                       [](unsigned char letter) { return std::isalnum(letter) != 0; });
+}
+
+void removeIfStale(const fs::path& path) {
+    const FileDescriptor file(::open(path.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
+    struct stat opened {};
+    struct stat named {};
+    // The name may have gone to another file before the lock; nobody else touches it after.
+    if (file.get() >= 0 && ::flock(file.get(), LOCK_EX | LOCK_NB) == 0 &&
+        ::fstat(file.get(), &opened) == 0 && S_ISREG(opened.st_mode) &&
+        ::lstat(path.c_str(), &named) == 0 && named.st_ino == opened.st_ino) {
+        ::unlink(path.c_str());
+    }
+}
+
 } // namespace
+
+void AtomicFile::removeStale(const fs::path& folder, const std::string& prefix) {
+    std::error_code error;
+    for (fs::directory_iterator entry(folder, error), end; !error && entry != end;
+         entry.increment(error)) {
+        if (isTemporaryName(entry->path().filename().string(), prefix)) {
+            removeIfStale(entry->path());
+        }
+    }
+}
 
 AtomicFile::AtomicFile(const fs::path& folder, const std::string& prefix, mode_t mode)
     : descriptor_(createUnderFreeName(path_, folder, prefix, mode)) {}

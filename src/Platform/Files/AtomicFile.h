@@ -9,7 +9,8 @@ namespace tessivo::files {
 
 // A new file that is written under a temporary name, in the folder in which it is going to
 // stay, and then renamed. Whatever is interrupted, the final name stands for the old file or
-// for the new one. Without a final name the file is removed by the destructor.
+// for the new one. Without a final name the file is removed by the destructor, or, when the
+// program was killed, by removeStale(): it is locked for as long as it is open.
 //
 // Failures throw std::filesystem::filesystem_error; all functions block on the disk.
 class AtomicFile {
@@ -21,6 +22,10 @@ public:
     ~AtomicFile();
     AtomicFile(const AtomicFile&) = delete;
     AtomicFile& operator=(const AtomicFile&) = delete;
+
+    // Removes the temporary files with that prefix that nobody has open any more. Keeps what it
+    // is not sure of: other names, and files on a disk that knows no locks. Never throws.
+    static void removeStale(const std::filesystem::path& folder, const std::string& prefix);
 
     // Open for reading and writing.
     FileDescriptor& descriptor() { return descriptor_; }

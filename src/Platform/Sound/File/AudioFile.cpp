@@ -18,6 +18,8 @@ namespace tessivo::sound {
 
 namespace {
 
+constexpr auto kTakeWithoutName = ".take-";
+
 struct CloseSoundFile {
     void operator()(SNDFILE* file) const { sf_close(file); }
 };
@@ -121,7 +123,7 @@ AudioFileWriter::AudioFileWriter(const std::filesystem::path& path,
     try {
         // Has its header before it has its name: a failure leaves what was there, and whoever
         // opens the file by its name can read it.
-        files::AtomicFile file(path.parent_path(), ".take-", 0666);
+        files::AtomicFile file(path.parent_path(), kTakeWithoutName, 0666);
         handle_->file = handedOver(file.descriptor(), SFM_WRITE, info);
         if (!handle_->file) {
             throw soundFailure(failed, path, nullptr);
@@ -136,6 +138,10 @@ AudioFileWriter::AudioFileWriter(const std::filesystem::path& path,
 }
 
 AudioFileWriter::~AudioFileWriter() = default;
+
+void AudioFileWriter::removeStale(const std::filesystem::path& folder) {
+    files::AtomicFile::removeStale(folder, kTakeWithoutName);
+}
 
 void AudioFileWriter::write(const AudioPCMBuffer& buffer) {
     if (buffer.format().channelCount() != settings_.channelCount) {

@@ -53,6 +53,9 @@ public:
     AudioFileWriter(const AudioFileWriter&) = delete;
     AudioFileWriter& operator=(const AudioFileWriter&) = delete;
 
+    // Removes files that killed programs had not given their names yet.
+    static void removeStale(const std::filesystem::path& folder);
+
     // Appends all frames of the buffer, which must have the file's channel count. Throws
     // AudioError when not all could be written; those that were stay readable, and the next call
     // appends after them.
