@@ -3,7 +3,6 @@
 #include "Models/LoopError.h"
 #include "Platform/Files/AtomicFile.h"
 #include "Platform/Files/Folder.h"
-#include "Platform/Sound/AudioError.h"
 #include "Platform/Sound/File/AudioFile.h"
 #include "Platform/System/Paths.h"
 
@@ -11,6 +10,7 @@
 
 #include <cerrno>
 #include <cmath>
+#include <exception>
 #include <filesystem>
 #include <string>
 #include <sys/stat.h>
@@ -46,7 +46,7 @@ std::optional<double> durationOf(const fs::path& path) {
         if (std::isfinite(seconds) && seconds > 0.0) {
             return seconds;
         }
-    } catch (const sound::AudioError&) {
+    } catch (const std::exception&) {
         // Not usable, whatever the reason.
     }
     return std::nullopt;
@@ -102,7 +102,7 @@ const QUrl& LoopFileManager::libraryMetadataURL() {
 std::optional<QUrl> LoopFileManager::locationOf(const SavedLoop& loop) {
     const QString& name = loop.filename();
     if (name.isEmpty() || name == QLatin1String(".") || name == QLatin1String("..") ||
-        name.contains(u'/') || name.contains(QChar::Null)) {
+        name.contains(u'/') || name.contains(QChar::Null) || !name.isValidUtf16()) {
         return std::nullopt;
     }
     return QUrl::fromLocalFile(savedLoopsDirectory().toLocalFile() + u'/' + name);

@@ -243,7 +243,8 @@ TEST(LoopFileManagerTest, RecordsLeadNowhereButIntoTheFolder) {
     for (const QString& filename :
          {u"../../take.wav"_qs, QString::fromStdString(rig.take.string()), u"sub/a.wav"_qs,
           u"./sub/../link.wav"_qs, u".."_qs, u"."_qs, u""_qs, QString(u"text.wav\0x"_qs),
-          u"missing.wav"_qs, u"link.wav"_qs, u"text.wav"_qs, u"sub"_qs, QString(300, u'a')}) {
+          QString(QChar(0xd800)) + ".wav", u"missing.wav"_qs, u"link.wav"_qs, u"text.wav"_qs,
+          u"sub"_qs, QString(300, u'a')}) {
         const SavedLoop loop("n", filename, SecondsSince2001(0), 1.0, 1);
         EXPECT_FALSE(Files::validateLoopFile(loop)) << filename.toStdString();
         EXPECT_EQ(loopErrorOf([&] { Files::exportLoop(loop, urlOf(target)); }),

@@ -1,9 +1,13 @@
 #include "Platform/System/BackgroundQueue.h"
 
+#include "Platform/System/LogLine.h"
+
 #include <QThread>
 #include <QThreadPool>
 
 #include <algorithm>
+#include <exception>
+#include <string>
 #include <utility>
 
 namespace tessivo {
@@ -32,11 +36,22 @@ Pools& pools() {
 } // namespace
 
 void BackgroundQueue::post(Priority priority, std::function<void()> task) {
-    pools().anyOrder.start(std::move(task), static_cast<int>(priority));
+    pools().anyOrder.start(guarded(std::move(task)), static_cast<int>(priority));
+// What a task throws is a fault of ours, which must not end the program.
+std::function<void()> guarded(std::function<void()> task) {
+    return [task = std::move(task)] {
+        try {
+            task();
+        } catch (const std::exception& error) {
+            logLine(std::string("❌ [ERROR] Background task failed: ") + error.what());
+        }
+    };
+}
+
 }
 
 void BackgroundQueue::postInOrder(std::function<void()> task) {
-    pools().inOrder.start(std::move(task));
+    pools().inOrder.start(guarded(std::move(task)));
 }
 
 void BackgroundQueue::waitForAll() {

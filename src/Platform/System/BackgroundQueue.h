@@ -5,8 +5,8 @@
 namespace tessivo {
 
 // Runs tasks that may block on a disk, at the same time as the main thread. All functions are
-// callable from any thread; a task must not throw. The process does not end before every task has
-// run.
+// callable from any thread; a task should not throw: it ends there, with a diagnostic line. The
+// process does not end before every task has run.
 class BackgroundQueue {
 public:
     enum class Priority {

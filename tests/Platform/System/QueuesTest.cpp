@@ -9,6 +9,7 @@
 #include <algorithm>
 #include <future>
 #include <memory>
+#include <stdexcept>
 #include <thread>
 
 using namespace tessivo;
@@ -107,4 +108,14 @@ TEST(BackgroundQueueTest, TasksInOrderRunOneByOneAndHoldUpNoOthers) {
         EXPECT_EQ(ofThread.size(), static_cast<std::size_t>(kTasks));
         EXPECT_TRUE(std::is_sorted(ofThread.begin(), ofThread.end()));
     }
+}
+
+TEST(BackgroundQueueTest, ATaskThatThrowsIsALineAndNothingElse) {
+    CapturedLines lines;
+    int done = 0;
+    BackgroundQueue::postInOrder([] { throw std::runtime_error("oh"); });
+    BackgroundQueue::postInOrder([&] { ++done; });
+    BackgroundQueue::waitForAll();
+    EXPECT_EQ(done, 1);
+    EXPECT_EQ(lines.take(), Lines{"❌ [ERROR] Background task failed: oh"});
 }
