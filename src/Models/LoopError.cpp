@@ -29,6 +29,13 @@ QString describe(LoopError::Kind kind, const QString& message) {
 
 LoopError::LoopError(Kind kind, const QString& message)
     : kind_(kind)
-    , description_(describe(kind, message).toStdString()) {}
+    , description_(describe(kind, message).toStdString())
+    , message_(message) {}
+
+QString LoopError::reasonOf(const std::exception& error) {
+    const auto* const ours = dynamic_cast<const LoopError*>(&error);
+    return ours != nullptr && !ours->message_.isEmpty() ? ours->message_
+                                                        : QString::fromUtf8(error.what());
+}
 
 } // namespace tessivo

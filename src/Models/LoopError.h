@@ -29,6 +29,9 @@ public:
 
     Kind kind() const { return kind_; }
     QString errorDescription() const { return QString::fromStdString(description_); }
+    // What went wrong without what failed, for where that has been said: the text that the error
+    // carries, or else the whole description.
+    static QString reasonOf(const std::exception& error);
     const char* what() const noexcept override { return description_.c_str(); }
 
     bool operator==(const LoopError& other) const { return description_ == other.description_; }
@@ -38,6 +41,7 @@ private:
 
     Kind kind_;
     std::string description_; // UTF-8
+    QString message_;
 };
 
 } // namespace tessivo

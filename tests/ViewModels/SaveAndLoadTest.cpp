@@ -1,6 +1,7 @@
 #include "Models/LibraryFile.h"
 #include "Models/LibraryRig.h"
 #include "ViewModels/LooperRig.h"
+#include "ViewModels/Save/LoopSaver.h"
 
 #include <future>
 
@@ -86,6 +87,26 @@ TEST(SaveAndLoadTest, FailedSaveChangesNothing) {
     EXPECT_TRUE(rig.state->canSave());
     rig.clear();
     expectFailure("No audio recorded to save");
+}
+
+// Starting after the program was killed.
+TEST(SaveAndLoadTest, StartRemovesWhatAKilledProgramLeftUnfinished) {
+    LibraryLooper rig;
+    fs::create_directories(rig.home.recordings());
+    for (const fs::path& left :
+         {rig.home.savedLoops() / ".copy-3", rig.home.recordings() / ".take-1"}) {
+        writeBytes(left, "half");
+        const SimpleLooperViewModel next(std::make_unique<sound::OfflineDevice>(formats(2)));
+        settle();
+        EXPECT_FALSE(fs::exists(left)) << left;
+    }
+}
+
+TEST(SaveAndLoadTest, FailureOfACancelledSaveIsALine) {
+    LibraryLooper rig;
+    LoopSaver().save(rig.looper.get(), "a");
+    settle();
+    EXPECT_EQ(rig.lines.take(), Lines{"Failed to save loop: No audio recorded to save"});
 }
 
 // Starting after the program was killed.

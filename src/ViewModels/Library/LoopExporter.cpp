@@ -1,5 +1,6 @@
 #include "ViewModels/Library/LoopExporter.h"
 
+#include "Models/LoopError.h"
 #include "Platform/System/BackgroundCall.h"
 #include "Platform/System/LogLine.h"
 #include "Utils/LoopFileManager.h"
@@ -20,7 +21,7 @@ QString failureOfExport(const SavedLoop& loop, const QUrl& destination) {
         LoopFileManager::exportLoop(loop, destination);
         return {};
     } catch (const std::exception& error) {
-        return QString::fromUtf8(error.what());
+        return LoopError::reasonOf(error);
     }
 }
 

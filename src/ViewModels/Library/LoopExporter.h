@@ -24,7 +24,7 @@ public:
 
 signals:
     void isExportingChanged();
-    void failed(const QString& message); // for the user
+    void failed(const QString& reason); // for the user
 
 private:
     void addRunning(int exports);

@@ -1,30 +1,45 @@
 #include "ViewModels/Save/LoopSaver.h"
 
+#include "Models/LoopError.h"
 #include "Platform/System/BackgroundCall.h"
+#include "Platform/System/LogLine.h"
 #include "ViewModels/SimpleLooperViewModel.h"
 
 #include <exception>
 #include <optional>
 
 namespace tessivo {
+namespace {
+
+struct Failure {
+    QString message;
+    QString reason;
+};
+
+} // namespace
 
 void LoopSaver::save(SimpleLooperViewModel* viewModel, const QString& name) {
-    const auto saveLoop = [viewModel, name]() -> std::optional<QString> {
+    const auto saveLoop = [viewModel, name]() -> std::optional<Failure> {
         try {
             viewModel->saveCurrentLoop(name);
             return std::nullopt;
         } catch (const std::exception& error) {
-            return QString::fromUtf8(error.what());
+            return Failure{QString::fromUtf8(error.what()), LoopError::reasonOf(error)};
         }
     };
-    runInBackground(BackgroundQueue::Priority::userInitiated, this, saveLoop,
-                    [this](const std::optional<QString>& failure) {
-                        if (failure) {
-                            emit failed(*failure);
-                        } else {
-                            emit saved();
-                        }
-                    });
+    const auto tell = [this](const std::optional<Failure>& failure) {
+        if (failure) {
+            emit failed(failure->message);
+        } else {
+            emit saved();
+        }
+    };
+    const auto log = [](const std::optional<Failure>& failure) {
+        if (failure) {
+            logLine("Failed to save loop: " + failure->reason.toStdString());
+        }
+    };
+    runInBackground(BackgroundQueue::Priority::userInitiated, this, saveLoop, tell, log);
 }
 
 } // namespace tessivo
