@@ -129,6 +129,14 @@ QString LoopLibraryViewModel::libraryStats() const {
            formatFileSize(loopLibrary_.totalSize());
 }
 
+QString LoopLibraryViewModel::selectedLoopName() const {
+    if (!selectedLoop_) {
+        return {};
+    }
+    const bool isNameless = selectedLoop_->name().trimmed().isEmpty();
+    return isNameless ? selectedLoop_->filename() : selectedLoop_->name();
+}
+
 bool LoopLibraryViewModel::isPreviewingLoop(const SavedLoop& loop) const {
     return previewEngine_->isPreviewingLoop(loop);
 }

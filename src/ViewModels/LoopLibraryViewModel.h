@@ -44,6 +44,7 @@ class LoopLibraryViewModel : public ObservableObject {
                    setShowingDeleteConfirmation NOTIFY showingDeleteConfirmationChanged)
     Q_PROPERTY(bool showingRenameDialog READ showingRenameDialog WRITE setShowingRenameDialog NOTIFY
                    showingRenameDialogChanged)
+    // That of its file when it has no name, so that a question can name it.
     Q_PROPERTY(QString selectedLoopName READ selectedLoopName NOTIFY selectedLoopChanged)
     Q_PROPERTY(QString newLoopName READ newLoopName WRITE setNewLoopName NOTIFY newLoopNameChanged)
     Q_PROPERTY(bool showingError READ showingError WRITE setShowingError NOTIFY showingErrorChanged)
@@ -83,7 +84,7 @@ public:
     bool showingRenameDialog() const { return showingRenameDialog_; }
     // What the pending rename or delete applies to.
     const std::optional<SavedLoop>& selectedLoop() const { return selectedLoop_; }
-    QString selectedLoopName() const { return selectedLoop_ ? selectedLoop_->name() : QString(); }
+    QString selectedLoopName() const;
     const QString& newLoopName() const { return newLoopName_; }
     bool showingError() const { return showingError_; }
     const QString& errorMessage() const { return errorMessage_; }

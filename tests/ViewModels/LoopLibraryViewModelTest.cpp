@@ -120,7 +120,10 @@ TEST(LoopLibraryViewModelTest, SixOrdersKeepEqualRecordsNewestFirst) {
 
 TEST(LoopLibraryViewModelTest, ConfirmedChangesApplyOnceOrTellWhyNot) {
     BrowserRig rig;
-    rig.open({rig.loop("Beat", 2), rig.loop("Pad", 1)});
+    rig.open({rig.loop("Beat", 2), rig.loop("Pad", 1), rig.loop(" ", 0, "nameless.wav")});
+    rig.model->deleteLoop(rig.at(2));
+    EXPECT_EQ(rig.model->selectedLoopName(), QString("nameless.wav")) << "asked about";
+    rig.model->confirmDelete();
     rig.model->confirmRename(); // nothing is selected
     rig.model->confirmDelete();
     rig.model->renameLoop(rig.at(0));
