@@ -1,4 +1,5 @@
 #include "Audio/MIDIManager.h"
+#include "Models/LibraryFile.h"
 #include "Platform/Midi/PipeWireMidi.h"
 #include "Platform/System/BackgroundQueue.h"
 #include "SystemDevices.h"
@@ -56,6 +57,7 @@ private:
     // still exists to take the results. A result may start more work: a library that cannot be read
     // is rebuilt, and the rebuilt one is written, which makes three rounds at most.
     static void finishBackgroundWork() {
+        LibraryFile::postKeptChanges();
         for (int round = 0; round < 3; ++round) {
             BackgroundQueue::waitForAll();
             QCoreApplication::sendPostedEvents();

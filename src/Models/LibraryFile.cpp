@@ -1,8 +1,10 @@
 #include "Models/LibraryFile.h"
 
+#include "Models/LibraryFolder.h"
 #include "Models/LibraryMetadata.h"
 #include "Platform/Files/Folder.h"
 #include "Platform/System/BackgroundQueue.h"
+#include "Platform/System/LogLine.h"
 #include "Platform/System/Paths.h"
 #include "Utils/LoopFileManager.h"
 
@@ -11,7 +13,11 @@
 #include <QSaveFile>
 
 #include <filesystem>
+#include <future>
+#include <memory>
+#include <optional>
 #include <stdexcept>
+#include <string>
 #include <system_error>
 #include <utility>
 
@@ -30,25 +36,20 @@ fs::path freeDatedName() {
     return files::freeName(metadataPath().parent_path(), "library-" + date.toStdString(), ".json");
 }
 
-// Main thread only.
-quint64 writesPosted = 0;
-
-} // namespace
-
-void LibraryFile::postRead(std::function<void()> access) {
-    BackgroundQueue::postInOrder(std::move(access));
+// What the file lacks because it could not be written, oldest first. Touched in the queue only.
+std::vector<LibraryFile::Change>& keptChanges() {
+    static std::vector<LibraryFile::Change> changes;
+    return changes;
 }
 
-void LibraryFile::postWrite(std::function<void()> access) {
-    ++writesPosted;
-    BackgroundQueue::postInOrder(std::move(access));
+void applyKeptChanges(LibraryFile::Loops& loops) {
+    for (const auto& change : keptChanges()) {
+        change(loops);
+    }
 }
 
-quint64 LibraryFile::postedWrites() {
-    return writesPosted;
-}
-
-std::optional<std::vector<SavedLoop>> LibraryFile::read() {
+// Nothing when there is no file.
+std::optional<LibraryFile::Loops> loopsInFile() {
     const fs::path path = metadataPath();
     std::error_code error;
     if (!fs::exists(fs::symlink_status(path, error))) {
@@ -73,16 +74,75 @@ std::optional<std::vector<SavedLoop>> LibraryFile::read() {
     return LibraryMetadata::decode(bytes);
 }
 
+} // namespace
+
+void LibraryFile::post(std::function<void()> access) {
+    BackgroundQueue::postInOrder(std::move(access));
+}
+
+void LibraryFile::changeAndWait(const Change& change) {
+    const auto task =
+        std::make_shared<std::packaged_task<void()>>([change] { LibraryFile::change(change); });
+    post([task] { (*task)(); });
+    task->get_future().get();
+}
+
+void LibraryFile::postKeptChanges() {
+    post([] {
+        try {
+            if (!keptChanges().empty()) {
+                update([](Loops&) {}, LibraryFolder::loops);
+            }
+        } catch (const std::exception& error) {
+            logLine(std::string("Failed to save loop library: ") + error.what());
+        }
+    });
+}
+
+LibraryFile::Content LibraryFile::read() {
+    auto loops = loopsInFile();
+    Content content{loops.value_or(Loops()), loops && keptChanges().empty()};
+    applyKeptChanges(content.loops);
+    return content;
+}
+
+void LibraryFile::update(const Change& change, const MakeList& rebuild) {
+    Loops loops;
+    try {
+        loops = read().loops;
+    } catch (const std::exception&) {
+        keepBeside();
+        loops = rebuild();
+        applyKeptChanges(loops);
+    }
+    change(loops);
+    write(loops);
+    keptChanges().clear();
+}
+
+void LibraryFile::change(const Change& change) {
+    try {
+        update(change, LibraryFolder::loops);
+    } catch (const MetadataError&) {
+        throw; // it can never be written, and would be in the way of all others
+    } catch (...) {
+        keptChanges().push_back(change);
+        throw;
+    }
+}
+
 void LibraryFile::write(const std::vector<SavedLoop>& loops) {
     const QByteArray bytes = LibraryMetadata::encode(loops);
     const fs::path path = metadataPath();
     std::error_code ignored;
-    if (fs::is_directory(fs::symlink_status(path, ignored))) {
-        // A file cannot replace a folder; whatever the folder is, it is kept.
+    const fs::file_status present = fs::symlink_status(path, ignored);
+    if (fs::exists(present) && !fs::is_regular_file(present)) {
+        // Nothing of ours, so it is kept. A folder could not be replaced, and what is written to
+        // a link would go to a file elsewhere.
         fs::rename(path, freeDatedName());
     }
-    // The framework's atomic file rather than ours: it also follows a link, keeps the
-    // permissions of the file that it replaces and goes on where a disk cannot sync.
+    // The framework's atomic file rather than ours: it also keeps the permissions of the file
+    // that it replaces and goes on where a disk cannot sync.
     QSaveFile file(LoopFileManager::libraryMetadataURL().toLocalFile());
     if (!file.open(QIODevice::WriteOnly) || file.write(bytes) != bytes.size() || !file.commit()) {
         throw std::runtime_error(file.errorString().toStdString());
@@ -93,12 +153,13 @@ void LibraryFile::write(const std::vector<SavedLoop>& loops) {
 void LibraryFile::keepBeside() {
     const fs::path path = metadataPath();
     std::error_code error;
-    if (!fs::is_regular_file(path, error)) {
+    // What is no file is moved aside by the write.
+    if (!fs::is_regular_file(fs::symlink_status(path, error)) ||
+        fs::hard_link_count(path, error) > 1) {
         return;
     }
     const fs::path kept = freeDatedName();
-    // If the name is a link, its target is kept: a write replaces that.
-    fs::create_hard_link(fs::canonical(path, error), kept, error);
+    fs::create_hard_link(path, kept, error);
     if (error) {
         fs::copy_file(path, kept, error);
     }

@@ -63,16 +63,17 @@ std::vector<SavedLoop> LibraryFolder::loops() {
     return loops;
 }
 
-std::vector<SavedLoop> LibraryFolder::withoutOrphans(std::vector<SavedLoop> loops) {
-    std::erase_if(loops, [](const SavedLoop& loop) {
-        if (LoopFileManager::validateLoopFile(loop)) {
-            return false;
+LibraryFolder::Checked LibraryFolder::checked(const std::vector<SavedLoop>& loops) {
+    Checked result;
+    for (const SavedLoop& loop : loops) {
+        const bool isUsable = LoopFileManager::validateLoopFile(loop);
+        (isUsable ? result.loops : result.orphans).push_back(loop);
+        if (!isUsable) {
+            logLine("Removing orphaned loop: " + loop.name().toStdString());
         }
-        logLine("Removing orphaned loop: " + loop.name().toStdString());
-        return true;
-    });
-    sortNewestFirst(loops);
-    return loops;
+    }
+    sortNewestFirst(result.loops);
+    return result;
 }
 
 } // namespace tessivo

@@ -14,8 +14,11 @@ public:
     // instead. Throws a system error when the folder cannot be listed.
     static std::vector<SavedLoop> loops();
 
-    // Leaves out entries whose audio is gone, with a diagnostic line for each.
-    static std::vector<SavedLoop> withoutOrphans(std::vector<SavedLoop> loops);
+    struct Checked {
+        std::vector<SavedLoop> loops;
+        std::vector<SavedLoop> orphans; // their audio is gone; a diagnostic line for each
+    };
+    static Checked checked(const std::vector<SavedLoop>& loops);
 };
 
 // Loops of one date keep their order.

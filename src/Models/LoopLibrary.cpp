@@ -1,13 +1,12 @@
 #include "Models/LoopLibrary.h"
 
-#include "Models/LibraryFile.h"
 #include "Models/LibraryFolder.h"
 #include "Platform/System/BackgroundQueue.h"
 #include "Platform/System/LogLine.h"
 #include "Platform/System/MainQueue.h"
 #include "Utils/LoopFileManager.h"
 
-#include <QPointer>
+#include <QSet>
 
 #include <algorithm>
 #include <exception>
@@ -19,22 +18,59 @@
 namespace tessivo {
 namespace {
 
-using Loops = std::vector<SavedLoop>;
+using Change = LibraryFile::Change;
+using Loops = LibraryFile::Loops;
 
-void add(Loops& loops, const SavedLoop& loop) {
-    loops.push_back(loop);
-    sortNewestFirst(loops);
+// The stores that are loading or rebuilding their list. Main thread only.
+std::vector<LoopLibrary*>& loadingStores() {
+    static std::vector<LoopLibrary*> stores;
+    return stores;
 }
 
-// The list in the file or, if that cannot be read, made from the folder. Throws if neither can
-// be read.
-Loops presentLoops() {
-    try {
-        return LibraryFile::read().value_or(Loops());
-    } catch (const std::exception&) {
-        LibraryFile::keepBeside();
-        return LibraryFolder::loops();
+// Tells a loop from the others by its id or, where nobody has that, by its file: a rename and a
+// rebuild give an entry another id.
+std::function<bool(const SavedLoop&)> markOf(const SavedLoop& loop, const Loops& loops) {
+    const auto hasId = [id = loop.id()](const SavedLoop& other) {
+        return other.id() == id;
+    };
+    if (std::any_of(loops.begin(), loops.end(), hasId)) {
+        return hasId;
     }
+    return [filename = loop.filename()](const SavedLoop& other) {
+        return other.filename() == filename;
+    };
+}
+
+// All changes may be applied to a list that has them already.
+Change addition(const SavedLoop& loop) {
+    return [loop](Loops& loops) {
+        std::erase_if(loops,
+                      [&](const auto& other) { return other.filename() == loop.filename(); });
+        loops.push_back(loop);
+        sortNewestFirst(loops);
+    };
+}
+
+Change replacement(const SavedLoop& loop, const SavedLoop& replaced) {
+    return [loop, replaced](Loops& loops) {
+        const auto found = std::find_if(loops.begin(), loops.end(), markOf(loop, loops));
+        if (found != loops.end()) {
+            *found = replaced;
+        }
+    };
+}
+
+Change removal(const SavedLoop& loop) {
+    return [loop](Loops& loops) {
+        std::erase_if(loops, markOf(loop, loops));
+    };
+}
+
+// Leaves those alone that got other entries meanwhile.
+Change removalOf(const Loops& orphans) {
+    return [removed = QSet<SavedLoop>(orphans.begin(), orphans.end())](Loops& loops) {
+        std::erase_if(loops, [&](const auto& loop) { return removed.contains(loop); });
+    };
 }
 
 } // namespace
@@ -45,21 +81,7 @@ LoopLibrary::LoopLibrary(QObject* parent)
 }
 
 LoopLibrary::~LoopLibrary() {
-    if (!loadPending_ || changesDuringLoad_.empty()) {
-        return;
-    }
-    // These changes wait for the result of a load, which will not arrive any more.
-    LibraryFile::postWrite([changes = std::move(changesDuringLoad_)] {
-        try {
-            Loops loops = presentLoops();
-            for (const auto& change : changes) {
-                change(loops);
-            }
-            LibraryFile::write(loops);
-        } catch (const std::exception& error) {
-            logLine(std::string("Failed to save loop library: ") + error.what());
-        }
-    });
+    std::erase(loadingStores(), this);
 }
 
 // Takes a result of this load, or of the rebuild after it, to the main thread. It is ignored if
@@ -76,56 +98,42 @@ LoopLibrary::Reply LoopLibrary::replyToThisLoad() {
 
 void LoopLibrary::loadLibrary() {
     ++load_;
-    loadPending_ = true;
-    writesBeforeLoad_ = LibraryFile::postedWrites();
+    changesDuringLoad_.clear();
+    std::erase(loadingStores(), this);
+    loadingStores().push_back(this);
     publish(isLoading_, true, &LoopLibrary::isLoadingChanged);
     publish(lastError_, std::nullopt, &LoopLibrary::lastErrorChanged);
-    LibraryFile::postRead([reply = replyToThisLoad()] { loadInBackground(reply); });
+    LibraryFile::post([reply = replyToThisLoad()] { loadInBackground(reply); });
 }
 
 void LoopLibrary::loadInBackground(const Reply& reply) {
     try {
-        auto read = LibraryFile::read();
-        // Checking the audio files may take long; writes of other stores need not wait for it.
-        BackgroundQueue::post(
-            BackgroundQueue::Priority::userInitiated, [reply, read = std::move(read)] {
-                Loops kept = read ? LibraryFolder::withoutOrphans(*read) : Loops();
-                const bool differs = !read || kept.size() != read->size();
-                reply([kept = std::move(kept), differs](LoopLibrary& self) {
-                    self.finishLoading(kept, differs);
-                });
-            });
+        auto content = LibraryFile::read();
+        // Checking the audio files may take long; nothing in the queue waits for it.
+        BackgroundQueue::post(BackgroundQueue::Priority::userInitiated,
+                              [reply, content = std::move(content)] {
+                                  auto [loops, orphans] = LibraryFolder::checked(content.loops);
+                                  reply([loops = std::move(loops), orphans = std::move(orphans),
+                                         isOnDisk = content.isOnDisk](LoopLibrary& self) {
+                                      self.finishLoading(loops, orphans, isOnDisk);
+                                  });
+                              });
     } catch (const std::exception& error) {
         reply(
             [reason = std::string(error.what())](LoopLibrary& self) { self.failLoading(reason); });
     }
 }
 
-void LoopLibrary::finishLoading(Loops loops, bool differsFromFile) {
-    if (loadAgainIfOutdated()) {
-        return;
-    }
-    fileIsUnreadable_ = false;
-    const bool changed = applyChanges(loops);
-    publish(savedLoops_, std::move(loops), &LoopLibrary::savedLoopsChanged);
+void LoopLibrary::finishLoading(Loops loops, const Loops& orphans, bool isOnDisk) {
+    publishLoaded(std::move(loops));
     publish(isLoading_, false, &LoopLibrary::isLoadingChanged);
-    if (differsFromFile || changed) {
-        saveLibrary();
+    if (!orphans.empty() || !isOnDisk) {
+        saveLibrary(
+            [drop = removalOf(orphans)] { LibraryFile::update(drop, LibraryFolder::loops); });
     }
-}
-
-// When a store has posted a write since the read, the file no longer holds what was read, and
-// that must not be written over it.
-bool LoopLibrary::loadAgainIfOutdated() {
-    const bool outdated = LibraryFile::postedWrites() != writesBeforeLoad_;
-    if (outdated) {
-        loadLibrary();
-    }
-    return outdated;
 }
 
 void LoopLibrary::failLoading(const std::string& reason) {
-    fileIsUnreadable_ = true;
     publish(isLoading_, false, &LoopLibrary::isLoadingChanged);
     publish(lastError_, LoopError(LoopError::Kind::libraryCorrupted),
             &LoopLibrary::lastErrorChanged);
@@ -146,83 +154,86 @@ void LoopLibrary::rebuildLibraryFromFiles() {
     });
 }
 
+// If a change has made the file readable meanwhile, it stays as it is.
 void LoopLibrary::finishRebuild(Loops loops) {
-    if (loadAgainIfOutdated()) {
-        return;
-    }
-    applyChanges(loops);
-    const std::size_t count = loops.size();
-    publish(savedLoops_, std::move(loops), &LoopLibrary::savedLoopsChanged);
+    const auto rebuilt = [loops] {
+        return loops;
+    };
+    publishLoaded(std::move(loops));
     publish(lastError_, std::nullopt, &LoopLibrary::lastErrorChanged);
-    saveLibrary();
-    logLine("Successfully rebuilt library with " + std::to_string(count) + " loops");
+    saveLibrary([rebuilt] { LibraryFile::update([](Loops&) {}, rebuilt); });
+    logLine("Successfully rebuilt library with " + std::to_string(savedLoops_.size()) + " loops");
 }
 
 void LoopLibrary::failRebuild(const std::string& reason) {
-    Loops unchanged;
-    const bool changed = applyChanges(unchanged);
+    std::erase(loadingStores(), this);
     publish(lastError_, LoopError(LoopError::Kind::libraryCorrupted),
             &LoopLibrary::lastErrorChanged);
     logLine("Failed to rebuild library from files: " + reason);
-    if (changed) {
-        saveLibrary();
-    }
 }
 
-// Applies the changes that were made during the load. Returns whether there were any.
-bool LoopLibrary::applyChanges(Loops& loops) {
-    loadPending_ = false;
-    const auto changes = std::exchange(changesDuringLoad_, {});
-    for (const auto& change : changes) {
+void LoopLibrary::publishLoaded(Loops loops) {
+    std::erase(loadingStores(), this);
+    for (const auto& change : std::exchange(changesDuringLoad_, {})) {
         change(loops);
     }
-    return !changes.empty();
+    publish(savedLoops_, std::move(loops), &LoopLibrary::savedLoopsChanged);
 }
 
-// Applies onPublished to the published list now. While a load runs, onLoaded is kept for the list
-// that it delivers, and the file is written after that: the published list may lack what other
-// stores changed.
-void LoopLibrary::change(const Change& onPublished, Change onLoaded) {
+void LoopLibrary::change(const Change& change) {
+    show(change);
+    saveLibrary([change] { LibraryFile::change(change); });
+}
+
+void LoopLibrary::show(const Change& change) {
     Loops loops = savedLoops_;
-    onPublished(loops);
+    change(loops);
     publish(savedLoops_, std::move(loops), &LoopLibrary::savedLoopsChanged);
-    if (loadPending_) {
-        changesDuringLoad_.push_back(std::move(onLoaded));
-    } else {
-        saveLibrary();
+    for (LoopLibrary* store : loadingStores()) {
+        store->changesDuringLoad_.push_back(change);
     }
 }
 
-void LoopLibrary::saveLibrary() {
-    const bool keepPrevious = std::exchange(fileIsUnreadable_, false);
-    LibraryFile::postWrite([self = QPointer(this), loops = savedLoops_, keepPrevious] {
+void LoopLibrary::saveLibrary(std::function<void()> write) {
+    LibraryFile::post([self = QPointer(this), write = std::move(write)] {
         try {
-            if (keepPrevious) {
-                LibraryFile::keepBeside();
-            }
-            LibraryFile::write(loops);
+            write();
         } catch (const std::exception& error) {
-            const auto failure = LoopError::saveFailure(
-                QStringLiteral("Failed to save library metadata: ") + error.what());
-            MainQueue::post([self, failure] {
-                if (self) {
-                    self->publish(self->lastError_, failure, &LoopLibrary::lastErrorChanged);
-                }
-            });
-            logLine(std::string("Failed to save loop library: ") + error.what());
+            reportUnsaved(self, error);
         }
     });
 }
 
+LoopError LoopLibrary::reportUnsaved(const QPointer<LoopLibrary>& library,
+                                     const std::exception& error) {
+    auto failure = LoopError::saveFailure(QStringLiteral("Failed to save library metadata: ") +
+                                          QString::fromUtf8(error.what()));
+    MainQueue::post([library, failure] {
+        if (library) {
+            library->publish(library->lastError_, failure, &LoopLibrary::lastErrorChanged);
+        }
+    });
+    logLine(std::string("Failed to save loop library: ") + error.what());
+    return failure;
+}
+
 void LoopLibrary::saveLoop(const SavedLoop& loop) {
-    change([&](Loops& loops) { add(loops, loop); },
-           [loop](Loops& loops) {
-               // A rebuild may have found this file.
-               std::erase_if(loops, [&](const SavedLoop& other) {
-                   return other.filename() == loop.filename();
-               });
-               add(loops, loop);
-           });
+    change(addition(loop));
+}
+
+// Shown only afterwards: a load that begins before that either reads the entry or is told of it.
+void LoopLibrary::saveLoopAndWait(const SavedLoop& loop) {
+    const Change add = addition(loop);
+    const auto showLater = [&] {
+        MainQueue::post(this, [this, add] { show(add); });
+    };
+    try {
+        LibraryFile::changeAndWait(add);
+        showLater();
+    } catch (const std::exception& error) {
+        showLater();
+        throw reportUnsaved(QPointer(this), error);
+    }
 }
 
 void LoopLibrary::renameLoop(const SavedLoop& loop, const QString& newName) {
@@ -240,32 +251,12 @@ void LoopLibrary::renameLoop(const SavedLoop& loop, const QString& newName) {
     if (old == savedLoops_.end()) {
         throw LoopError(LoopError::Kind::fileNotFound);
     }
-    const SavedLoop renamed(newName, old->filename(), old->createdDate(), old->duration(),
-                            old->fileSize());
-    const auto index = old - savedLoops_.begin();
-    change([&](Loops& loops) { loops[static_cast<std::size_t>(index)] = renamed; },
-           [renamed](Loops& loops) {
-               // By its file: a rebuild gives entries new ids.
-               const auto same = std::find_if(loops.begin(), loops.end(), [&](const auto& other) {
-                   return other.filename() == renamed.filename();
-               });
-               if (same != loops.end()) {
-                   *same = renamed;
-               }
-           });
+    change(replacement(*old, old->renamed(newName)));
 }
 
 void LoopLibrary::deleteLoop(const SavedLoop& loop) {
     LoopFileManager::deleteLoopFile(loop);
-    change(
-        [&](Loops& loops) {
-            std::erase_if(loops, [&](const auto& other) { return other.id() == loop.id(); });
-        },
-        [loop](Loops& loops) {
-            std::erase_if(loops, [&](const auto& other) {
-                return other.id() == loop.id() || other.filename() == loop.filename();
-            });
-        });
+    change(removal(loop));
 }
 
 qint64 LoopLibrary::totalSize() const {

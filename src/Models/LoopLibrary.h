@@ -1,9 +1,13 @@
 #pragma once
 
+#include "Models/LibraryFile.h"
 #include "Models/LoopError.h"
 #include "Models/SavedLoop.h"
 #include "Platform/System/ObservableObject.h"
 
+#include <QPointer>
+
+#include <exception>
 #include <functional>
 #include <optional>
 #include <string>
@@ -11,13 +15,14 @@
 
 namespace tessivo {
 
-// The store of saved loops: its list, and the metadata file that it reads when it is constructed
-// and writes after every change. Main thread only; disk access runs in the background, and
+// The store of saved loops: the list that it has read from the metadata file, and what was changed
+// through it. Main thread only, except saveLoopAndWait(); disk access runs in the background, and
 // results are published from the main thread's event loop.
 //
-// Several stores may share the file, each with a list of its own. A change that is made during
-// a load is applied to the loaded list before that is published and written. If another store
-// has written the file during a load, the file is read again.
+// Several stores may share the file, each with a list of its own. A change is seen in the list at
+// once and applied to what the file holds when its turn comes, so no store undoes another's. A
+// list that is being loaded also gets what any store changes meanwhile. A change that could not
+// be written is told, kept, and written with the next one.
 class LoopLibrary : public ObservableObject {
     Q_OBJECT
     Q_PROPERTY(bool isLoading READ isLoading NOTIFY isLoadingChanged)
@@ -40,6 +45,9 @@ public:
 
     // Adds an entry; its audio file must already be in the folder.
     void saveLoop(const SavedLoop& loop);
+    // The same from another thread; returns when the file on the disk has the entry. If that
+    // fails it throws saveFailure, and the entry is kept. The store must outlive the call.
+    void saveLoopAndWait(const SavedLoop& loop);
     // The renamed entry has a new id and its old file. Throws saveFailure for a blank name,
     // duplicateName, or fileNotFound for an entry that is not in the list.
     void renameLoop(const SavedLoop& loop, const QString& newName);
@@ -55,32 +63,31 @@ signals:
     void lastErrorChanged();
 
 private:
-    using Loops = std::vector<SavedLoop>;
-    using Change = std::function<void(Loops&)>;
+    using Loops = LibraryFile::Loops;
+    using Change = LibraryFile::Change;
     using Result = std::function<void(LoopLibrary&)>;
     using Reply = std::function<void(Result)>; // any thread
 
     Reply replyToThisLoad();
     static void loadInBackground(const Reply& reply);
-    void finishLoading(Loops loops, bool differsFromFile);
+    void finishLoading(Loops loops, const Loops& orphans, bool isOnDisk);
     void failLoading(const std::string& reason);
     void rebuildLibraryFromFiles();
     void finishRebuild(Loops loops);
     void failRebuild(const std::string& reason);
-    bool applyChanges(Loops& loops);
-    void change(const Change& onPublished, Change onLoaded);
-    bool loadAgainIfOutdated();
-    void saveLibrary();
+    void publishLoaded(Loops loops);
+    void change(const Change& change);
+    void show(const Change& change);
+    void saveLibrary(std::function<void()> write);
+    static LoopError reportUnsaved(const QPointer<LoopLibrary>& library,
+                                   const std::exception& error);
 
     Loops savedLoops_;
     bool isLoading_ = false;
     std::optional<LoopError> lastError_;
 
     quint64 load_ = 0; // number of the latest load; results of earlier ones are ignored
-    quint64 writesBeforeLoad_ = 0;
-    bool loadPending_ = false;      // or the rebuild after it
-    bool fileIsUnreadable_ = false; // and has not been kept under another name yet
-    std::vector<Change> changesDuringLoad_;
+    std::vector<Change> changesDuringLoad_; // or the rebuild after it; may be in its result or not
 };
 
 } // namespace tessivo

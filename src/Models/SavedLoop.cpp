@@ -31,6 +31,10 @@ SavedLoop::SavedLoop(QString name, QString filename, SecondsSince2001 createdDat
     , duration_(duration)
     , fileSize_(fileSize) {}
 
+SavedLoop SavedLoop::renamed(const QString& name) const {
+    return {name, filename_, createdDate_, duration_, fileSize_};
+}
+
 bool operator==(const SavedLoop& a, const SavedLoop& b) {
     return a.id_ == b.id_ && sameText(a.name_, b.name_) && sameText(a.filename_, b.filename_) &&
            a.createdDate_ == b.createdDate_ && a.duration_ == b.duration_ &&

@@ -36,6 +36,9 @@ public:
     SavedLoop(QString name, QString filename, SecondsSince2001 createdDate, double duration,
               qint64 fileSize);
 
+    // The same audio under another name, with a new id.
+    SavedLoop renamed(const QString& name) const;
+
     const QUuid& id() const { return id_; }
     const QString& name() const { return name_; }
     const QString& filename() const { return filename_; }

@@ -267,16 +267,35 @@ void SimpleLooperViewModel::saveCurrentLoop(const QString& name) {
     if (audio.file.isEmpty()) {
         throw LoopError(LoopError::Kind::noAudioToSave);
     }
-    LoopFileManager::checkDiskSpaceForFile(audio.file);
-    const SavedLoop loop = LoopFileManager::saveTemporaryLoopAs(name, audio.file);
-    post([this, loop, number = audio.number] {
-        loopLibrary_.saveLoop(loop);
-        // Not if another take has begun since.
-        if (currentAudio_.number == number) {
-            loopState_.setCurrentSavedLoop(loop);
-        }
-    });
+    const SavedLoop loop = copyToLibrary(audio, name);
+    // Not if another take has begun since.
+    const auto postUnlessReplaced = [this, number = audio.number](std::function<void()> write) {
+        post([this, number, write = std::move(write)] {
+            if (currentAudio_.number == number) {
+                write();
+            }
+        });
+    };
+    try {
+        loopLibrary_.saveLoopAndWait(loop);
+    } catch (const LoopError&) {
+        postUnlessReplaced([this, loop] {
+            const std::scoped_lock lock(currentAudioMutex_);
+            currentAudio_.unlistedCopy = loop;
+        });
+        throw;
+    }
+    postUnlessReplaced([this, loop] { loopState_.setCurrentSavedLoop(loop); });
     logLine("Successfully saved loop: " + name.toStdString());
+}
+
+// If only listing it failed before, there is a copy already.
+SavedLoop SimpleLooperViewModel::copyToLibrary(const CurrentAudio& audio, const QString& name) {
+    if (audio.unlistedCopy && LoopFileManager::validateLoopFile(*audio.unlistedCopy)) {
+        return audio.unlistedCopy->renamed(name);
+    }
+    LoopFileManager::checkDiskSpaceForFile(audio.file);
+    return LoopFileManager::saveTemporaryLoopAs(name, audio.file);
 }
 
 void SimpleLooperViewModel::loadLoop(const SavedLoop& loop) {
@@ -311,7 +330,7 @@ void SimpleLooperViewModel::showLoopLibrary() {
 
 void SimpleLooperViewModel::setCurrentAudio(const QUrl& file) {
     const std::scoped_lock lock(currentAudioMutex_);
-    currentAudio_ = {file, currentAudio_.number + 1};
+    currentAudio_ = {file, currentAudio_.number + 1, std::nullopt};
 }
 
 // A take has begun. Until it ends, a save still saves the audio before it, but must not mark the

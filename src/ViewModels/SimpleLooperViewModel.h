@@ -9,6 +9,7 @@
 #include <functional>
 #include <memory>
 #include <mutex>
+#include <optional>
 
 Q_MOC_INCLUDE("Audio/MIDIManager.h")
 
@@ -41,8 +42,10 @@ public:
     // The library that save adds to; likewise.
     LoopLibrary& loopLibrary() { return loopLibrary_; }
 
-    // Copies the current loop into the library under that name. Any thread; blocks on the
-    // disk. Throws a LoopError or a system error, and then nothing has changed.
+    // Copies the current loop into the library under that name; returns when the library on the
+    // disk has it. Any thread; blocks on the disk. Throws a LoopError or a system error. Then
+    // nothing has changed, unless only the library's list could not be written: it keeps the
+    // loop, and another try needs no other copy.
     void saveCurrentLoop(const QString& name);
 
     // Stops whatever is going on and makes the library's file the current loop, waiting to
@@ -86,9 +89,11 @@ private:
     // The part of the loop state that a save on another thread may read. The main thread writes it
     // together with the state, under the mutex; a save takes a copy.
     struct CurrentAudio {
-        QUrl file;                // empty: none
-        std::uint64_t number = 0; // distinguishes takes with the same file name
+        QUrl file;                             // empty: none
+        std::uint64_t number = 0;              // distinguishes takes with the same file name
+        std::optional<SavedLoop> unlistedCopy; // in the library's folder, but not in its file
     };
+    static SavedLoop copyToLibrary(const CurrentAudio& audio, const QString& name);
 
     SimpleLoopState loopState_;
     LoopLibrary loopLibrary_;

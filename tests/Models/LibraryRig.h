@@ -8,6 +8,7 @@
 #include <gtest/gtest.h>
 
 #include <fstream>
+#include <sys/mount.h>
 
 namespace tessivo::test {
 
@@ -32,6 +33,21 @@ inline std::vector<QString> namesOf(const std::vector<SavedLoop>& loops) {
     }
     return names;
 }
+
+// A file that cannot be replaced, removed or moved.
+class BusyFile {
+public:
+    explicit BusyFile(const std::filesystem::path& path)
+        : path_(path) {
+        EXPECT_EQ(::mount(path_.c_str(), path_.c_str(), "", MS_BIND, ""), 0) << "only root can";
+    }
+    ~BusyFile() { ::umount2(path_.c_str(), MNT_DETACH); }
+    BusyFile(const BusyFile&) = delete;
+    BusyFile& operator=(const BusyFile&) = delete;
+
+private:
+    std::filesystem::path path_;
+};
 
 // A saved-loops folder with loops in it, and the lines that are written about them.
 struct LibraryRig {

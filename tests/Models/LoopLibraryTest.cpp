@@ -1,8 +1,10 @@
 #include "Models/LoopLibrary.h"
 #include "Models/LibraryRig.h"
 #include "Platform/System/BackgroundQueue.h"
+#include "Platform/System/LogLine.h"
 
 #include <cmath>
+#include <future>
 #include <limits>
 
 using namespace tessivo;
@@ -224,31 +226,83 @@ TEST(LoopLibraryTest, ChangesThatOvertakeAReadingAreNotLost) {
     }
 }
 
-// What one store does while the other one reads must not come back with that one's list,
-// whether that then writes it for an orphan or for a loop saved meanwhile.
+// What one store does must not come back with the other's list: not with the one that it was
+// reading at that time and then writes for an orphan or for a new loop, nor with an older one.
 TEST(LoopLibraryTest, StoresDoNotUndoEachOther) {
-    for (const bool orphan : {true, false}) {
+    enum class Case { orphan, savedInLoad, savedBefore, savedAfter };
+    for (const Case when : {Case::orphan, Case::savedInLoad, Case::savedBefore, Case::savedAfter}) {
         const LibraryRig rig;
         const SavedLoop renamed = rig.loop("before", 1);
         const SavedLoop deleted = rig.loop("deleted", 2);
         rig.write({renamed, deleted});
         LoopLibrary window;
         settle();
-        if (orphan) {
+        if (when == Case::orphan) {
             rig.write({renamed, deleted, {"gone", "gone.wav", SecondsSince2001(0), 1.0, 1}});
         }
         LoopLibrary looper;
         BackgroundQueue::waitForAll(); // its list is read, and on its way
+        if (when == Case::savedBefore || when == Case::savedAfter) {
+            settle();
+        }
+        if (when == Case::savedBefore) {
+            looper.saveLoop(rig.loop("new", 3));
+        }
         window.renameLoop(renamed, "after");
         window.deleteLoop(deleted);
-        if (!orphan) {
+        if (when == Case::savedInLoad || when == Case::savedAfter) {
             looper.saveLoop(rig.loop("new", 3));
         }
         settle();
-        EXPECT_EQ(namesOf(rig.read()), orphan ? Names{"after"} : (Names{"new", "after"}));
+        EXPECT_EQ(namesOf(rig.read()),
+                  when == Case::orphan ? Names{"after"} : (Names{"new", "after"}));
+        looper.refreshLibrary();
+        window.refreshLibrary();
+        settle();
         EXPECT_EQ(looper.savedLoops(), rig.read());
-        EXPECT_FALSE(looper.isLoading());
+        EXPECT_EQ(window.savedLoops(), rig.read());
     }
+}
+
+TEST(LoopLibraryTest, WhatCannotBeWrittenIsToldAndWrittenWithTheNextChange) {
+    LibraryRig rig;
+    rig.write({rig.loop("deleted", 1), rig.loop("before", 2)});
+    LoopLibrary library;
+    settle();
+    const std::string old = bytesOf(rig.metadata);
+    {
+        const BusyFile busy(rig.metadata);
+        library.saveLoop(rig.loop("new", 3));
+        library.renameLoop(*found(library, "before"), "after");
+        library.deleteLoop(*found(library, "deleted"));
+        settle();
+        const QString failure = "Failed to save loop: Failed to save library metadata: ";
+        EXPECT_EQ(errorOf(library).left(failure.size()), failure);
+        library.refreshLibrary();
+        settle();
+        EXPECT_EQ(namesOf(library.savedLoops()), (Names{"new", "after"}));
+        EXPECT_EQ(bytesOf(rig.metadata), old);
+    }
+    LoopLibrary other;
+    other.saveLoop(rig.loop("next", 4));
+    settle();
+    EXPECT_EQ(namesOf(rig.read()), (Names{"next", "new", "after"}));
+    EXPECT_EQ(other.savedLoops(), rig.read());
+}
+
+TEST(LoopLibraryTest, NothingWaitsForTheCheckingOfFiles) {
+    const LibraryRig rig;
+    rig.write({{"gone", "gone.wav", SecondsSince2001(0), 1.0, 1}});
+    std::promise<void> gate;
+    setLogSink([checked = gate.get_future().share()](auto) { checked.wait(); });
+    LoopLibrary library;
+    library.saveLoop(rig.loop("new", 1));
+    EXPECT_TRUE(eventually([&] { return rig.read().size() == 2; }));
+    EXPECT_TRUE(library.isLoading());
+    gate.set_value();
+    settle();
+    EXPECT_EQ(namesOf(library.savedLoops()), Names{"new"});
+    EXPECT_EQ(rig.read(), library.savedLoops());
 }
 
 TEST(LoopLibraryTest, LatestLoadCountsAndNoneAfterTheStoreHasGone) {

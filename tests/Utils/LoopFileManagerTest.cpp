@@ -3,7 +3,6 @@
 
 #include <future>
 #include <set>
-#include <sys/mount.h>
 
 using namespace tessivo;
 using namespace tessivo::test;
@@ -199,6 +198,7 @@ TEST(LoopFileManagerTest, CopyReplacesOrLeavesWhatWasThere) {
     EXPECT_EQ(bytesOf(full / "a.wav"), "old");
     EXPECT_EQ(std::distance(fs::directory_iterator(full), fs::directory_iterator()), 1);
 }
+
 TEST(LoopFileManagerTest, RemovesOnlyWhatIsSurelyLeftByAKilledCopy) {
     const FilesRig rig;
     const files::AtomicFile inProgress(rig.folder, ".copy-", 0600);
@@ -215,7 +215,6 @@ TEST(LoopFileManagerTest, RemovesOnlyWhatIsSurelyLeftByAKilledCopy) {
     Files::exportLoop(rig.save("Beat"), urlOf(rig.home.path() / "export.wav"));
     EXPECT_FALSE(fs::exists(left));
 }
-
 
 TEST(LoopFileManagerTest, FullOrMissingFolderKeepsNoHalfLoop) {
     const FilesRig rig;

@@ -1,4 +1,3 @@
-#include "Models/LibraryFile.h"
 #include "Models/LibraryRig.h"
 #include "ViewModels/LooperRig.h"
 #include "ViewModels/Save/LoopSaver.h"
@@ -39,10 +38,13 @@ struct LibraryLooper : LooperRig {
         lines.take();
         return looper->loopLibrary().savedLoops().front();
     }
-    static std::vector<SavedLoop> listed() {
+    // What the library on the disk has.
+    std::vector<SavedLoop> listed() const {
         settle();
-        return LibraryFile::read().value_or(std::vector<SavedLoop>());
+        return LibraryMetadata::decode(QByteArray::fromStdString(bytesOf(metadata)));
     }
+
+    std::filesystem::path metadata = home.savedLoops() / "library.json";
 };
 
 } // namespace
@@ -51,6 +53,7 @@ TEST(SaveAndLoadTest, SaveCopiesTheTakeListsAndMarksIt) {
     LibraryLooper rig;
     rig.makeTake();
     EXPECT_EQ(rig.save("My/Loop"), "no error");
+    EXPECT_NE(bytesOf(rig.metadata).find(R"("name":"My\/Loop")"), std::string::npos);
     EXPECT_EQ(rig.lines.take(), Lines{"Successfully saved loop: My/Loop"});
     EXPECT_TRUE(rig.looper->loopLibrary().savedLoops().empty());
     EXPECT_FALSE(rig.state->currentSavedLoop().has_value()) << "the state's writes are posted";
@@ -89,17 +92,24 @@ TEST(SaveAndLoadTest, FailedSaveChangesNothing) {
     expectFailure("No audio recorded to save");
 }
 
-// Starting after the program was killed.
-TEST(SaveAndLoadTest, StartRemovesWhatAKilledProgramLeftUnfinished) {
+TEST(SaveAndLoadTest, SaveThatCannotBeListedIsToldAndRepeatedWithoutAnotherCopy) {
     LibraryLooper rig;
-    fs::create_directories(rig.home.recordings());
-    for (const fs::path& left :
-         {rig.home.savedLoops() / ".copy-3", rig.home.recordings() / ".take-1"}) {
-        writeBytes(left, "half");
-        const SimpleLooperViewModel next(std::make_unique<sound::OfflineDevice>(formats(2)));
-        settle();
-        EXPECT_FALSE(fs::exists(left)) << left;
+    rig.makeTake();
+    {
+        const BusyFile busy(rig.metadata);
+        for (const char* name : {"first", "second"}) {
+            EXPECT_TRUE(rig.save(name).startsWith("Failed to save loop: Failed to save library"));
+            EXPECT_EQ(rig.transportLines().size(), 1U) << "and no line of success";
+            settle();
+            EXPECT_TRUE(rig.state->canSave());
+            EXPECT_EQ(namesOf(rig.looper->loopLibrary().savedLoops()), std::vector<QString>{name});
+        }
     }
+    EXPECT_EQ(rig.save("third"), "no error");
+    EXPECT_EQ(namesOf(rig.listed()), std::vector<QString>{"third"});
+    EXPECT_EQ(rig.state->currentSavedLoop(), rig.listed().front());
+    EXPECT_FALSE(fs::exists(rig.home.savedLoops() / "second.wav"));
+    EXPECT_FALSE(fs::exists(rig.home.savedLoops() / "third.wav"));
 }
 
 TEST(SaveAndLoadTest, FailureOfACancelledSaveIsALine) {

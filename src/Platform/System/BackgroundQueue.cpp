@@ -17,26 +17,26 @@ namespace {
 constexpr int kFewestThreads = 4;
 
 // Not the framework's own pool: the window is painted with that, and would wait for a disk.
-// At the end of the process the members wait for their tasks, the last one first: its tasks
-// may still post to the other.
 struct Pools {
     Pools() {
         anyOrder.setMaxThreadCount(std::max(kFewestThreads, QThread::idealThreadCount()));
         inOrder.setMaxThreadCount(1);
     }
+    // At the end of the process both are there until no task is left: the tasks of each may still
+    // post to the other.
+    ~Pools() { waitForAll(); }
+    Pools(const Pools&) = delete;
+    Pools& operator=(const Pools&) = delete;
+
+    void waitForAll() {
+        inOrder.waitForDone();
+        anyOrder.waitForDone();
+    }
+
     QThreadPool anyOrder;
     QThreadPool inOrder;
 };
 
-Pools& pools() {
-    static Pools created;
-    return created;
-}
-
-} // namespace
-
-void BackgroundQueue::post(Priority priority, std::function<void()> task) {
-    pools().anyOrder.start(guarded(std::move(task)), static_cast<int>(priority));
 // What a task throws is a fault of ours, which must not end the program.
 std::function<void()> guarded(std::function<void()> task) {
     return [task = std::move(task)] {
@@ -48,6 +48,15 @@ std::function<void()> guarded(std::function<void()> task) {
     };
 }
 
+Pools& pools() {
+    static Pools created;
+    return created;
+}
+
+} // namespace
+
+void BackgroundQueue::post(Priority priority, std::function<void()> task) {
+    pools().anyOrder.start(guarded(std::move(task)), static_cast<int>(priority));
 }
 
 void BackgroundQueue::postInOrder(std::function<void()> task) {
@@ -55,8 +64,7 @@ void BackgroundQueue::postInOrder(std::function<void()> task) {
 }
 
 void BackgroundQueue::waitForAll() {
-    pools().inOrder.waitForDone();
-    pools().anyOrder.waitForDone();
+    pools().waitForAll();
 }
 
 } // namespace tessivo

@@ -19,7 +19,8 @@ public:
     static void post(Priority priority, std::function<void()> task);
 
     // These tasks run one after another, in the order of their posts, on a thread of their
-    // own. Such a task may also call post(); a task given to post() must not call postInOrder().
+    // own. Such a task may also call post(); a task given to post() that calls postInOrder() must
+    // wait for what it posts.
     static void postInOrder(std::function<void()> task);
 
     // Returns when no task is waiting or running.
