@@ -36,10 +36,11 @@ fs::path freeDatedName() {
     return files::freeName(metadataPath().parent_path(), "library-" + date.toStdString(), ".json");
 }
 
-// What the file lacks because it could not be written, oldest first. Touched in the queue only.
+// What the file lacks because it could not be written, oldest first. Touched in the queue only,
+// which may run for longer than static objects live.
 std::vector<LibraryFile::Change>& keptChanges() {
-    static std::vector<LibraryFile::Change> changes;
-    return changes;
+    static auto* const changes = new std::vector<LibraryFile::Change>();
+    return *changes;
 }
 
 void applyKeptChanges(LibraryFile::Loops& loops) {
