@@ -1,8 +1,16 @@
 #include "Models/LibraryRig.h"
 #include "Platform/Files/AtomicFile.h"
 
+#include <cerrno>
+#include <cstddef>
 #include <future>
+#include <linux/filter.h>
+#include <linux/seccomp.h>
 #include <set>
+#include <sys/mount.h>
+#include <sys/prctl.h>
+#include <sys/syscall.h>
+#include <thread>
 
 using namespace tessivo;
 using namespace tessivo::test;
@@ -27,6 +35,24 @@ private:
     fs::path folder_;
     bool mounted_;
 };
+
+// Runs work on a thread on which those system calls fail with those errors.
+template <class Work>
+void withRefused(const std::vector<std::pair<unsigned, unsigned>>& calls, Work&& work) {
+    std::vector<sock_filter> program{
+        BPF_STMT(BPF_LD | BPF_W | BPF_ABS, offsetof(seccomp_data, nr))};
+    for (const auto& [call, error] : calls) {
+        program.push_back(BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, call, 0, 1));
+        program.push_back(BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ERRNO | error));
+    }
+    program.push_back(BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ALLOW));
+    const sock_fprog filter{static_cast<unsigned short>(program.size()), program.data()};
+    std::thread([&] {
+        ASSERT_EQ(::prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0), 0);
+        ASSERT_EQ(::prctl(PR_SET_SECCOMP, SECCOMP_MODE_FILTER, &filter), 0);
+        work();
+    }).join();
+}
 
 struct FilesRig : LibraryRig {
     FilesRig() { writeFile(take, 48000, samples); }
@@ -112,6 +138,27 @@ TEST(LoopFileManagerTest, SavesACopyWithItsRecordAndDeletesIt) {
     EXPECT_EQ(loopErrorOf([&] { Files::deleteLoopFile(loop); }).left(43),
               "Failed to save loop: Failed to delete file:");
     EXPECT_TRUE(fs::exists(rig.folder / "My_Loop.wav" / "kept"));
+}
+
+// Shares and removable disks.
+TEST(LoopFileManagerTest, WhatADiskDoesNotKnowCostsNoTakeNoSaveAndNoExport) {
+    const FilesRig rig;
+    const fs::path target = rig.home.path() / "export.wav";
+    for (const unsigned error : {1U * EPERM, 1U * ENOSYS, 1U * EOPNOTSUPP}) {
+        withRefused(
+            {{SYS_fchmod, error}, {SYS_fsync, EINVAL}, {SYS_link, error}, {SYS_renameat2, EINVAL}},
+            [&] {
+                writeFile(rig.take, 48000, rig.samples);
+                Files::exportLoop(rig.save("Beat"), urlOf(target));
+            });
+        EXPECT_EQ(readFile(target), rig.samples) << error;
+    }
+    EXPECT_EQ(rig.files().size(), 3U);
+    withRefused({{SYS_fsync, EIO}}, [&] {
+        EXPECT_EQ(loopErrorOf([&] { rig.save("Beat"); }),
+                  "Failed to save loop: Input/output error");
+    });
+    EXPECT_EQ(rig.files().size(), 3U);
 }
 
 // The sheet of a long save may be cancelled and another save begun.

@@ -23,6 +23,13 @@ bool lock(int file) {
     return ::flock(file, LOCK_EX | LOCK_NB) == 0 || errno != EWOULDBLOCK;
 }
 
+// Whether a call failed, unless the file system has no such thing: shares and removable disks
+// refuse to change permissions or to sync, and a copy is complete without.
+bool isFailure(int result) {
+    return result != 0 && errno != EPERM && errno != ENOSYS && errno != EOPNOTSUPP &&
+           errno != EINVAL;
+}
+
 // Creates the file and sets the path to the name that was free.
 int createUnderFreeName(fs::path& path, const fs::path& folder, const std::string& prefix,
                         mode_t mode) {
@@ -102,8 +109,8 @@ void AtomicFile::copyFrom(const fs::path& source) {
     }
     struct stat status {};
     if (::fstat(from.get(), &status) != 0 ||
-        ::fchmod(descriptor_.get(), status.st_mode & 0777) != 0 ||
-        ::fsync(descriptor_.get()) != 0) {
+        isFailure(::fchmod(descriptor_.get(), status.st_mode & 0777)) ||
+        isFailure(::fsync(descriptor_.get()))) {
         throwLastError("Could not write", path_);
     }
 }

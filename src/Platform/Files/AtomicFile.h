@@ -31,7 +31,7 @@ public:
     FileDescriptor& descriptor() { return descriptor_; }
 
     // Writes the content of the source, gives the file the source's permissions and brings it
-    // to the disk.
+    // to the disk, where the file system has permissions and can sync.
     void copyFrom(const std::filesystem::path& source);
 
     // Takes the final name, and the place of a file that has it. The folder is not synced.
