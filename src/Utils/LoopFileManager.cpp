@@ -81,6 +81,14 @@ QString shortened(const QString& text) {
     return cut;
 }
 
+// The folder, made again when it went while the program ran.
+fs::path presentFolder() {
+    fs::path folder = pathOf(LoopFileManager::savedLoopsDirectory());
+    std::error_code ignored;
+    fs::create_directories(folder, ignored);
+    return folder;
+}
+
 } // namespace
 
 const QUrl& LoopFileManager::savedLoopsDirectory() {
@@ -114,7 +122,7 @@ SavedLoop LoopFileManager::saveTemporaryLoopAs(const QString& name, const QUrl& 
         throw LoopError(LoopError::Kind::fileNotFound);
     }
     const LoopMetadata metadata = getLoopMetadata(source);
-    const fs::path folder = pathOf(savedLoopsDirectory());
+    const fs::path folder = presentFolder();
     QString filename;
     try {
         files::AtomicFile copy(folder, kCopyInProgress, S_IRUSR | S_IWUSR);
@@ -154,7 +162,7 @@ QString LoopFileManager::generateUniqueFilename(const QString& name) {
 
 qint64 LoopFileManager::getAvailableDiskSpace() {
     std::error_code error;
-    const fs::space_info space = fs::space(pathOf(savedLoopsDirectory()), error);
+    const fs::space_info space = fs::space(presentFolder(), error);
     return error ? 0 : static_cast<qint64>(space.available);
 }
 
