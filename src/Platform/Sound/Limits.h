@@ -36,7 +36,9 @@ inline constexpr double kPrebufferSeconds = 0.05;
 // Most frames of a file that the reader thread decodes in one step.
 inline constexpr std::uint32_t kReadChunkFrames = 4096;
 
-// Interval of the header updates that keep an unfinished take readable.
-inline constexpr double kHeaderUpdateSeconds = 0.5;
+// The rates of files that are played, Hz. What is within can be converted to every rate that a
+// sound server runs at.
+inline constexpr double kLowestFileRate = 2000.0;
+inline constexpr double kHighestFileRate = 1'000'000.0;
 
 } // namespace tessivo::sound

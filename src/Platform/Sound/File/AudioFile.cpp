@@ -108,8 +108,7 @@ struct AudioFileWriter::Handle {
 AudioFileWriter::AudioFileWriter(const std::filesystem::path& path,
                                  const AudioFileSettings& settings)
     : handle_(std::make_unique<Handle>())
-    , settings_(settings)
-    , lastHeaderUpdate_(std::chrono::steady_clock::now()) {
+    , settings_(settings) {
     if (settings.channelCount == 0 || settings.sampleRate < 1.0 ||
         settings.sampleRate > std::numeric_limits<int>::max()) {
         throw AudioError("There is no audio input to record from");
@@ -160,12 +159,7 @@ void AudioFileWriter::write(const AudioPCMBuffer& buffer) {
                           " frames could be written to",
                       handle_->path, ": " + reason);
     }
-    const auto now = std::chrono::steady_clock::now();
-    const std::chrono::duration<double> sinceUpdate = now - lastHeaderUpdate_;
-    if (framesWritten_ == written || sinceUpdate.count() >= kHeaderUpdateSeconds) {
-        updateHeader();
-        lastHeaderUpdate_ = now;
-    }
+    updateHeader();
 }
 
 void AudioFileWriter::cut(std::int64_t frames) {

@@ -3,7 +3,6 @@
 #include "Platform/Sound/AudioFormat.h"
 #include "Platform/Sound/AudioPCMBuffer.h"
 
-#include <chrono>
 #include <cstdint>
 #include <filesystem>
 #include <memory>
@@ -40,9 +39,13 @@ private:
     std::int64_t length_ = 0;
 };
 
+// Opens a file that is to be heard. Throws AudioError also when its rate is so extreme that it
+// cannot be converted.
+std::shared_ptr<AudioFileReader> openForPlaying(const std::filesystem::path& path);
+
 // Writes a WAV file of 32-bit float samples, which becomes RF64 when it grows past 4 GiB. The
-// header is updated after the first buffer and then every half second, so that the file can be
-// read whenever the process ends. The destructor completes and closes it. One thread at a time.
+// header is updated with every buffer, so that all that was written can be read whenever the
+// process ends. The destructor completes and closes it. One thread at a time.
 class AudioFileWriter {
 public:
     // Creates a new file. An earlier file of the same name is renamed "<stem>-1.wav", "-2" and so
@@ -74,7 +77,6 @@ private:
     std::unique_ptr<Handle> handle_;
     AudioFileSettings settings_;
     std::int64_t framesWritten_ = 0;
-    std::chrono::steady_clock::time_point lastHeaderUpdate_;
     std::vector<float> interleaved_;
 };
 
