@@ -120,7 +120,7 @@ void LoopPreviewEngine::previewLoop(SavedLoop loop) {
     stopPreview();
     startEngineIfNeeded();
     try {
-        currentFile_ = std::make_shared<sound::AudioFileReader>(audioOf(loop));
+        currentFile_ = sound::openForPlaying(audioOf(loop));
     } catch (const sound::AudioError&) {
         currentFile_.reset();
         publish(currentPreviewLoop_, std::nullopt, &LoopPreviewEngine::currentPreviewLoopChanged);

@@ -37,7 +37,7 @@ SimplePlayer::~SimplePlayer() {
 }
 
 void SimplePlayer::loadAudioFile(const QUrl& url) {
-    audioFile_ = std::make_shared<sound::AudioFileReader>(pathOf(url));
+    audioFile_ = sound::openForPlaying(pathOf(url));
     currentURL_ = url;
     logLine("Audio file loaded: " + url.toString().toStdString());
     if (isPlaying_) {

@@ -100,6 +100,17 @@ std::int64_t AudioFileReader::read(std::span<float> interleaved) {
     return sf_readf_float(handle_->file.get(), interleaved.data(), static_cast<sf_count_t>(frames));
 }
 
+std::shared_ptr<AudioFileReader> openForPlaying(const std::filesystem::path& path) {
+    auto file = std::make_shared<AudioFileReader>(path);
+    if (const double rate = file->format().sampleRate();
+        rate < kLowestFileRate || rate > kHighestFileRate) {
+        throw failure("The audio file cannot be played at its sample rate of " + rateText(rate) +
+                          " Hz:",
+                      path, "");
+    }
+    return file;
+}
+
 struct AudioFileWriter::Handle {
     SoundFile file;
     std::filesystem::path path;

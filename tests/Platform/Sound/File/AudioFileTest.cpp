@@ -54,16 +54,21 @@ TEST(AudioFileTest, RefusesWhatIsNotALoop) {
     { const AudioFileWriter none(folder / "none.wav", {48000.0, 2}); }
     std::filesystem::create_directory(folder / "folder.wav");
     ASSERT_EQ(mkfifo((folder / "pipe.wav").c_str(), 0600), 0);
+    writeFile(folder / "slow.wav", 100.0, {noise(10, 1)});
+    writeFile(folder / "fast.wav", 20e6, {noise(10, 1)});
+    EXPECT_EQ(AudioFileReader(folder / "fast.wav").length(), 10) << "it is audio nevertheless";
 
     const std::vector<std::pair<const char*, const char*>> expected{
         {"missing.wav", "No such file"},
         {"text.wav", "Not an audio file"},
         {"none.wav", "holds no audio"},
         {"folder.wav", "Not an audio file"},
-        {"pipe.wav", "Not an audio file"}};
+        {"pipe.wav", "Not an audio file"},
+        {"slow.wav", "sample rate of 100.0 Hz"},
+        {"fast.wav", "sample rate of 20000000.0 Hz"}};
     for (const auto& [name, reason] : expected) {
         try {
-            const AudioFileReader reader(folder / name);
+            openForPlaying(folder / name);
             ADD_FAILURE() << name;
         } catch (const AudioError& error) {
             EXPECT_NE(std::string(error.what()).find(reason), std::string::npos) << error.what();
