@@ -32,15 +32,10 @@ constexpr auto kLongestSilence = 5s;
 constexpr auto kFadePoll = 20ms;
 constexpr auto kLongestFade = 250ms;
 
-// An entry may name any file, but only those in the library's folder are played, and no
-// symbolic links to others.
+// An entry may name any file, but only those in the library's folder are played.
 std::filesystem::path audioOf(const SavedLoop& loop) {
     if (const auto location = LoopFileManager::locationOf(loop)) {
-        auto path = pathOf(*location);
-        std::error_code ignored;
-        if (!std::filesystem::is_symlink(std::filesystem::symlink_status(path, ignored))) {
-            return path;
-        }
+        return pathOf(*location);
     }
     throw sound::AudioError("The audio file is not in the library's folder: \"" +
                             loop.filename().toStdString() + "\"");

@@ -8,10 +8,10 @@
 #include <QFile>
 #include <QFileInfo>
 
+#include <exception>
 #include <filesystem>
 #include <iterator>
 #include <list>
-#include <stdexcept>
 
 namespace tessivo {
 namespace {
@@ -19,9 +19,6 @@ namespace {
 namespace fs = std::filesystem;
 
 SavedLoop recordOf(const QFileInfo& file) {
-    if (!fs::is_regular_file(fs::symlink_status(file.filesystemFilePath()))) {
-        throw std::runtime_error("Not a file of its own");
-    }
     const auto metadata =
         LoopFileManager::getLoopMetadata(QUrl::fromLocalFile(file.absoluteFilePath()));
     const QDateTime birth = file.birthTime();

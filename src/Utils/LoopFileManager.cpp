@@ -192,9 +192,7 @@ bool LoopFileManager::validateLoopFile(const QUrl& file) {
 
 bool LoopFileManager::validateLoopFile(const SavedLoop& loop) {
     const auto location = locationOf(loop);
-    std::error_code ignored;
-    return location && fs::is_regular_file(fs::symlink_status(pathOf(*location), ignored)) &&
-           validateLoopFile(*location);
+    return location && validateLoopFile(*location);
 }
 
 void LoopFileManager::copyLoopFile(const QUrl& from, const QUrl& to) {

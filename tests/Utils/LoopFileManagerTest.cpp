@@ -288,7 +288,7 @@ TEST(LoopFileManagerTest, RecordsLeadNowhereButIntoTheFolder) {
     const FilesRig rig;
     fs::create_directory(rig.folder / "sub");
     fs::copy_file(rig.take, rig.folder / "sub" / "a.wav");
-    fs::create_symlink(rig.take, rig.folder / "link.wav");
+    fs::create_symlink(rig.home.path() / "gone.wav", rig.folder / "link.wav");
     writeBytes(rig.folder / "text.wav", "not audio");
     const fs::path target = rig.home.path() / "export.wav";
     for (const QString& filename :
@@ -303,6 +303,16 @@ TEST(LoopFileManagerTest, RecordsLeadNowhereButIntoTheFolder) {
         loopErrorOf([&] { Files::deleteLoopFile(loop); });
     }
     EXPECT_FALSE(fs::exists(target));
+    EXPECT_FALSE(fs::is_symlink(rig.folder / "link.wav")) << "deleted";
+
+    // The loops may lie on another disk: the link is a loop, and what it names is never deleted.
+    fs::create_symlink(rig.take, rig.folder / "link.wav");
+    const SavedLoop linked("n", "link.wav", SecondsSince2001(0), 1.0, 1);
+    EXPECT_TRUE(Files::validateLoopFile(linked));
+    Files::exportLoop(linked, urlOf(target));
+    EXPECT_EQ(readFile(target), rig.samples);
+    Files::deleteLoopFile(linked);
+    EXPECT_FALSE(fs::is_symlink(rig.folder / "link.wav"));
     EXPECT_EQ(readFile(rig.take), rig.samples);
     EXPECT_EQ(readFile(rig.folder / "sub" / "a.wav"), rig.samples);
 }
