@@ -114,7 +114,7 @@ void TapThread::run(const std::stop_token& stop) {
         woken_ = false;
         Job job = job_;
         lock.unlock();
-        const bool ended = work(job);
+        const bool ended = workOrEnd(job);
         // What the blocks hold is released here, on the thread that used it.
         const auto tap = std::exchange(job.tap, nullptr);
         job = {};
@@ -131,6 +131,23 @@ void TapThread::run(const std::stop_token& stop) {
     tellHoles(true);
 }
 
+bool TapThread::workOrEnd(const Job& job) {
+    try {
+        return work(job);
+    } catch (const std::exception& error) {
+        diagnostics_((job.tap ? "The input's tap ended: " : "The input's meter ended: ") +
+                     std::string(error.what()));
+        if (job.tap) {
+            return true;
+        }
+        const std::lock_guard lock(mutex_);
+        if (job_.meter == job.meter) {
+            job_.meter = nullptr;
+        }
+        return false;
+    }
+}
+
 // Returns whether the tap has ended.
 bool TapThread::work(const Job& job) {
     if (job.tap && job.tap.get() != current_) {
@@ -140,12 +157,7 @@ bool TapThread::work(const Job& job) {
     queue_->receive();
     bool ended = false;
     if (job.tap) {
-        try {
-            ended = deliver(job);
-        } catch (const std::exception& error) {
-            diagnostics_(std::string("The input's tap ended: ") + error.what());
-            return true;
-        }
+        ended = deliver(job);
     } else if (job.meter) {
         measure(*job.meter, queue_->end());
     }

@@ -17,8 +17,8 @@ namespace tessivo::sound {
 
 // The thread that reads the tap queue for as long as the input is used: it keeps the last
 // second, feeds at most one tap and one meter, and tells of frames that were lost. A tap's block
-// may wait for a disk; a tap that fails ends with one diagnostic line. All functions belong to
-// the main thread.
+// may wait for a disk; a tap or a meter that fails ends with one diagnostic line. All functions
+// belong to the main thread.
 class TapThread {
 public:
     // The queue's rate in Hz. The timeline outlives the thread.
@@ -72,6 +72,7 @@ private:
         std::int64_t earlierOverruns = 0; // frames that were lost before the tap's first
     };
 
+    bool workOrEnd(const Job& job);
     bool work(const Job& job);
     bool deliver(const Job& job);
     void measure(Meter& meter, std::int64_t limit);

@@ -4,6 +4,7 @@
 
 #include <atomic>
 #include <optional>
+#include <stdexcept>
 #include <thread>
 
 using namespace tessivo::sound;
@@ -257,4 +258,22 @@ TEST(TapTest, TapAtAnotherRateHasThePitchAndTheLength) {
     rig.engine->inputNode().removeTap();
     EXPECT_EQ(rig.lines, std::vector<std::string>{"The input's tap ended: The sample rate cannot "
                                                   "be converted"});
+}
+
+TEST(TapTest, MeterThatFailsEndsAlone) {
+    OfflineRig rig;
+    rig.engine->start();
+    auto& input = rig.engine->inputNode();
+    input.setMeter(64, [](const auto&) { throw std::runtime_error("no memory"); });
+    EXPECT_TRUE(eventually([&] {
+        feed(rig, {noise(64, 1)}, 64);
+        const std::lock_guard lock(rig.linesMutex);
+        return !rig.lines.empty();
+    }));
+    Take take;
+    input.installTap(64, AudioFormat(48000.0, 1), take.block());
+    feed(rig, {noise(64, 2)}, 64);
+    input.removeTap();
+    EXPECT_EQ(take.samples, Channels{noise(64, 2)});
+    EXPECT_EQ(rig.lines, std::vector<std::string>{"The input's meter ended: no memory"});
 }
