@@ -156,7 +156,16 @@ void PipeWireDefaults::bindMetadata(std::uint32_t id, bool isDefaults) {
 }
 
 bool PipeWireDefaults::lacksNames() const {
-    return sourceName_.empty() && sinkName_.empty() && !nodes_.empty() &&
+    const auto lacks = [this](const std::string& name, const char* mediaClass) {
+        bool isDevice = false;
+        bool isNamed = false;
+        for (const auto& [id, node] : nodes_) {
+            isDevice |= node.mediaClass.starts_with(mediaClass);
+            isNamed |= !name.empty() && node.name == name;
+        }
+        return isDevice && !isNamed;
+    };
+    return (lacks(sourceName_, "Audio/Source") || lacks(sinkName_, "Audio/Sink")) &&
            std::any_of(metadata_.begin(), metadata_.end(),
                        [](const auto& metadata) { return metadata->isDefaults; });
 }

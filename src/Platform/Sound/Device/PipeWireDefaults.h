@@ -44,9 +44,9 @@ public:
     };
     Clock clock() const;
 
-    // The session manager has a list of default devices, but has sent no names. That happens to
-    // a client that connects while the session manager starts, and no names are sent later
-    // either: they have to be requested.
+    // The session manager has a list of default devices, but no name of one that is there, although
+    // there are devices for it. That happens to a client that connects while the session manager
+    // starts, and no name is sent later either: they have to be requested.
     bool lacksNames() const;
     void requestNames(); // not from an event function
 

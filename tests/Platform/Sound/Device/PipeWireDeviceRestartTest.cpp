@@ -5,11 +5,46 @@
 
 #include <gtest/gtest.h>
 
+#include <dlfcn.h>
+#include <pipewire/extensions/metadata.h>
+#include <pipewire/pipewire.h>
+
 #include <atomic>
 #include <cstdlib>
 #include <list>
 #include <memory>
 #include <string>
+#include <string_view>
+
+namespace {
+
+// How many lists of default devices are still to be told without the speaker's name.
+std::atomic<int> forgetfulLists{0};
+const pw_metadata_events* listEvents = nullptr;
+
+} // namespace
+
+// Stands between us and the client library: a session manager that starts may tell a client only
+// one of the two names, and never the other.
+extern "C" void pw_proxy_add_object_listener(pw_proxy* proxy, spa_hook* hook, const void* events,
+                                             void* data) {
+    static auto* const next = reinterpret_cast<decltype(&pw_proxy_add_object_listener)>(
+        dlsym(RTLD_NEXT, "pw_proxy_add_object_listener"));
+    static pw_metadata_events forgetful{};
+    if (pw_proxy_get_type(proxy, nullptr) == std::string_view(PW_TYPE_INTERFACE_Metadata) &&
+        forgetfulLists-- > 0) {
+        listEvents = static_cast<const pw_metadata_events*>(events);
+        forgetful = *listEvents;
+        forgetful.property = [](void* self, std::uint32_t subject, const char* key,
+                                const char* type, const char* value) {
+            return key != nullptr && key == std::string_view("default.audio.sink")
+                       ? 0
+                       : listEvents->property(self, subject, key, type, value);
+        };
+        events = &forgetful;
+    }
+    next(proxy, hook, events, data);
+}
 
 // Devices and servers that come and go under a device that runs.
 namespace tessivo::test {
@@ -150,6 +185,14 @@ TEST(PipeWireServerTest, WithoutOneStartFailsAndSaysWhy) {
     device.start(renderer, {});
     EXPECT_TRUE(advances(renderer));
     EXPECT_EQ(device.formats().input.channelCount(), 2U);
+}
+
+TEST(PipeWireServerTest, SpeakerThatTheSessionManagerDidNotNameIsAskedFor) {
+    PrivatePipeWire server(kCalm);
+    forgetfulLists = 2; // one with the settings, one with the devices
+    Running running;
+    EXPECT_TRUE(eventually([&] { return running.renderer.outputChannels() == 2; }, 2s));
+    EXPECT_EQ(running.renderer.inputChannels(), 2U);
 }
 
 TEST(PipeWireServerTest, OutageIsNoChangeOfFormatsAndHoldsUpNoStop) {
