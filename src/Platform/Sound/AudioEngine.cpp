@@ -137,7 +137,7 @@ AudioEngine::Statistics AudioEngine::statistics() const {
 
 ReaderThread& AudioEngine::readerThread() {
     if (!readerThread_) {
-        readerThread_ = std::make_unique<ReaderThread>(diagnostics_);
+        readerThread_ = std::make_unique<ReaderThread>(output_.limit(), diagnostics_);
     }
     return *readerThread_;
 }

@@ -28,6 +28,10 @@ inline constexpr std::uint32_t kTapChunkFrames = 1024;
 // Length of every audible ramp: gain changes, the monitoring switch, stop and clear.
 inline constexpr double kRampSeconds = 0.003;
 
+// The loudest sample that leaves the main mix, 12 dB above full scale: loops may add up, but what
+// is beyond that is no music, and would hurt.
+inline constexpr float kLoudestOutput = 4.0F;
+
 // How far ahead of what is heard a player node decodes, and how much of that must be there
 // before its first frame is heard.
 inline constexpr double kReadAheadSeconds = 2.0;

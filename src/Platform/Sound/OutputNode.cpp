@@ -2,6 +2,9 @@
 
 #include "Platform/Sound/NodeHost.h"
 #include "Platform/Sound/PlanBuilder.h"
+#include "Platform/Sound/Render/OutputLimit.h"
+
+#include <utility>
 
 namespace tessivo::sound {
 
@@ -9,25 +12,31 @@ namespace {
 
 class OutputStep final : public RenderStep {
 public:
-    explicit OutputStep(std::size_t source)
-        : source_(source) {}
+    OutputStep(std::shared_ptr<OutputLimit> limit, std::size_t source)
+        : limit_(std::move(limit))
+        , source_(source) {}
 
-    StereoBlock render(const RenderContext& context, StereoBuffer&) TESSIVO_REALTIME override {
-        return context.steps[source_];
+    StereoBlock render(const RenderContext& context,
+                       StereoBuffer& buffer) TESSIVO_REALTIME override {
+        return limit_->apply(context.steps[source_], context.frames, buffer);
     }
 
 private:
+    std::shared_ptr<OutputLimit> limit_;
     std::size_t source_; // the main mixer's step
 };
 
 } // namespace
+
+OutputNode::OutputNode()
+    : limit_(std::make_shared<OutputLimit>()) {}
 
 AudioFormat OutputNode::inputFormat() const {
     return host()->deviceFormats().output;
 }
 
 std::unique_ptr<RenderStep> OutputNode::compile(PlanBuilder& builder) {
-    return std::make_unique<OutputStep>(builder.compileSources(*this).front());
+    return std::make_unique<OutputStep>(limit_, builder.compileSources(*this).front());
 }
 
 } // namespace tessivo::sound

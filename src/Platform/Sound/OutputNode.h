@@ -3,17 +3,28 @@
 #include "Platform/Sound/AudioFormat.h"
 #include "Platform/Sound/AudioNode.h"
 
+#include <memory>
+
 namespace tessivo::sound {
 
-// The default playback device, which plays what the main mixer puts out. Only an engine makes
-// it.
+class OutputLimit;
+
+// The default playback device, which plays what the main mixer puts out, within limits. Only an
+// engine makes it.
 class OutputNode final : public AudioNode {
 public:
+    OutputNode();
+
     // The playback device's format; no channels when there is none. A snapshot like
     // InputNode::inputFormat().
     AudioFormat inputFormat() const;
 
+    const std::shared_ptr<OutputLimit>& limit() const { return limit_; }
+
     std::unique_ptr<RenderStep> compile(PlanBuilder& builder) override;
+
+private:
+    std::shared_ptr<OutputLimit> limit_;
 };
 
 } // namespace tessivo::sound

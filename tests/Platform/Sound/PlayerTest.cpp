@@ -6,6 +6,8 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
+#include <limits>
+#include <tuple>
 
 using namespace tessivo::sound;
 using namespace tessivo::test;
@@ -182,6 +184,37 @@ TEST(PlayerTest, DiskThatIsTooSlowCostsFramesThatOneLineCounts) {
     rig.engine.reset();
     EXPECT_EQ(rig.lines, std::vector<std::string>{"Playback was short of 6000 frames: the disk "
                                                   "did not deliver in time"});
+}
+
+TEST(PlayerTest, WhatNoLoopShouldHoldIsSilentOrLimitedAndToldOnce) {
+    PlayerRig rig;
+    constexpr float kNoNumber = std::numeric_limits<float>::quiet_NaN();
+    constexpr float kInfinite = std::numeric_limits<float>::infinity();
+    std::vector<float> samples = noise(48'000, 4);
+    std::vector<float> expected = samples;
+    const std::vector<std::pair<float, float>> cases{
+        {kNoNumber, 0.0F}, {kInfinite, 0.0F}, {-kInfinite, 0.0F}, {3e38F, 4.0F},
+        {-5.0F, -4.0F},    {3.999F, 3.999F},  {-4.0F, -4.0F}};
+    for (std::size_t i = 0; i < cases.size(); ++i) {
+        std::tie(samples[2000 + i], expected[2000 + i]) = cases[i];
+    }
+    rig.player->scheduleFile(rig.file({samples}), NoticeWhen::read, {}, 2);
+    rig.player->play();
+    EXPECT_EQ(firstDifference(rig.hear(48'000, 256)[0], expected), -1);
+
+    // A converter's filter forgets them, and so does what they are mixed with.
+    rig.player->stop();
+    rig.device->turn(256);
+    auto tone = sine(44'100, 44100.0);
+    tone[22'050] = kNoNumber;
+    rig.player->scheduleFile(rig.file({tone}, 44100.0), NoticeWhen::read, {}, 2);
+    rig.player->play();
+    const auto heard = rig.hear(36'000, 256)[0];
+    EXPECT_LT(worstError(heard, 48000.0, 1000, 23'500), 0.001F);
+    EXPECT_LT(worstError(heard, 48000.0, 24'500, 36'000), 0.001F);
+    rig.engine.reset();
+    ASSERT_EQ(rig.lines.size(), 1U);
+    EXPECT_NE(rig.lines[0].find("limited to 12 dB"), std::string::npos);
 }
 
 TEST(PlayerTest, EveryNoticeFiresOnceWhateverEndsIt) {

@@ -262,6 +262,13 @@ void PlayerReader::readStep(AudioFileReader& file, std::int64_t count) {
     // A file that became shorter, or a disk that fails, must not change the loop's length.
     std::fill(samples.begin() + static_cast<std::ptrdiff_t>(got), samples.end(), 0.0F);
     makeStereo(stereo_, channels, frames);
+    // One such sample would spoil the converter's whole filter, and what it is mixed with.
+    for (float& sample : stereo_) {
+        if (!std::isfinite(sample)) {
+            sample = 0.0F;
+            hasSilenced_ = true;
+        }
+    }
     if (count == file.length()) {
         const std::size_t pass = stereo_.size();
         stereo_.resize(pass * static_cast<std::size_t>(framesPerStep(file) / count));

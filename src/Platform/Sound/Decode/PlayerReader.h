@@ -56,6 +56,8 @@ public:
     void fail();
     // Reader thread: stopped, all notices given; no more work.
     bool isRetired() const { return retired_; }
+    // Reader thread: a file had samples that are no finite numbers, which are silence.
+    bool hasSilenced() const { return hasSilenced_; }
 
 private:
     using Clock = std::chrono::steady_clock;
@@ -104,6 +106,7 @@ private:
     std::size_t skip_ = 0;             // converted frames that are over before the join
     std::vector<float> stereo_;        // the decoded step, interleaved
     std::shared_ptr<AudioFileReader> fileInMemory_; // the one that stereo_ holds whole, or none
+    bool hasSilenced_ = false;
     bool failed_ = false;
     bool retired_ = false;
 };

@@ -10,8 +10,9 @@ namespace tessivo::sound {
 
 using std::chrono::milliseconds;
 
-ReaderThread::ReaderThread(DiagnosticSink diagnostics)
-    : diagnostics_(diagnostics ? std::move(diagnostics) : [](const std::string&) {})
+ReaderThread::ReaderThread(std::shared_ptr<const OutputLimit> limit, DiagnosticSink diagnostics)
+    : limit_(std::move(limit))
+    , diagnostics_(diagnostics ? std::move(diagnostics) : [](const std::string&) {})
     , thread_([this](const std::stop_token& stop) { run(stop); }) {}
 
 ReaderThread::~ReaderThread() = default;
@@ -42,14 +43,17 @@ void ReaderThread::run(const std::stop_token& stop) {
         lock.unlock();
 
         std::optional<milliseconds> wait;
+        bool limited = limit_->hasActed();
         for (const auto& player : players) {
             const auto next = workOn(*player);
             if (next && (!wait || *next < *wait)) {
                 wait = next;
             }
+            limited |= player->hasSilenced();
         }
         std::erase_if(players, [](const auto& player) { return player->isRetired(); });
         reportUnderruns();
+        reportLimit(limited);
 
         lock.lock();
         const auto isWoken = [this] {
@@ -86,6 +90,14 @@ void ReaderThread::reportUnderruns() {
                      " frames: the disk did not deliver in time");
     }
     reportedUnderruns_ = frames;
+}
+
+void ReaderThread::reportLimit(bool needed) {
+    if (needed && !std::exchange(limitReported_, true)) {
+        diagnostics_(
+            "⚠️ Samples that are no numbers were silenced, or far too loud ones limited to "
+            "12 dB above full scale");
+    }
 }
 
 } // namespace tessivo::sound

@@ -2,6 +2,7 @@
 
 #include "Platform/Sound/Decode/PlayerReader.h"
 #include "Platform/Sound/Diagnostics.h"
+#include "Platform/Sound/Render/OutputLimit.h"
 
 #include <atomic>
 #include <chrono>
@@ -15,12 +16,13 @@
 
 namespace tessivo::sound {
 
-// The thread that keeps all players of one engine decoded ahead, and tells of underruns and of
-// players that failed. A player leaves by itself once it has been stopped. At the end of the
-// thread all players are stopped and give the notices that are still due.
+// The thread that keeps all players of one engine decoded ahead, and tells of underruns, of
+// players that failed, and once of samples that no loop should have. A player leaves by itself
+// once it has been stopped. At the end of the thread all players are stopped and give the notices
+// that are still due.
 class ReaderThread {
 public:
-    explicit ReaderThread(DiagnosticSink diagnostics);
+    ReaderThread(std::shared_ptr<const OutputLimit> limit, DiagnosticSink diagnostics);
     ~ReaderThread();
     ReaderThread(const ReaderThread&) = delete;
     ReaderThread& operator=(const ReaderThread&) = delete;
@@ -38,11 +40,14 @@ private:
     void run(const std::stop_token& stop);
     std::optional<std::chrono::milliseconds> workOn(PlayerReader& player) const;
     void reportUnderruns();
+    void reportLimit(bool needed);
 
+    const std::shared_ptr<const OutputLimit> limit_;
     const DiagnosticSink diagnostics_;
     const std::shared_ptr<std::atomic<std::int64_t>> underruns_ =
         std::make_shared<std::atomic<std::int64_t>>(0);
     std::int64_t reportedUnderruns_ = 0; // reader thread
+    bool limitReported_ = false;         // reader thread
 
     std::mutex mutex_; // for what follows
     std::condition_variable_any changed_;
