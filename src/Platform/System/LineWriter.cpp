@@ -9,15 +9,33 @@
 
 namespace tessivo {
 
+namespace {
+
+// A name in a line may come from a file that anyone has written, and a terminal obeys control
+// characters. They become spaces, two-byte ones (U+0080 to U+009F) too. A tab does no harm.
+std::string withoutControls(std::string_view line) {
+    std::string text(line);
+    const auto isControl = [](char c) {
+        return (static_cast<unsigned char>(c) < 0x20 && c != '\t') || c == 0x7f;
+    };
+    std::replace_if(text.begin(), text.end(), isControl, ' ');
+    for (std::size_t at = 0; (at = text.find('\xc2', at)) != std::string::npos; ++at) {
+        if (at + 1 < text.size() && (static_cast<unsigned char>(text[at + 1]) & 0xe0U) == 0x80U) {
+            text.replace(at, 2, " ");
+        }
+    }
+    return text;
+}
+
+} // namespace
+
 LineWriter::LineWriter(int descriptor, std::size_t capacity)
     : descriptor_(descriptor)
     , capacity_(capacity)
     , thread_([this](const std::stop_token& stop) { run(stop); }) {}
 
 void LineWriter::add(std::string_view line) {
-    std::string text(line);
-    std::replace_if(
-        text.begin(), text.end(), [](char c) { return c == '\n' || c == '\r'; }, ' ');
+    std::string text = withoutControls(line);
     {
         const std::scoped_lock lock(mutex_);
         if (queue_.size() >= capacity_) {

@@ -28,8 +28,8 @@ public:
     LineWriter(const LineWriter&) = delete;
     LineWriter& operator=(const LineWriter&) = delete;
 
-    // Adds one line, given without its end. Line breaks inside become spaces. Never waits
-    // for the reader.
+    // Adds one line, given without its end. Line breaks and other control
+    // characters inside become spaces. Never waits for the reader.
     void add(std::string_view line);
 
     // Waits until all lines are written, at most for the limit. Returns whether they are.

@@ -77,8 +77,8 @@ TEST(LineWriterTest, KeepsLinesOfManyThreadsWholeAndInOrder) {
     for (auto& thread : threads) {
         thread.join();
     }
-    writer.add("two\nlines\r");
-    const Lines lines = pipe.readUntil("two lines ");
+    writer.add("two\nlines\r\x1b[2J\u009bm\xc2z\u00a0ü\t\x7f.");
+    const Lines lines = pipe.readUntil("two lines  [2J m\xc2z\u00a0ü\t .");
     ASSERT_EQ(lines.size(), 801U);
     std::array<int, 4> next{};
     for (std::size_t i = 0; i < 800; ++i) {
