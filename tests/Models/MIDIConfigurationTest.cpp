@@ -9,6 +9,7 @@
 #include <QSettings>
 
 #include <fstream>
+#include <sys/stat.h>
 
 using namespace tessivo;
 using namespace tessivo::test;
@@ -65,7 +66,7 @@ TEST(MIDIConfigurationTest, SaysWhenItCannotBeStoredAndKeepsThePreviousMapping) 
         const Lines said = lines.take();
         return said.size() == 1 && said[0].rfind("Failed to save MIDI configuration: ", 0) == 0;
     };
-    // A file stands where the folder is to be, then a folder where the file is to be.
+    // A file stands where the folder is to be, then a folder and a FIFO where the file is to be.
     const auto folder = TemporaryHome::path() / ".config" / "Tessivo";
     std::filesystem::create_directories(folder.parent_path());
     std::ofstream(folder).put('x');
@@ -77,6 +78,10 @@ TEST(MIDIConfigurationTest, SaysWhenItCannotBeStoredAndKeepsThePreviousMapping) 
     std::filesystem::create_directories(folder / "Tessivo.conf");
     EXPECT_TRUE(saveFails());
     EXPECT_NE(MIDIConfiguration::load(), failing);
+    std::filesystem::remove(folder / "Tessivo.conf");
+    ASSERT_EQ(mkfifo((folder / "Tessivo.conf").c_str(), 0600), 0);
+    EXPECT_TRUE(saveFails());
+    EXPECT_EQ(MIDIConfiguration::load(), MIDIConfiguration());
 }
 
 TEST(MIDIUtilsTest, NamesNotesAndListsTheSourcesThatHaveAName) {
