@@ -2,6 +2,7 @@
 #include "Models/LibraryFile.h"
 #include "Platform/Midi/PipeWireMidi.h"
 #include "Platform/System/BackgroundQueue.h"
+#include "Platform/System/Paths.h"
 #include "SystemDevices.h"
 #include "ViewModels/Main/HeldKeys.h"
 #include "ViewModels/Main/TimedApplication.h"
@@ -27,6 +28,7 @@ namespace tessivo {
 class TessivoApp {
 public:
     static int run(int argc, char* argv[]) {
+        ensureHome();
         QGuiApplication::setApplicationName(u"Tessivo"_s);
         QGuiApplication::setApplicationDisplayName(u"Tessivo"_s);
         QGuiApplication::setDesktopFileName(u"tessivo"_s);

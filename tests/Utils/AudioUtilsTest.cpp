@@ -6,6 +6,8 @@
 #include <cmath>
 #include <ctime>
 #include <fstream>
+#include <pwd.h>
+#include <unistd.h>
 
 using namespace tessivo;
 using namespace tessivo::test;
@@ -29,6 +31,17 @@ TEST(AudioUtilsTest, NamesAFileOfThisSecondInAFolderThatThenExists) {
     EXPECT_TRUE(std::filesystem::is_directory(home.recordings()));
     EXPECT_TRUE(path.filename() == "loop_" + std::to_string(before) + ".wav" ||
                 path.filename() == "loop_" + std::to_string(after) + ".wav");
+
+    // As a service or a stripped environment starts it. Nothing is written there.
+    const QByteArray mine = qgetenv("HOME");
+    for (const bool empty : {false, true}) {
+        empty ? qputenv("HOME", "") : qunsetenv("HOME");
+        ensureHome();
+        EXPECT_EQ(qgetenv("HOME"), getpwuid(getuid())->pw_dir);
+    }
+    qputenv("HOME", mine);
+    ensureHome();
+    EXPECT_EQ(qgetenv("HOME"), mine);
 
     std::filesystem::create_directories(home.path() / ".config");
     std::ofstream(home.path() / ".config" / "user-dirs.dirs")
