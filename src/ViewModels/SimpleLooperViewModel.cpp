@@ -179,6 +179,7 @@ void SimpleLooperViewModel::stopRecording() {
     post([this, url] {
         loopState_.setFileURL(url);
         loopState_.setHasAudio(true);
+        loopState_.setCurrentSavedLoop({}); // a new take is a new loop
         setCurrentAudio(url);
     });
 }

@@ -195,16 +195,21 @@ TEST(SaveAndLoadTest, LateSaveMarksNothingButItsOwnTake) {
     rig.record();
     rig.feed(Channels(2, noise(2000, 2)));
     rig.stop();
-    EXPECT_TRUE(rig.state->canSave());
-    EXPECT_EQ(rig.save("second"), "no error");
+    EXPECT_TRUE(rig.state->canSave()) << "a new take is a new loop";
+    EXPECT_EQ(rig.save("third"), "no error");
     rig.clear();
     EXPECT_FALSE(rig.state->currentSavedLoop().has_value());
     rig.makeTake();
-    EXPECT_EQ(rig.save("third"), "no error");
+    EXPECT_EQ(rig.save("fourth"), "no error");
+    EXPECT_FALSE(rig.state->currentSavedLoop().has_value()) << "the save was running";
+    EXPECT_EQ(rig.save("second"), "no error");
     EXPECT_EQ(rig.load(other), "no error");
     runPosted();
+    EXPECT_EQ(rig.state->currentSavedLoop()->name(), "second") << "of what is still current";
+    runPosted();
     EXPECT_EQ(rig.state->currentSavedLoop(), other);
-    EXPECT_EQ(namesOf(rig.listed()), (std::vector<QString>{"third", "second", "first", "other"}));
+    EXPECT_EQ(namesOf(rig.listed()),
+              (std::vector<QString>{"fourth", "third", "second", "first", "other"}));
 }
 
 TEST(SaveAndLoadTest, WhatTheLibraryWindowRemovedStaysRemoved) {

@@ -182,12 +182,12 @@ TEST(SimpleLooperViewModelTest, PassesOnLevelsAndEveryChangeOfTheState) {
     rig.record();
     EXPECT_EQ(announced, 2);
     rig.stop();
-    EXPECT_EQ(announced, 6);
+    EXPECT_EQ(announced, 7);
     runFor(milliseconds(40));
     rig.feed(Channels(2, std::vector(2048, -0.25F)));
     EXPECT_TRUE(runUntil([&] { return rig.state->inputLevel() == 0.25F; }));
     runPosted();
-    EXPECT_EQ(announced, 7);
+    EXPECT_EQ(announced, 8);
 }
 
 TEST(SimpleLooperViewModelTest, NothingHappensAfterTheControllerHasGone) {
