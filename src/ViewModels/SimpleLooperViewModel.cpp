@@ -91,7 +91,6 @@ void SimpleLooperViewModel::setupMIDICallbacks(MIDIManager* manager) {
 void SimpleLooperViewModel::recordButtonPressed() {
     switch (loopState_.transportState()) {
     case TransportState::stopped:
-        cancelDeferredPlayback();
         startRecording();
         break;
     case TransportState::recording:
@@ -155,6 +154,7 @@ void SimpleLooperViewModel::startRecording() {
         logLine(std::string("❌ [ERROR] Error details: ") + error.what());
         return;
     }
+    cancelDeferredPlayback(); // now: a take that cannot begin takes nothing from the one before
     beginOtherAudio();
     post([this] {
         loopState_.setTransportState(TransportState::recording);
@@ -300,11 +300,11 @@ SavedLoop SimpleLooperViewModel::copyToLibrary(const CurrentAudio& audio, const 
 }
 
 void SimpleLooperViewModel::loadLoop(const SavedLoop& loop) {
-    stopButtonPressed();
-    clearLoopState();
     if (!LoopFileManager::validateLoopFile(loop)) {
         throw LoopError(LoopError::Kind::fileNotFound);
     }
+    stopButtonPressed();
+    clearLoopState();
     const QUrl location = *LoopFileManager::locationOf(loop);
     post([this, loop, location] {
         loopState_.setFileURL(location);

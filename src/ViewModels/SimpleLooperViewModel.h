@@ -49,7 +49,7 @@ public:
     void saveCurrentLoop(const QString& name);
 
     // Stops whatever is going on and makes the library's file the current loop, waiting to
-    // be played. Throws fileNotFound when its audio is gone; the looper is then empty.
+    // be played. Throws fileNotFound when its audio is gone; then nothing has changed.
     void loadLoop(const SavedLoop& loop);
 
     // From now on the manager's notes trigger this view model's commands. The manager may outlive

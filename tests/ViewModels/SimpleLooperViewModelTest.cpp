@@ -100,10 +100,16 @@ TEST(SimpleLooperViewModelTest, LaterCommandReplacesTheDeferredPlayback) {
     EXPECT_EQ(outcome(&LooperRig::stop), std::tuple(T::stopped, false, 0L));
     EXPECT_EQ(outcome(&LooperRig::clear), std::tuple(T::stopped, false, 0L));
     EXPECT_EQ(outcome(&LooperRig::record), std::tuple(T::recording, false, 1L));
-    const auto load = [](LooperRig& rig) {
+    const auto recordInVain = [](LooperRig& rig) {
+        rig.device->changeFormats(formats(0));
+        runPosted();
+        rig.record();
+    };
+    EXPECT_EQ(outcome(recordInVain), std::tuple(T::playing, true, 1L));
+    const auto loadInVain = [](LooperRig& rig) {
         EXPECT_THROW(rig.looper->loadLoop({}), LoopError);
     };
-    EXPECT_EQ(outcome(load), std::tuple(T::stopped, false, 0L));
+    EXPECT_EQ(outcome(loadInVain), std::tuple(T::playing, true, 1L));
     const auto fail = [](LooperRig& rig) {
         std::filesystem::remove(pathOf(rig.state->fileURL()));
         runFor(milliseconds(150));

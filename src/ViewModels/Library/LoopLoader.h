@@ -17,7 +17,7 @@ class LoopLoader : public QObject {
 public:
     using QObject::QObject;
 
-    // A loop that cannot be loaded is reported by a diagnostic line, and the looper is then empty.
+    // A loop that cannot be loaded is reported by a diagnostic line, and nothing changes.
     Q_INVOKABLE void load(tessivo::SimpleLooperViewModel* viewModel,
                           const tessivo::SavedLoop& loop) {
         try {
