@@ -5,13 +5,12 @@
 #include "Platform/System/CommandMoment.h"
 #include "Platform/System/LogLine.h"
 #include "Platform/System/Paths.h"
+#include "Platform/System/Trash.h"
 #include "Utils/AudioUtils.h"
 
 #include <cstdint>
 #include <exception>
-#include <filesystem>
 #include <string>
-#include <system_error>
 
 namespace tessivo {
 namespace {
@@ -82,9 +81,8 @@ void SimpleRecorder::startRecording() {
     logLine("📼 [RECORDER] Input format: " + format.description());
 
     const QUrl url = AudioUtils::createLoopFileURL();
-    const std::string location = url.toString().toStdString();
     publish(recordingURL_, url);
-    logLine("📼 [RECORDER] Recording URL created: " + location);
+    logLine("📼 [RECORDER] Recording URL created: " + url.toString().toStdString());
     logLine("📼 [RECORDER] Creating audio file with input format to avoid conversion");
     try {
         take_ = std::make_shared<Take>(url, format.settings());
@@ -95,6 +93,9 @@ void SimpleRecorder::startRecording() {
         throw;
     }
     logLine("📼 [RECORDER] Audio file created successfully with format: " + format.description());
+    if (const auto& path = take_->file.path(); path != pathOf(url)) {
+        publish(recordingURL_, urlOf(path)); // another take began in this second
+    }
 
     logLine("📼 [RECORDER] Using unified tap system for recording");
     audioEngine_.enableRecording(
@@ -105,7 +106,8 @@ void SimpleRecorder::startRecording() {
         },
         pressed);
     isRecording_ = true;
-    logLine("📼 [RECORDER] Recording started successfully to: " + location);
+    logLine("📼 [RECORDER] Recording started successfully to: " +
+            recordingURL_.toString().toStdString());
     logLine("📼 [RECORDER] isRecording = " + text(isRecording_));
 }
 
@@ -138,8 +140,7 @@ void SimpleRecorder::clearRecording() {
     if (recordingURL_.isEmpty()) {
         return;
     }
-    std::error_code ignored;
-    std::filesystem::remove(pathOf(recordingURL_), ignored);
+    throwAway(pathOf(recordingURL_));
     publish(recordingURL_, QUrl());
 }
 

@@ -21,15 +21,16 @@ public:
     explicit SimpleRecorder(SimpleAudioEngine& audioEngine);
     ~SimpleRecorder() override;
 
-    // Begins a take at the current command's moment. Throws AudioError when its file cannot be
-    // made; recordingURL() is then the location at which there is no file. Harmless during a take.
+    // Begins a take at the current command's moment, in a file of its own name. Throws AudioError
+    // when its file cannot be made; recordingURL() is then the location at which there is no file.
+    // Harmless during a take.
     void startRecording();
 
     // Ends the take at the current command's moment; when it returns, the file is complete and
     // holds all that was captured from the one moment to the other.
     void stopRecording();
 
-    // Deletes the last take's file, if it is there, and forgets its location.
+    // Throws the last take's file away, if it is there, and forgets its location.
     void clearRecording();
 
     bool isRecording() const { return isRecording_; }

@@ -5,6 +5,7 @@
 #include "Platform/Files/Folder.h"
 #include "Platform/Sound/File/AudioFile.h"
 #include "Platform/System/Paths.h"
+#include "Platform/System/Trash.h"
 
 #include <QTextBoundaryFinder>
 
@@ -222,7 +223,7 @@ void LoopFileManager::deleteLoopFile(const SavedLoop& loop) {
     if (!location || !fs::exists(fs::symlink_status(pathOf(*location), error))) {
         throw LoopError(LoopError::Kind::fileNotFound);
     }
-    if (!fs::remove(pathOf(*location), error)) {
+    if ((error = throwAway(pathOf(*location)))) {
         throw LoopError::saveFailure(QStringLiteral("Failed to delete file: ") +
                                      QString::fromStdString(error.message()));
     }

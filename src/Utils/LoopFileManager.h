@@ -55,7 +55,7 @@ public:
     // copy that a killed program has left there is removed. saveFailure with the system's
     // description.
     static void copyLoopFile(const QUrl& from, const QUrl& to);
-    // Throws fileNotFound or saveFailure.
+    // The file can be fetched back where there is a trash. Throws fileNotFound or saveFailure.
     static void deleteLoopFile(const SavedLoop& loop);
     // Throws fileNotFound when the entry's audio is gone or unusable; otherwise as copyLoopFile().
     static void exportLoop(const SavedLoop& loop, const QUrl& destination);

@@ -4,6 +4,7 @@
 #include "Platform/Sound/AudioError.h"
 #include "Platform/System/CommandMoment.h"
 #include "Platform/System/LogLine.h"
+#include "Utils/AudioUtils.h"
 
 #include <gtest/gtest.h>
 
@@ -83,6 +84,33 @@ TEST(SimpleRecorderTest, SaysEachStepOfATake) {
     EXPECT_TRUE(rig.recorder.recordingURL().isEmpty());
     EXPECT_EQ(announced, 2);
     EXPECT_EQ(rig.lines.take(), Lines());
+}
+
+TEST(SimpleRecorderTest, TakeHasAFileOfItsOwnWhichCanBeFetchedBackWhereThereIsATrash) {
+    RecorderRig rig;
+    const auto now = std::chrono::system_clock::now().time_since_epoch();
+    for (auto second = std::chrono::floor<std::chrono::seconds>(now).count(), last = second + 3;
+         second <= last; ++second) {
+        std::ofstream(pathOf(AudioUtils::getLooperRecordingsDirectory()) /
+                      ("loop_" + std::to_string(second) + ".wav"))
+            << "another's";
+    }
+    const Channels input(2, noise(100, 1));
+    for (const bool hasTrash : {true, false}) {
+        rig.record(input);
+        const auto file = rig.file();
+        EXPECT_EQ(file.stem().string().substr(15), "-1");
+        EXPECT_EQ(readFile(file), input);
+        EXPECT_EQ(rig.lines.take().back(),
+                  kTag + "Final recording URL: " + urlOf(file).toString().toStdString());
+        if (!hasTrash) {
+            std::filesystem::remove_all(rig.home.path() / ".local");
+            std::ofstream(rig.home.path() / ".local") << "in the way";
+        }
+        rig.recorder.clearRecording();
+        EXPECT_FALSE(exists(file));
+        EXPECT_EQ(exists(rig.home.trash() / file.filename()), hasTrash);
+    }
 }
 
 TEST(SimpleRecorderTest, EveryHundredthBufferIsReportedAndCountedAnewPerTake) {

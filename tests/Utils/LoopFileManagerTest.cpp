@@ -133,6 +133,7 @@ TEST(LoopFileManagerTest, SavesACopyWithItsRecordAndDeletesIt) {
 
     Files::deleteLoopFile(loop);
     EXPECT_TRUE(rig.files().empty());
+    EXPECT_EQ(readFile(rig.home.trash() / "My_Loop.wav"), rig.samples);
     EXPECT_EQ(loopErrorOf([&] { Files::deleteLoopFile(loop); }), "Loop file not found");
     fs::create_directories(rig.folder / "My_Loop.wav" / "kept");
     EXPECT_EQ(loopErrorOf([&] { Files::deleteLoopFile(loop); }).left(43),

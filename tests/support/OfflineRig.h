@@ -146,7 +146,7 @@ inline std::int64_t firstDifference(const std::vector<float>& a, const std::vect
     return x == a.end() && y == b.end() ? -1 : x - a.begin();
 }
 
-// Writes a WAV file of those channels.
+// Writes a WAV file of those channels, in the place of any other.
 inline void writeFile(const std::filesystem::path& path, double rate, const Channels& channels) {
     const auto frames = static_cast<std::uint32_t>(channels.front().size());
     const sound::AudioFormat format(rate, static_cast<std::uint32_t>(channels.size()));
@@ -155,6 +155,7 @@ inline void writeFile(const std::filesystem::path& path, double rate, const Chan
     for (std::uint32_t c = 0; c < channels.size(); ++c) {
         std::copy(channels[c].begin(), channels[c].end(), buffer.channel(c).begin());
     }
+    std::filesystem::remove(path);
     sound::AudioFileWriter(path, format.settings()).write(buffer);
 }
 

@@ -65,6 +65,7 @@ std::filesystem::path TemporaryHome::path() {
 
 TemporaryHome::TemporaryHome() {
     qputenv("HOME", path().c_str());
+    qunsetenv("XDG_DATA_HOME");
     qunsetenv("XDG_CONFIG_HOME");
     for (const auto& left : std::filesystem::directory_iterator(path())) {
         std::filesystem::remove_all(left);
@@ -113,10 +114,6 @@ std::vector<float> repeated(const std::vector<float>& pass, std::size_t frames) 
         result[i] = pass[i % pass.size()];
     }
     return result;
-}
-
-QUrl urlOf(const std::filesystem::path& path) {
-    return QUrl::fromLocalFile(QString::fromStdString(path.string()));
 }
 
 } // namespace tessivo::test

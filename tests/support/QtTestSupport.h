@@ -63,6 +63,7 @@ public:
     static std::filesystem::path path();
     static std::filesystem::path recordings() { return path() / "Documents" / "LooperFiles"; }
     static std::filesystem::path savedLoops() { return path() / "Documents" / "SavedLoops"; }
+    static std::filesystem::path trash() { return path() / ".local/share/Trash/files"; }
 
 private:
     QByteArray previousHome_ = qgetenv("HOME");
@@ -77,7 +78,5 @@ Channels hearStart(sound::OfflineDevice& device, std::size_t frames);
 
 // A loop of that pass, heard for that long.
 std::vector<float> repeated(const std::vector<float>& pass, std::size_t frames);
-
-QUrl urlOf(const std::filesystem::path& path);
 
 } // namespace tessivo::test

@@ -2,8 +2,6 @@
 
 #include "Platform/Files/FileDescriptor.h"
 
-#include <cerrno>
-#include <cstdio>
 #include <fcntl.h>
 #include <system_error>
 #include <unistd.h>
@@ -21,24 +19,6 @@ fs::path freeName(const fs::path& folder, const std::string& stem, const std::st
         (path += separator) += std::to_string(number) + extension;
     }
     return path;
-}
-
-// By a link, so that the file has a name at every moment, whatever interrupts us.
-void keepUnderFreeName(const fs::path& path) {
-    for (;;) {
-        const auto other = freeName(path.parent_path(), path.stem().string(), path.extension());
-        if (::link(path.c_str(), other.c_str()) == 0 || errno == ENOENT) {
-            return;
-        }
-        if (errno == EEXIST) {
-            continue; // the name was taken meanwhile
-        }
-        // Some removable disks have no links; there the file is moved.
-        if (std::rename(path.c_str(), other.c_str()) != 0) {
-            throwLastError("Could not rename", path);
-        }
-        return;
-    }
 }
 
 void syncFolder(const fs::path& folder) {

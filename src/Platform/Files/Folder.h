@@ -13,11 +13,6 @@ namespace tessivo::files {
 std::filesystem::path freeName(const std::filesystem::path& folder, const std::string& stem,
                                const std::string& extension, char separator = '-');
 
-// Gives a file a second, free name (a hard link), so that the present name may be replaced without
-// losing the file. On disks without hard links the file is renamed. Does nothing when there is no
-// such file. Throws std::filesystem::filesystem_error.
-void keepUnderFreeName(const std::filesystem::path& path);
-
 // Syncs the folder, so that a power failure does not undo a rename. Not every file system can do
 // that; a failure is ignored.
 void syncFolder(const std::filesystem::path& folder);

@@ -20,6 +20,10 @@ void ensureHome() {
     }
 }
 
+QUrl urlOf(const std::filesystem::path& path) {
+    return QUrl::fromLocalFile(QString::fromStdString(path.string()));
+}
+
 QString documentsDirectory() {
     return QStandardPaths::writableLocation(QStandardPaths::DocumentsLocation);
 }

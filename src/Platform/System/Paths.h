@@ -8,6 +8,7 @@
 namespace tessivo {
 
 std::filesystem::path pathOf(const QUrl& file);
+QUrl urlOf(const std::filesystem::path& path);
 
 // Takes HOME from the user's account where the environment lacks it: folders and preferences would
 // be looked for in the root folder. Before other threads run.

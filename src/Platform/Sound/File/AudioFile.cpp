@@ -46,15 +46,6 @@ SoundFile handedOver(files::FileDescriptor& descriptor, int mode, SF_INFO& info)
     return SoundFile(sf_open_fd(descriptor.release(), mode, &info, SF_TRUE));
 }
 
-// Keeps a file that has the name already, so that a new take never replaces an earlier one.
-void keepEarlierTake(const std::filesystem::path& path) {
-    try {
-        files::keepUnderFreeName(path);
-    } catch (const std::system_error& error) {
-        throw systemFailure("The earlier recording could not be kept:", path, error);
-    }
-}
-
 } // namespace
 
 struct AudioFileReader::Handle {
@@ -128,7 +119,6 @@ AudioFileWriter::AudioFileWriter(const std::filesystem::path& path,
     info.samplerate = static_cast<int>(std::lround(settings.sampleRate));
     info.channels = static_cast<int>(settings.channelCount);
     info.format = SF_FORMAT_RF64 | SF_FORMAT_FLOAT;
-    handle_->path = path;
     const std::string failed = "The recording could not be created:";
     try {
         // Has its header before it has its name: a failure leaves what was there, and whoever
@@ -140,8 +130,10 @@ AudioFileWriter::AudioFileWriter(const std::filesystem::path& path,
         }
         sf_command(handle_->file.get(), SFC_RF64_AUTO_DOWNGRADE, nullptr, SF_TRUE);
         updateHeader();
-        keepEarlierTake(path);
-        file.replace(path);
+        do {
+            handle_->path =
+                files::freeName(path.parent_path(), path.stem().string(), path.extension());
+        } while (!file.becomeNew(handle_->path));
     } catch (const std::system_error& error) {
         throw systemFailure(failed, path, error);
     }
@@ -151,6 +143,10 @@ AudioFileWriter::~AudioFileWriter() = default;
 
 void AudioFileWriter::removeStale(const std::filesystem::path& folder) {
     files::AtomicFile::removeStale(folder, kTakeWithoutName);
+}
+
+const std::filesystem::path& AudioFileWriter::path() const {
+    return handle_->path;
 }
 
 void AudioFileWriter::write(const AudioPCMBuffer& buffer) {

@@ -48,9 +48,8 @@ std::shared_ptr<AudioFileReader> openForPlaying(const std::filesystem::path& pat
 // process ends. The destructor completes and closes it. One thread at a time.
 class AudioFileWriter {
 public:
-    // Creates a new file. An earlier file of the same name is renamed "<stem>-1.wav", "-2" and so
-    // on; its content never changes, and whoever has it open can go on reading. Throws AudioError
-    // when the file cannot be created.
+    // Creates a new file. A file that has the name keeps it: the new one is "<stem>-1.wav", "-2"
+    // and so on. Throws AudioError when the file cannot be created.
     AudioFileWriter(const std::filesystem::path& path, const AudioFileSettings& settings);
     ~AudioFileWriter();
     AudioFileWriter(const AudioFileWriter&) = delete;
@@ -67,6 +66,9 @@ public:
     // Takes back all frames behind the first `frames`. Harmless when there are no more. Throws
     // AudioError when the file cannot be made shorter; it is then as before.
     void cut(std::int64_t frames);
+
+    // The name that it was given.
+    const std::filesystem::path& path() const;
 
     std::int64_t framesWritten() const { return framesWritten_; }
 

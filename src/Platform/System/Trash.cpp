@@ -1,0 +1,21 @@
+#include "Platform/System/Trash.h"
+
+#include <QDir>
+#include <QFile>
+#include <QStandardPaths>
+
+namespace tessivo {
+
+std::error_code throwAway(const std::filesystem::path& path) {
+    std::error_code error;
+    // A link in the trash would lead elsewhere, if anywhere.
+    const bool isFile = is_regular_file(symlink_status(path, error));
+    // A new account has no folder yet for the trash to be in.
+    QDir().mkpath(QStandardPaths::writableLocation(QStandardPaths::GenericDataLocation));
+    if (!isFile || !QFile(path).moveToTrash()) {
+        remove(path, error);
+    }
+    return error;
+}
+
+} // namespace tessivo

@@ -1,0 +1,13 @@
+#pragma once
+
+#include <filesystem>
+#include <system_error>
+
+namespace tessivo {
+
+// Throws a file away such that it can be fetched back: moves it to the desktop's trash, and removes
+// it only where there is none. Of a link the link goes. Any thread; blocks on the disk. Returns why
+// the file is still there, if it is.
+std::error_code throwAway(const std::filesystem::path& path);
+
+} // namespace tessivo
