@@ -94,16 +94,16 @@ MIDIManager& MIDIManager::shared() {
 }
 
 std::shared_ptr<MIDIManager> MIDIManager::make(std::shared_ptr<midi::MidiSystem> system,
-                                               std::size_t mostNotesWaiting) {
-    std::shared_ptr<MIDIManager> manager(new MIDIManager(std::move(system), mostNotesWaiting),
+                                               std::size_t mostNotesOfKey) {
+    std::shared_ptr<MIDIManager> manager(new MIDIManager(std::move(system), mostNotesOfKey),
                                          destroyOnMainThread);
     manager->start();
     return manager;
 }
 
-MIDIManager::MIDIManager(std::shared_ptr<midi::MidiSystem> system, std::size_t mostNotesWaiting)
+MIDIManager::MIDIManager(std::shared_ptr<midi::MidiSystem> system, std::size_t mostNotesOfKey)
     : system_(std::move(system))
-    , mostNotesWaiting_(mostNotesWaiting)
+    , mostNotesOfKey_(mostNotesOfKey)
     , toldLostPackets_(system_->lostPackets()) {}
 
 MIDIManager::~MIDIManager() {
@@ -260,10 +260,11 @@ void MIDIManager::handleMIDIPacketList(midi::PacketList packets) {
 void MIDIManager::postNote(PlayedNote note) {
     {
         const std::scoped_lock lock(notesMutex_);
-        if (notes_.size() >= mostNotesWaiting_) {
+        if (notesOfKey_[note.number] >= mostNotesOfKey_) {
             ++droppedNotes_;
             return;
         }
+        ++notesOfKey_[note.number];
         notes_.push_back(note);
     }
     postProcessing();
@@ -282,16 +283,11 @@ void MIDIManager::postProcessing() {
 
 void MIDIManager::processNotes(steady_clock::time_point end) {
     while (const auto note = nextNote()) {
-        const bool isCommand = processMIDINote(*note);
+        processMIDINote(*note);
         if (steady_clock::now() >= end) {
             runLater(kPause, [self = shared_from_this()] {
                 self->processNotes(steady_clock::now() + kLongestBatch);
             });
-            return;
-        }
-        if (isCommand) {
-            // What the command posted comes first: the next note finds the state that it left.
-            MainQueue::post([self = shared_from_this(), end] { self->processNotes(end); });
             return;
         }
     }
@@ -306,6 +302,7 @@ std::optional<MIDIManager::PlayedNote> MIDIManager::nextNote() {
     }
     const PlayedNote note = notes_.front();
     notes_.pop_front();
+    --notesOfKey_[note.number];
     return note;
 }
 
@@ -325,14 +322,15 @@ void MIDIManager::tellLosses() {
     }
 }
 
-bool MIDIManager::processMIDINote(PlayedNote played) {
+void MIDIManager::processMIDINote(PlayedNote played) {
     const std::uint8_t note = played.number;
     if (isLearningMode_ && learningAction_) {
         learn(*learningAction_, note);
-        return false;
+        return;
     }
     if (const auto action = configuration_.actionForNote(note)) {
         setLastTriggeredAction(action);
+        MainQueue::runPosted();
         {
             const CommandMoment scope(believable(played.at));
             triggerTransportAction(*action);
@@ -340,10 +338,9 @@ bool MIDIManager::processMIDINote(PlayedNote played) {
         runLater(kTriggeredShown,
                  [self = shared_from_this()] { self->setLastTriggeredAction({}); });
         logLine("🎬 MIDI triggered: " + spoken(*action));
-        return true;
+        return;
     }
     logLine("🎵 Unmapped MIDI note: " + numberAndName(note));
-    return false;
 }
 
 void MIDIManager::learn(TransportAction action, std::uint8_t note) {

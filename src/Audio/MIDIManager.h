@@ -9,6 +9,7 @@
 
 #include <QString>
 
+#include <array>
 #include <atomic>
 #include <cstddef>
 #include <cstdint>
@@ -26,9 +27,12 @@ namespace tessivo {
 // sources up to date. Of a packet with several messages only the first is read.
 //
 // Everything runs on the main thread, callbacks included, except for the two handlers of the MIDI
-// system's thread, which only log and post. Notes for the main thread wait in a list of limited
-// length. While that is full because the main thread is blocked, notes are dropped; a line says
-// how many.
+// system's thread, which only log and post. Notes wait for the main thread in a list, of each key a
+// limited number. More of them, because the main thread is blocked or the key is in a storm, are
+// dropped; a line says how many.
+//
+// A command runs after all that had been posted to the main thread by then: it finds the state that
+// the command before it left.
 class MIDIManager : public ObservableObject, public std::enable_shared_from_this<MIDIManager> {
     Q_OBJECT
     Q_DISABLE_COPY(MIDIManager)
@@ -38,8 +42,9 @@ class MIDIManager : public ObservableObject, public std::enable_shared_from_this
 public:
     using Callback = std::function<void()>;
 
-    // More than anybody plays while the main thread is blocked, at 16 bytes each.
-    static constexpr std::size_t kMostNotesWaiting = 1U << 20U;
+    // More than anybody plays while the main thread is blocked, and few enough to be worked off
+    // soon after a storm.
+    static constexpr std::size_t kMostNotesOfKey = 128;
 
     // Sets the MIDI system of the shared manager. The program's entry calls this, once, before
     // anybody calls shared().
@@ -54,7 +59,7 @@ public:
     // owner releases it. Notes that have been posted, and the delayed changes that follow them,
     // own it until they are done.
     static std::shared_ptr<MIDIManager> make(std::shared_ptr<midi::MidiSystem> system,
-                                             std::size_t mostNotesWaiting = kMostNotesWaiting);
+                                             std::size_t mostNotesOfKey = kMostNotesOfKey);
 
     ~MIDIManager() override;
 
@@ -101,7 +106,7 @@ signals:
     void learningActionChanged();
 
 private:
-    MIDIManager(std::shared_ptr<midi::MidiSystem> system, std::size_t mostNotesWaiting);
+    MIDIManager(std::shared_ptr<midi::MidiSystem> system, std::size_t mostNotesOfKey);
 
     void start(); // the part of the construction that needs weak_from_this()
     void startMIDI();
@@ -126,7 +131,7 @@ private:
     void processNotes(std::chrono::steady_clock::time_point end);
     std::optional<PlayedNote> nextNote();
     void tellLosses();
-    bool processMIDINote(PlayedNote played); // returns whether it was a command
+    void processMIDINote(PlayedNote played);
     void learn(TransportAction action, std::uint8_t note);
     void triggerTransportAction(TransportAction action);
     void setLastTriggeredAction(std::optional<TransportAction> action);
@@ -143,9 +148,10 @@ private:
     bool isLearningMode_ = false;
     std::optional<TransportAction> learningAction_;
 
-    const std::size_t mostNotesWaiting_;
-    std::mutex notesMutex_; // of the next three
+    const std::size_t mostNotesOfKey_;
+    std::mutex notesMutex_; // of the next four
     std::deque<PlayedNote> notes_;
+    std::array<std::size_t, 256> notesOfKey_{}; // how many of them are the key's
     bool isProcessingPosted_ = false;
     std::uint64_t droppedNotes_ = 0;             // since the last line about it
     std::atomic<std::uint64_t> toldLostPackets_; // the system's count at that line

@@ -60,8 +60,8 @@ struct ManagerRig {
         }
     }
 
-    void start(std::size_t mostNotesWaiting = MIDIManager::kMostNotesWaiting) {
-        manager = MIDIManager::make(system, mostNotesWaiting);
+    void start(std::size_t mostNotesOfKey = MIDIManager::kMostNotesOfKey) {
+        manager = MIDIManager::make(system, mostNotesOfKey);
         const auto noting = [this](Action action) {
             return [this, action] {
                 triggered.emplace_back(action);
@@ -380,8 +380,10 @@ TEST(MIDIManagerTest, EndsOnTheMainThreadWhenTheLastToUseItHasDone) {
 }
 
 TEST(MIDIManagerTest, GetsAllMappedNotesOutOfAFloodInShortTurns) {
-    ManagerRig rig({"Keys"});
     constexpr std::uint32_t kNotes = 50'000;
+    ManagerRig rig({"Keys"}, false);
+    rig.start(kNotes);
+    rig.lines.take();
     std::vector<Bytes> flood;
     for (std::uint32_t n = 0; n < kNotes; ++n) {
         flood.push_back(noteOn(n % 10 == 0 ? kPlayNote : static_cast<std::uint8_t>(3 + n % 70)));
@@ -401,7 +403,7 @@ TEST(MIDIManagerTest, GetsAllMappedNotesOutOfAFloodInShortTurns) {
 
 TEST(MIDIManagerTest, SaysHowMuchWasLost) {
     ManagerRig rig({"Keys"}, false);
-    rig.start(3);
+    rig.start(1);
     rig.lines.take();
     const Lines said = rig.played({noteOn(0), noteOn(1), noteOn(80), noteOn(80), noteOn(1)});
     EXPECT_EQ(rig.triggered, (Actions{Action::play, Action::stop, Action::record}));

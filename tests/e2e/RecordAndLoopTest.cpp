@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <csignal>
 #include <utility>
 
 // The main road, as the performer walks it: keys in, sound and files out.
@@ -9,6 +10,7 @@ namespace tessivo::test {
 
 namespace {
 
+using namespace std::chrono_literals;
 using Lines = std::vector<std::string>;
 
 Lines linesFrom(const AppProcess& app, std::size_t first) {
@@ -113,6 +115,34 @@ TEST(RecordAndLoopTest, HeldKeyTriggersOnceAndSpaceEndsATakeWithoutPlayingIt) {
     app.release("space");
     EXPECT_EQ(app.count("Playback started with looping"), 1U);
     EXPECT_EQ(app.count("Playback stopped"), 0U);
+}
+
+// The program stands still meanwhile, and gets both in one go.
+TEST(RecordAndLoopTest, KeysThatComeAtOnceActAsTwoPresses) {
+    Stage stage;
+    stage.start();
+    AppProcess& app = *stage.app;
+    app.await("Input monitoring disabled");
+    const auto press = [&](const char* first, const char* second) {
+        kill(app.id(), SIGSTOP);
+        app.press(first);
+        std::this_thread::sleep_for(400ms);
+        app.press(second);
+        kill(app.id(), SIGCONT);
+    };
+    press("Return", "space");
+    app.await("Final recording URL");
+    const auto frames = static_cast<double>(readFile(stage.newestTake())[0].size());
+    EXPECT_GE(frames / kRate, 0.4);
+    EXPECT_LT(frames / kRate, 0.6) << "to the moment of the second key";
+    press("space", "period");
+    app.await("Playback stopped");
+    EXPECT_EQ(app.count("Playback started with looping"), 1U);
+    press("Return", "Return");
+    app.await("Playback started with looping");
+    press("period", "ctrl+Delete");
+    app.await("Loop cleared");
+    EXPECT_EQ(app.count("startRecording() called"), 2U);
 }
 
 } // namespace

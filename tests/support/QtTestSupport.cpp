@@ -28,8 +28,7 @@ void runFor(milliseconds time) {
 }
 
 void runPosted() {
-    // Each note that is a command posts the next one.
-    for (int turn = 0; turn < 24; ++turn) {
+    for (int turn = 0; turn < 8; ++turn) {
         QCoreApplication::sendPostedEvents();
     }
 }
@@ -65,8 +64,8 @@ std::filesystem::path TemporaryHome::path() {
 
 TemporaryHome::TemporaryHome() {
     qputenv("HOME", path().c_str());
-    qunsetenv("XDG_DATA_HOME");
     qunsetenv("XDG_CONFIG_HOME");
+    qunsetenv("XDG_DATA_HOME");
     for (const auto& left : std::filesystem::directory_iterator(path())) {
         std::filesystem::remove_all(left);
     }

@@ -1,6 +1,7 @@
 #include "Platform/System/MainQueue.h"
 
 #include <QCoreApplication>
+#include <QEvent>
 #include <QTimer>
 
 #include <utility>
@@ -16,6 +17,10 @@ void MainQueue::post(QObject* context, Task task) {
         return;
     }
     QMetaObject::invokeMethod(context, std::move(task), Qt::QueuedConnection);
+}
+
+void MainQueue::runPosted() {
+    QCoreApplication::sendPostedEvents(nullptr, QEvent::MetaCall);
 }
 
 void MainQueue::postAfter(std::chrono::milliseconds delay, QObject* context, Task task) {

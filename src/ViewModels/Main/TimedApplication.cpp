@@ -1,6 +1,7 @@
 #include "ViewModels/Main/TimedApplication.h"
 
 #include "Platform/System/CommandMoment.h"
+#include "Platform/System/MainQueue.h"
 
 #include <QInputEvent>
 
@@ -8,7 +9,22 @@
 
 namespace tessivo {
 
+namespace {
+
+// A window is given all that the display server sends in one go, without a turn of the event loop
+// in between. The override comes first and decides which shortcut is meant.
+bool isPress(const QObject& receiver, QEvent::Type type) {
+    return receiver.isWindowType() &&
+           (type == QEvent::ShortcutOverride || type == QEvent::KeyPress ||
+            type == QEvent::MouseButtonPress || type == QEvent::TouchBegin);
+}
+
+} // namespace
+
 bool TimedApplication::notify(QObject* receiver, QEvent* event) {
+    if (isPress(*receiver, event->type())) {
+        MainQueue::runPosted();
+    }
     std::uint64_t timestamp = 0;
     if (event->type() == QEvent::Shortcut) {
         timestamp = lastKeyTimestamp_;

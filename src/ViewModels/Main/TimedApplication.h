@@ -10,7 +10,8 @@
 namespace tessivo {
 
 // The application object. While a key press, a click or a touch is handled, the current
-// CommandMoment is the time stamp that the display server gave it.
+// CommandMoment is the time stamp that the display server gave it. A press finds the windows as the
+// one before it left them, also when both came at once.
 class TimedApplication : public QGuiApplication {
     Q_OBJECT
 
