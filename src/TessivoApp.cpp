@@ -2,17 +2,25 @@
 #include "Models/LibraryFile.h"
 #include "Platform/Midi/PipeWireMidi.h"
 #include "Platform/System/BackgroundQueue.h"
+#include "Platform/System/EndSignals.h"
+#include "Platform/System/LogLine.h"
+#include "Platform/System/MainQueue.h"
 #include "Platform/System/Paths.h"
+#include "Platform/System/SingleProgram.h"
 #include "SystemDevices.h"
 #include "ViewModels/Main/HeldKeys.h"
 #include "ViewModels/Main/TimedApplication.h"
 #include "ViewModels/Main/ViewModelFactory.h"
 
 #include <QIcon>
+#include <QPointer>
 #include <QQmlApplicationEngine>
 #include <QQuickStyle>
+#include <QThread>
+#include <QWindow>
 #include <QtQml/qqmlextensionplugin.h>
 
+#include <cstdlib>
 #include <memory>
 #include <utility>
 
@@ -29,12 +37,27 @@ class TessivoApp {
 public:
     static int run(int argc, char* argv[]) {
         ensureHome();
+        SingleProgram single;
+        if (!single.isFirst()) {
+            const QCoreApplication application(argc, argv);
+            if (!single.callFirst()) {
+                logLine("Tessivo is running already, and cannot be reached by the session bus");
+                return 1;
+            }
+        }
+        return single.isFirst() ? runFirst(argc, argv, single) : 0;
+    }
+
+private:
+    static int runFirst(int argc, char* argv[], SingleProgram& single) {
         QGuiApplication::setApplicationName(u"Tessivo"_s);
         QGuiApplication::setApplicationDisplayName(u"Tessivo"_s);
         QGuiApplication::setDesktopFileName(u"tessivo"_s);
         // The sound server answers while the toolkit starts.
         std::unique_ptr<sound::AudioDevice> looperDevice = makeLooperDevice();
         TimedApplication application(argc, argv);
+        const EndSignals endSignals;
+        single.listen();
         QGuiApplication::setWindowIcon(
             QIcon(u":/qt-project.org/imports/Tessivo/icons/tessivo.svg"_s));
         QQuickStyle::setStyle(u"Basic"_s);
@@ -49,12 +72,42 @@ public:
         QQmlApplicationEngine engine;
         engine.setInitialProperties({{u"viewModels"_s, QVariant::fromValue(&viewModels)}});
         engine.load(QUrl(u"qrc:/qt-project.org/imports/Tessivo/Main/ContentView.qml"_s));
-        const int status = engine.rootObjects().isEmpty() ? 1 : QGuiApplication::exec();
+        if (engine.rootObjects().isEmpty()) {
+            return 1;
+        }
+        auto* window = qobject_cast<QWindow*>(engine.rootObjects().constFirst());
+        QObject::connect(&single, &SingleProgram::called, window,
+                         [window](const QByteArray& token) { show(*window, token); });
+        QObject::connect(&endSignals, &EndSignals::received, [] { QCoreApplication::exit(0); });
+        finishAtExit(*window);
+        const int status = QGuiApplication::exec();
         finishBackgroundWork();
         return status;
     }
 
-private:
+    // Brings the window to the front, and the sheet that may be before it.
+    static void show(QWindow& window, const QByteArray& activationToken) {
+        window.setWindowStates(window.windowStates() & ~Qt::WindowMinimized);
+        window.show();
+        window.raise();
+        qputenv("XDG_ACTIVATION_TOKEN", activationToken);
+        QWindow* const sheet = QGuiApplication::modalWindow();
+        (sheet != nullptr ? sheet : &window)->requestActivate();
+    }
+
+    // When the display server goes, the toolkit ends the program from the midst of the event loop.
+    // What is being recorded and saved is completed all the same.
+    static void finishAtExit(const QWindow& window) {
+        static QPointer<SimpleLooperViewModel> looper;
+        looper = window.findChild<SimpleLooperViewModel*>();
+        std::atexit([] {
+            if (looper && looper->thread() == QThread::currentThread()) {
+                finishBackgroundWork();
+                delete looper;
+            }
+        });
+    }
+
     // Work that was started before the window closed is finished while the window's view model
     // still exists to take the results. A result may start more work: a library that cannot be read
     // is rebuilt, and the rebuilt one is written, which makes three rounds at most.
@@ -62,7 +115,7 @@ private:
         LibraryFile::postKeptChanges();
         for (int round = 0; round < 3; ++round) {
             BackgroundQueue::waitForAll();
-            QCoreApplication::sendPostedEvents();
+            MainQueue::runPosted();
         }
     }
 };

@@ -2,6 +2,9 @@
 
 #include <gtest/gtest.h>
 
+#include <csignal>
+#include <cstdlib>
+
 // What happens to a looper in use: sound that goes away, disks that fail, a program that is
 // killed. Nothing that was recorded is lost, and the window answers.
 namespace tessivo::test {
@@ -70,6 +73,37 @@ TEST(DisturbedTest, KilledProgramLeavesItsTakeReadable) {
         EXPECT_LE(played - Mark::frame(take[0].back()), 2 * 2048 + 3 * std::int64_t{kQuantum});
     }
     EXPECT_EQ(stage.takes(), 3U);
+}
+
+TEST(DisturbedTest, ProgramEndedFromOutsideCompletesItsTake) {
+    for (const int signal : {SIGTERM, SIGINT, SIGHUP, 0}) {
+        Stage stage;
+        stage.feed();
+        stage.start();
+        stage.beginTake();
+        stage.play(1.3);
+        const std::int64_t played = stage.played();
+        if (signal == 0) {
+            stage.loseDisplay();
+        }
+        EXPECT_EQ(stage.app->end(signal), signal == 0 ? 1 : 0);
+        const Channels take = readFile(stage.newestTake());
+        EXPECT_TRUE(isMarked(take));
+        EXPECT_GE(Mark::frame(take[0].back()), played - 3 * std::int64_t{kQuantum}) << signal;
+    }
+}
+
+TEST(DisturbedTest, AnotherProgramShowsTheWindowOfTheFirst) {
+    Stage stage;
+    stage.start();
+    stage.app->await("Input monitoring disabled");
+    EXPECT_EQ(stage.startAnother("unix:path=/nowhere"),
+              "Tessivo is running already, and cannot be reached by the session bus\n1\n");
+    runProgram({"xdotool", "getactivewindow", "windowminimize", "--sync"}, 5s);
+    EXPECT_EQ(stage.startAnother(std::getenv("DBUS_SESSION_BUS_ADDRESS")), "0\n");
+    stage.app->awaitWindow("Tessivo");
+    std::this_thread::sleep_for(500ms); // it comes up behind its focus
+    EXPECT_TRUE(stage.app->answers());
 }
 
 TEST(DisturbedTest, FullDiskIsSaidForEveryBufferAndLeavesTheTakeUpToThere) {

@@ -52,6 +52,10 @@ public:
     void feed();
     void listen();      // from now on
     void leaveServer(); // before it goes away
+    void loseDisplay() { display_.reset(); }
+    // Starts another program with the same home, which does not open a window; returns its lines
+    // and what it returned.
+    std::string startAnother(const std::string& bus) const;
     std::int64_t played() const { return feeder_->frames(); }
     std::int64_t listened() const { return listener_->frames(); }
     void play(double seconds); // returns when the microphone has heard that much more
@@ -71,7 +75,7 @@ public:
     PrivatePipeWire& server() { return server_; }
 
 private:
-    VirtualDisplay display_;
+    std::optional<VirtualDisplay> display_{std::in_place};
     TemporaryFolder home_;
     PrivatePipeWire server_{{"--quantum", std::to_string(kQuantum)}};
     std::optional<GraphProbe> feeder_;

@@ -198,8 +198,17 @@ void AppProcess::kill() {
 
 int AppProcess::closeWindow() {
     press("alt+F4");
-    if (!ended(5s)) {
-        throw std::runtime_error("the application did not end with its window");
+    return result(5s);
+}
+
+int AppProcess::end(int signal) {
+    ::kill(id_, signal);
+    return result(2s);
+}
+
+int AppProcess::result(std::chrono::milliseconds limit) {
+    if (!ended(limit)) {
+        throw std::runtime_error("the application did not end in time");
     }
     return WIFEXITED(status_) ? WEXITSTATUS(status_) : -WTERMSIG(status_);
 }

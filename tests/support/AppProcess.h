@@ -57,11 +57,14 @@ public:
     bool runs();
     void kill();       // as kill -9
     int closeWindow(); // returns what the program returned
+    // By a signal, or with 0 by itself, within two seconds; likewise.
+    int end(int signal);
 
 private:
     void sendKey(const std::string& action, const std::string& key);
     void read();
     bool ended(std::chrono::milliseconds limit);
+    int result(std::chrono::milliseconds limit);
 
     pid_t id_ = 0;
     int status_ = 0;
