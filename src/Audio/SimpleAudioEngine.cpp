@@ -89,6 +89,7 @@ void SimpleAudioEngine::handleConfigurationChange() {
         logLine("🔄 [ENGINE] ✅ Not recording - next recording will use new format "
                 "automatically");
     }
+    emit devicesChanged();
 }
 
 void SimpleAudioEngine::start() {

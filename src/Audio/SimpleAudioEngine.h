@@ -53,12 +53,15 @@ public:
     bool isEngineRunning() const { return isEngineRunning_; }
     float inputLevel() const { return inputLevel_; }
     sound::InputNode& inputNode() { return audioEngine_.inputNode(); }
+    sound::OutputNode& outputNode() { return audioEngine_.outputNode(); }
+    sound::AudioEngine::Statistics statistics() const { return audioEngine_.statistics(); }
 
     // 0 for a buffer without channels or frames.
     static float calculateLevel(const sound::AudioPCMBuffer& buffer);
 
 signals:
     void inputLevelChanged();
+    void devicesChanged(); // the nodes' formats have been renewed
 
 private:
     void setupAudioEngine();

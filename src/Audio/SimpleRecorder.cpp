@@ -4,13 +4,18 @@
 #include "Platform/Sound/File/AudioFile.h"
 #include "Platform/System/CommandMoment.h"
 #include "Platform/System/LogLine.h"
+#include "Platform/System/MainQueue.h"
 #include "Platform/System/Paths.h"
 #include "Platform/System/Trash.h"
 #include "Utils/AudioUtils.h"
 
+#include <QPointer>
+
 #include <cstdint>
 #include <exception>
 #include <string>
+#include <system_error>
+#include <utility>
 
 namespace tessivo {
 namespace {
@@ -26,15 +31,18 @@ std::string text(bool value) {
 
 // A file being written and how many buffers it was given.
 struct SimpleRecorder::Take {
-    explicit Take(const QUrl& url, const sound::AudioFileSettings& settings)
-        : file(pathOf(url), settings) {}
+    Take(SimpleRecorder& owner, const sound::AudioFileSettings& settings)
+        : recorder(&owner)
+        , file(pathOf(owner.recordingURL()), settings) {}
 
     void write(const sound::AudioPCMBuffer& buffer);
     // Takes back what came after the press, when the main thread got to it late.
     void cut(std::int64_t frames);
 
+    const QPointer<SimpleRecorder> recorder;
     sound::AudioFileWriter file;
     std::int64_t buffers = 0; // the tap thread's
+    bool hasFailed = false;   // likewise
 };
 
 void SimpleRecorder::Take::write(const sound::AudioPCMBuffer& buffer) {
@@ -51,6 +59,13 @@ void SimpleRecorder::Take::write(const sound::AudioPCMBuffer& buffer) {
     } catch (const std::exception& error) {
         logLine("❌ [RECORDER TAP ERROR] Error writing audio buffer #" + std::to_string(buffers) +
                 ": " + error.what());
+        if (!std::exchange(hasFailed, true)) {
+            MainQueue::post([recorder = recorder] {
+                if (recorder) {
+                    emit recorder->writeFailed();
+                }
+            });
+        }
     }
 }
 
@@ -85,7 +100,7 @@ void SimpleRecorder::startRecording() {
     logLine("📼 [RECORDER] Recording URL created: " + url.toString().toStdString());
     logLine("📼 [RECORDER] Creating audio file with input format to avoid conversion");
     try {
-        take_ = std::make_shared<Take>(url, format.settings());
+        take_ = std::make_shared<Take>(*this, format.settings());
     } catch (const std::exception& error) {
         audioEngine_.releaseRecording();
         logLine(std::string("❌ [RECORDER ERROR] Failed to create audio file: ") + error.what());

@@ -38,6 +38,10 @@ public:
     // Location of the current or last take; empty when there is none.
     const QUrl& recordingURL() const { return recordingURL_; }
 
+signals:
+    // Something of the current take could not be written: told at the first failure.
+    void writeFailed();
+
 private:
     struct Take;
 

@@ -69,6 +69,7 @@ void SimpleLooperViewModel::startAudioEngine() {
         audioEngine_.start();
     } catch (const std::exception& error) {
         logLine(std::string("Failed to start audio engine: ") + error.what());
+        notices_.set(Notices::Kind::noSoundServer, true, error.what());
         return;
     }
     audioEngine_.setInputMonitoring(loopState_.inputMonitoringEnabled());
@@ -82,6 +83,7 @@ void SimpleLooperViewModel::setupMIDICallbacks(MIDIManager* manager) {
             }
         };
     };
+    watch_.followController(*manager);
     manager->onRecord = command(&SimpleLooperViewModel::recordButtonPressed);
     manager->onPlay = command(&SimpleLooperViewModel::playButtonPressed);
     manager->onStop = command(&SimpleLooperViewModel::stopButtonPressed);
@@ -147,11 +149,13 @@ void SimpleLooperViewModel::toggleInputMonitoring() {
 
 void SimpleLooperViewModel::startRecording() {
     recorder_ = &audioEngine_.createRecorder();
+    watch_.followTake(*recorder_);
     try {
         recorder_->startRecording();
     } catch (const std::exception& error) {
         logLine(std::string("❌ [ERROR] Failed to start recording: ") + error.what());
         logLine(std::string("❌ [ERROR] Error details: ") + error.what());
+        notices_.tell(Notices::Kind::recordFailed, error.what());
         return;
     }
     cancelDeferredPlayback(); // now: a take that cannot begin takes nothing from the one before
@@ -223,6 +227,7 @@ void SimpleLooperViewModel::startPlayback() {
     } catch (const std::exception& error) {
         dropTake();
         logLine(std::string("Failed to start playback: ") + error.what());
+        notices_.tell(Notices::Kind::playFailed, error.what());
         return;
     }
     player_->setVolume(loopState_.playbackVolume());

@@ -4,6 +4,8 @@
 #include "Models/LoopLibrary.h"
 #include "Models/SimpleLoopState.h"
 #include "Platform/System/ObservableObject.h"
+#include "ViewModels/Main/LooperWatch.h"
+#include "ViewModels/Main/Notices.h"
 
 #include <cstdint>
 #include <functional>
@@ -30,6 +32,7 @@ class SimpleLooperViewModel : public ObservableObject {
     Q_OBJECT
     Q_DISABLE_COPY(SimpleLooperViewModel)
     Q_PROPERTY(tessivo::SimpleLoopState* loopState READ loopState CONSTANT)
+    Q_PROPERTY(tessivo::Notices* notices READ notices CONSTANT)
 
 public:
     // Records from and plays to this device, and starts it.
@@ -39,6 +42,8 @@ public:
 
     // Owned by the view model, the same for its whole life.
     SimpleLoopState* loopState() { return &loopState_; }
+    // What the performer is told; likewise.
+    Notices* notices() { return &notices_; }
     // The library that save adds to; likewise.
     LoopLibrary& loopLibrary() { return loopLibrary_; }
 
@@ -98,6 +103,8 @@ private:
     SimpleLoopState loopState_;
     LoopLibrary loopLibrary_;
     SimpleAudioEngine audioEngine_;
+    Notices notices_;
+    LooperWatch watch_{audioEngine_, loopState_, notices_};
     SimpleRecorder* recorder_ = nullptr; // the engine's, from the first recording on
     SimplePlayer* player_ = nullptr;     // the engine's, from the first playback on
     std::uint64_t deferredPlaybackNumber_ =

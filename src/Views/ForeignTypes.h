@@ -9,6 +9,7 @@
 #include "ViewModels/Library/SortOrder.h"
 #include "ViewModels/LoopLibraryViewModel.h"
 #include "ViewModels/MIDI/MIDISettings.h"
+#include "ViewModels/Main/Notices.h"
 #include "ViewModels/Main/ViewModelFactory.h"
 #include "ViewModels/Save/LoopMeasurement.h"
 #include "ViewModels/Save/LoopNames.h"
@@ -87,6 +88,13 @@ struct SimpleLooperViewModelForeign {
     QML_FOREIGN(tessivo::SimpleLooperViewModel)
     QML_NAMED_ELEMENT(SimpleLooperViewModel)
     QML_UNCREATABLE("The factory makes it")
+};
+
+struct NoticesForeign {
+    Q_GADGET
+    QML_FOREIGN(tessivo::Notices)
+    QML_NAMED_ELEMENT(Notices)
+    QML_UNCREATABLE("The controller has them")
 };
 
 struct LoopLibraryViewModelForeign {

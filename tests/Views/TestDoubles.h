@@ -82,6 +82,9 @@ public:
         return names;
     }
 
+    // In or out, of the newest window.
+    Q_INVOKABLE void plugMicrophone(bool in) { device_->changeFormats(test::formats(in ? 2 : 0)); }
+
     Q_INVOKABLE void setDark(bool dark) {
         const QColor base = dark ? QColor(0x1e, 0x1e, 0x1e) : QColor(Qt::white);
         const QColor text = dark ? QColor(Qt::white) : QColor(Qt::black);
@@ -91,8 +94,13 @@ public:
     }
 
 private:
+    sound::OfflineDevice* device_ = nullptr; // of the newest window
     ViewModelFactory viewModels_{
-        [] { return std::make_unique<sound::OfflineDevice>(test::formats(2)); },
+        [this] {
+            auto device = std::make_unique<sound::OfflineDevice>(test::formats(2));
+            device_ = device.get();
+            return device;
+        },
         [] {
             return std::make_unique<sound::OfflineDevice>(test::formats(0));
         }};

@@ -110,7 +110,8 @@ TEST(DisturbedTest, FullDiskIsSaidForEveryBufferAndLeavesTheTakeUpToThere) {
     Stage stage;
     std::filesystem::create_directories(stage.documents());
     // The disk is the program's own and gone with it.
-    stage.start({"unshare", "--mount", "--map-root-user", "sh", "-c",
+    stage.start({"env", "QT_LINUX_ACCESSIBILITY_ALWAYS_ON=1", "unshare", "--mount",
+                 "--map-root-user", "sh", "-c",
                  R"(mount -t tmpfs -o size=512k disk "$0" && exec "$@")",
                  stage.documents().string()});
     stage.feed();
@@ -123,6 +124,7 @@ TEST(DisturbedTest, FullDiskIsSaidForEveryBufferAndLeavesTheTakeUpToThere) {
         app.await(failure + std::to_string(buffer) + ": ");
     }
     EXPECT_TRUE(app.answers());
+    touch("Tessivo", "The disk is full. Nothing more is recorded.");
     app.press("Return");
     app.await("Playback started with looping");
     const std::string seen = "/proc/" + std::to_string(app.id()) + "/root";

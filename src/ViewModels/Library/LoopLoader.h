@@ -17,13 +17,15 @@ class LoopLoader : public QObject {
 public:
     using QObject::QObject;
 
-    // A loop that cannot be loaded is reported by a diagnostic line, and nothing changes.
+    // A loop that cannot be loaded is reported by a diagnostic line and a notice, and nothing
+    // changes.
     Q_INVOKABLE void load(tessivo::SimpleLooperViewModel* viewModel,
                           const tessivo::SavedLoop& loop) {
         try {
             viewModel->loadLoop(loop);
         } catch (const std::exception& error) {
             logLine(std::string("Failed to load loop: ") + error.what());
+            viewModel->notices()->tell(Notices::Kind::loadFailed, error.what());
         }
     }
 };

@@ -136,6 +136,24 @@ T.ApplicationWindow {
         }
     }
 
+    // In the space that nothing else has.
+    NoticeView {
+        anchors.top: stack.bottom
+        anchors.bottom: productName.top
+        anchors.left: parent.left
+        anchors.right: parent.right
+        anchors.margins: Theme.standardPadding
+        notices: root.viewModel.notices
+    }
+
+    Connections {
+        target: root.viewModel.notices
+
+        function onMidiSettingsRequested() {
+            root.showingMIDISettings = true;
+        }
+    }
+
     Label {
         id: productName
 

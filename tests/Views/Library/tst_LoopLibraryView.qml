@@ -188,6 +188,7 @@ LibraryTestCase {
         tryCompare(window, "librarySheet", null);
         wait(50);
         verify(!window.loopState.hasAudio);
+        compare(window.viewModel.notices.text, "The loop could not be loaded.");
     }
 
     function test_preview_and_its_marker() {

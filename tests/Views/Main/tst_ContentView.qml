@@ -1,10 +1,17 @@
 import QtQuick
+import QtTest
 import Tessivo
 import TessivoTest
 
 // The whole window with its real controller.
 SheetTestCase {
     name: "ContentView"
+
+    SignalSpy {
+        id: appearances
+
+        signalName: "visibleChanged"
+    }
 
     function test_window() {
         makeWindow();
@@ -65,6 +72,56 @@ SheetTestCase {
             verify(!item("Record").parent.keysEnabled);
             window.loopState[flag] = false;
             verify(item("Record").parent.keysEnabled);
+        }
+    }
+
+    function test_a_notice_takes_only_space_that_nothing_else_has() {
+        makeWindow();
+        activate(window);
+        const content = window.contentItem;
+        const places = () => ["Press Record", "Input level", "Record", "Clear", "Input Monitor",
+            "Tessivo"].map(name => find(content, name).mapToItem(null, 0, 0));
+        const before = JSON.stringify([places(), window.width, window.minimumHeight]);
+        const all = grabImage(content);
+
+        Machine.plugMicrophone(false);
+        const text = "No microphone was found to record from.";
+        tryVerify(() => find(content, text)?.visible);
+        const notice = find(content, text);
+        compare(notice.Accessible.role, Accessible.Notification);
+        compare(JSON.stringify([places(), window.width, window.minimumHeight]), before);
+        verify(!grabImage(content).equals(all));
+        compare(find(notice.parent, "MIDI Settings"), null);
+        window.height = window.minimumHeight;
+        const bottom = find(content, "Input Monitor").mapToItem(null, 0, 0).y;
+        tryVerify(() => notice.mapToItem(null, 0, 0).y > bottom + 20);
+        verify(notice.mapToItem(null, 0, notice.height).y < find(content, "Tessivo").y);
+        window.height = window.maximumHeight;
+
+        appearances.target = notice;
+        Machine.plugMicrophone(true);
+        tryVerify(() => grabImage(content).equals(all), 5000, "nothing is left of it");
+        compare(appearances.count, 1);
+        for (const name of ["Keys", "W".repeat(200)]) {
+            Controllers.plugIn(name);
+            tryVerify(() => find(content, "Controller found: " + name)?.visible);
+            const button = find(notice.parent, "MIDI Settings");
+            verify(button.mapToItem(null, button.width, 0).x <= content.width - 16);
+            verify(!button.activeFocus, "the focus went with the notice before");
+            for (let i = 0; i < 8 && !button.activeFocus; ++i)
+                keyClick(Qt.Key_Tab);
+            verify(button.activeFocus);
+            keyClick(Qt.Key_Space);
+            tryVerify(() => window.midiSheet);
+            window.showingMIDISettings = false;
+            activate(window);
+            appearances.clear();
+            Machine.plugMicrophone(false);
+            tryVerify(() => find(content, text));
+            compare(appearances.count, 2, "a screen reader says it");
+            Controllers.unplugAll();
+            Machine.plugMicrophone(true);
+            tryVerify(() => !notice.visible);
         }
     }
 }

@@ -1,0 +1,162 @@
+#include "ViewModels/Main/LooperWatch.h"
+
+#include "Audio/MIDIManager.h"
+#include "Audio/SimpleRecorder.h"
+#include "Models/SimpleLoopState.h"
+#include "Platform/System/BackgroundCall.h"
+#include "Platform/System/MainQueue.h"
+#include "Platform/System/Paths.h"
+
+#include <chrono>
+#include <cmath>
+#include <filesystem>
+#include <system_error>
+#include <utility>
+
+namespace tessivo {
+namespace {
+
+using namespace std::chrono_literals;
+using Kind = Notices::Kind;
+
+// A server that restarts and a controller that is being connected are no news.
+constexpr auto kSettleTime = 1s;
+constexpr auto kLossInterval = 500ms;
+constexpr auto kSpaceInterval = 2s;
+constexpr double kSecondsLeft = 5 * 60;
+constexpr double kSecondsOfFullDisk = 1;
+
+QString minutesOf(double seconds) {
+    const int minutes = static_cast<int>(seconds / 60);
+    if (minutes == 0) {
+        return QStringLiteral("less than a minute");
+    }
+    return minutes == 1 ? QStringLiteral("a minute") : QStringLiteral("%1 minutes").arg(minutes);
+}
+
+} // namespace
+
+std::optional<std::uintmax_t> LooperWatch::freeSpaceOf(const std::filesystem::path& folder) {
+    std::error_code error;
+    const auto space = std::filesystem::space(folder, error);
+    return error ? std::nullopt : std::optional(space.available);
+}
+
+LooperWatch::LooperWatch(SimpleAudioEngine& engine, SimpleLoopState& state, Notices& notices,
+                         FreeSpace freeSpace)
+    : engine_(engine)
+    , state_(state)
+    , notices_(notices)
+    , freeSpace_(std::move(freeSpace)) {
+    settling_.setSingleShot(true);
+    settling_.setInterval(kSettleTime);
+    connect(&settling_, &QTimer::timeout, this, [this] { tellDevices(true); });
+    connect(&engine, &SimpleAudioEngine::devicesChanged, this, &LooperWatch::lookAtDevices);
+    lookAtDevices();
+
+    connect(&losses_, &QTimer::timeout, this, [this] { lookForLosses(state_.isRecording()); });
+    losses_.start(kLossInterval);
+    connect(&state, &SimpleLoopState::isRecordingChanged, this, &LooperWatch::takeBeganOrEnded);
+
+    space_.setSingleShot(true);
+    connect(&space_, &QTimer::timeout, this, &LooperWatch::askForSpace);
+}
+
+void LooperWatch::followController(MIDIManager& manager) {
+    manager_ = &manager;
+    for (const auto change :
+         {&MIDIManager::availableDevicesChanged, &MIDIManager::isConnectedChanged}) {
+        connect(&manager, change, this, &LooperWatch::lookAtDevices, Qt::UniqueConnection);
+    }
+    lookAtDevices();
+}
+
+void LooperWatch::lookAtDevices() {
+    tellDevices(false);
+    settling_.start();
+}
+
+void LooperWatch::tellDevices(bool settled) {
+    const auto tell = [&](Kind kind, bool holds, const QString& detail = {}) {
+        if (settled || !holds) {
+            notices_.set(kind, holds, detail);
+        }
+    };
+    const bool microphone = engine_.inputNode().inputFormat().channelCount() > 0;
+    const bool speaker = engine_.outputNode().inputFormat().channelCount() > 0;
+    tell(Kind::noDevices, !microphone && !speaker);
+    tell(Kind::noMicrophone, !microphone && speaker);
+    const bool waits =
+        manager_ && !manager_->isConnected() && !manager_->availableDevices().empty();
+    tell(Kind::controllerWaiting, waits,
+         waits ? manager_->availableDevices().front().name : QString());
+}
+
+void LooperWatch::lookForLosses(bool inTake) {
+    const auto now = engine_.statistics();
+    const auto before = std::exchange(known_, now);
+    const bool isHeard =
+        state_.transportState() == TransportState::playing || state_.inputMonitoringEnabled();
+    if (inTake && (now.missedFrames.input != before.missedFrames.input ||
+                   now.overrunFrames != before.overrunFrames)) {
+        notices_.tell(Kind::takeHasGap);
+    } else if (isHeard && (now.missedFrames != before.missedFrames ||
+                           now.underrunFrames != before.underrunFrames)) {
+        notices_.tell(Kind::soundInterrupted);
+    }
+}
+
+void LooperWatch::followTake(SimpleRecorder& recorder) {
+    recorder_ = &recorder;
+    notices_.set(Kind::takeHasGap, false);
+    notices_.set(Kind::takeIncomplete, false);
+    connect(&recorder, &SimpleRecorder::writeFailed, this, &LooperWatch::takeFailed,
+            Qt::UniqueConnection);
+    MainQueue::post(this, [this] { askForSpace(); });
+}
+
+void LooperWatch::takeBeganOrEnded() {
+    lookForLosses(!state_.isRecording());
+    if (!state_.isRecording() && notices_.has(Kind::takeIncomplete)) {
+        notices_.tell(Kind::takeIncomplete);
+    }
+}
+
+void LooperWatch::takeFailed() {
+    if (state_.isRecording()) {
+        notices_.set(Kind::takeIncomplete, true); // takeBeganOrEnded() ends it
+    } else {
+        notices_.tell(Kind::takeIncomplete);
+    }
+    askForSpace();
+}
+
+void LooperWatch::askForSpace() {
+    if (std::exchange(isAskingForSpace_, true)) {
+        return;
+    }
+    const auto folder = pathOf(recorder_->recordingURL()).parent_path();
+    runInBackground(
+        BackgroundQueue::Priority::utility, this,
+        [ask = freeSpace_, folder] { return ask(folder); },
+        [this](std::optional<std::uintmax_t> freeBytes) {
+            isAskingForSpace_ = false;
+            tellSpace(freeBytes);
+        });
+}
+
+void LooperWatch::tellSpace(std::optional<std::uintmax_t> freeBytes) {
+    const sound::AudioFormat format = engine_.inputNode().outputFormat();
+    const double bytesPerSecond = format.sampleRate() * format.channelCount() * sizeof(float);
+    const bool isKnown = freeBytes && bytesPerSecond > 0;
+    const double seconds = isKnown ? static_cast<double>(*freeBytes) / bytesPerSecond : HUGE_VAL;
+    const bool isFull = seconds < kSecondsOfFullDisk;
+    const bool isAlmostFull = !isFull && seconds < kSecondsLeft;
+    notices_.set(Kind::diskFull, isFull);
+    notices_.set(Kind::diskAlmostFull, isAlmostFull, isAlmostFull ? minutesOf(seconds) : QString());
+    if (state_.isRecording() || isFull || isAlmostFull) {
+        space_.start(kSpaceInterval);
+    }
+}
+
+} // namespace tessivo

@@ -1,0 +1,155 @@
+#include "Audio/MIDIManager.h"
+#include "Audio/SimpleRecorder.h"
+#include "ViewModels/LooperRig.h"
+#include "ViewModels/Main/LooperWatch.h"
+#include "support/VirtualMidi.h"
+
+#include <csignal>
+#include <fstream>
+#include <sys/resource.h>
+
+using namespace tessivo;
+using namespace tessivo::test;
+using std::chrono::milliseconds;
+using Kind = Notices::Kind;
+
+TEST(NoticesTest, TheMostImportantOneShowsUntilItsReasonOrItsTimeIsOver) {
+    Notices notices(milliseconds(100));
+    int changes = 0;
+    QObject::connect(&notices, &Notices::changed, [&] { ++changes; });
+    const auto expect = [&](const char* text, const char* detail, int change) {
+        EXPECT_EQ(std::tuple(notices.text(), notices.detail(), changes),
+                  std::tuple(QString(text), QString(detail), change));
+    };
+    const char* const failed = "The loop could not be played.";
+    const char* const waits = "Controller found: My Keys";
+    expect("", "", 0);
+    notices.set(Kind::controllerWaiting, true, "My\nKeys ");
+    expect(waits, "", 1);
+    EXPECT_EQ(notices.button(), "MIDI Settings");
+    notices.tell(Kind::playFailed, "busy");
+    expect(failed, "busy", 2);
+    EXPECT_EQ(notices.button(), "");
+    notices.set(Kind::noMicrophone, true);
+    notices.set(Kind::noMicrophone, false);
+    expect(failed, "busy", 2);
+    runFor(milliseconds(60));
+    notices.tell(Kind::playFailed, "busy"); // its time begins anew
+    runFor(milliseconds(60));
+    expect(failed, "busy", 2);
+    EXPECT_TRUE(runUntil([&] { return notices.text() == waits; }));
+    notices.tell(Kind::controllerWaiting, "My Keys");
+    notices.set(Kind::controllerWaiting, true, "My Keys"); // for longer than a while
+    runFor(milliseconds(150));
+    expect(waits, "", 3);
+    notices.set(Kind::controllerWaiting, false);
+    expect("", "", 4);
+}
+
+TEST(NoticesTest, FaultsAreToldWhenTheyHappen) {
+    {
+        const LooperRig silent("no server");
+        const Notices& notices = *silent.looper->notices();
+        EXPECT_EQ(notices.text(), "No sound server. Start it, then Tessivo again.");
+        EXPECT_EQ(notices.detail(), "no server");
+    }
+    {
+        LooperRig unwritable;
+        std::ofstream(unwritable.home.recordings()) << "in the way";
+        unwritable.record();
+        EXPECT_EQ(unwritable.looper->notices()->text(), "The recording could not be started.");
+    }
+    LooperRig rig;
+    const Notices& notices = *rig.looper->notices();
+    const auto tells = [&](const char* text) {
+        const bool told = runUntil([&] { return notices.text() == QString(text); });
+        EXPECT_TRUE(told) << notices.text().toStdString() << " instead of " << text;
+    };
+    rig.device->startClock();
+    const auto lose = [&] {
+        rig.feed(Channels(2, noise(480, 1)));
+        rig.device->lose(100);
+        rig.feed(Channels(2, noise(480, 1)));
+    };
+    lose(); // which nobody hears
+    runFor(milliseconds(1200));
+    tells("");
+    rig.press(&SimpleLooperViewModel::toggleInputMonitoring);
+    lose();
+    tells("The sound was interrupted for a moment.");
+    rig.record();
+    lose();
+    tells("This take has a gap: some sound was lost.");
+
+    rlimit saved{};
+    getrlimit(RLIMIT_FSIZE, &saved);
+    auto* const previous = std::signal(SIGXFSZ, SIG_IGN);
+    const rlimit full{1000, saved.rlim_max};
+    setrlimit(RLIMIT_FSIZE, &full);
+    rig.feed(Channels(2, noise(4096, 1)));
+    const auto pressed = std::chrono::steady_clock::now();
+    tells("Part of this take could not be written.");
+    EXPECT_LT(std::chrono::steady_clock::now() - pressed, milliseconds(1000));
+    setrlimit(RLIMIT_FSIZE, &saved);
+    std::signal(SIGXFSZ, previous);
+    rig.stop();
+    tells("Part of this take could not be written."); // for a while longer
+    rig.record();
+    rig.stop();
+    tells("The sound was interrupted for a moment.");
+
+    rig.device->changeFormats({{}, {}, 48000.0});
+    tells("No microphone and no speaker were found.");
+    rig.device->changeFormats(formats(0));
+    tells("No microphone was found to record from.");
+    std::ofstream(pathOf(rig.state->fileURL())) << "not a wave";
+    rig.play();
+    tells("The loop could not be played.");
+    EXPECT_NE(notices.detail(), "");
+}
+
+TEST(NoticesTest, ADiskThatRunsFullAndAControllerThatWaitsAreTold) {
+    const TemporaryHome home;
+    const CapturedLines lines;
+    SimpleAudioEngine engine(std::make_unique<sound::OfflineDevice>(formats(2)));
+    SimpleLoopState state;
+    Notices notices;
+    std::atomic<std::uintmax_t> freeBytes = 0;
+    LooperWatch watch(engine, state, notices, [&](const std::filesystem::path& folder) {
+        EXPECT_EQ(folder, home.recordings());
+        return std::optional(freeBytes.load());
+    });
+    constexpr std::uintmax_t kSecond = 2 * 48000 * sizeof(float); // bytes
+    SimpleRecorder& recorder = engine.createRecorder();
+    for (const auto& [seconds, text] : std::initializer_list<std::pair<int, const char*>>{
+             {0, "The disk is full. Nothing more is recorded."},
+             {59, "Disk almost full: room for less than a minute of recording."},
+             {119, "Disk almost full: room for a minute of recording."},
+             {299, "Disk almost full: room for 4 minutes of recording."},
+             {301, ""}}) {
+        freeBytes = static_cast<std::uintmax_t>(seconds) * kSecond;
+        watch.followTake(recorder);
+        recorder.startRecording();
+        settle();
+        EXPECT_EQ(notices.text(), text);
+        recorder.stopRecording();
+    }
+    state.setIsRecording(true);
+    watch.followTake(recorder);
+    settle();
+    freeBytes = 0;
+    EXPECT_TRUE(runUntil([&] { return !notices.text().isEmpty(); })) << "asked again";
+
+    freeBytes = 1U << 30U;
+    state.setIsRecording(false);
+    EXPECT_TRUE(runUntil([&] { return notices.text().isEmpty(); })) << "until there is room";
+
+    const auto midi = std::make_shared<midi::VirtualMidi>();
+    const auto manager = MIDIManager::make(midi);
+    watch.followController(*manager);
+    runFor(milliseconds(1200));
+    const auto keys = midi->addSource("Keys");
+    EXPECT_TRUE(runUntil([&] { return notices.text() == "Controller found: Keys"; }));
+    manager->connectToDevice(keys, "Keys");
+    EXPECT_TRUE(runUntil([&] { return notices.text().isEmpty(); }));
+}
