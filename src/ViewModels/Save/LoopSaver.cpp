@@ -34,12 +34,13 @@ void LoopSaver::save(SimpleLooperViewModel* viewModel, const QString& name) {
             emit saved();
         }
     };
-    const auto log = [](const std::optional<Failure>& failure) {
+    const auto report = [viewModel](const std::optional<Failure>& failure) {
         if (failure) {
             logLine("Failed to save loop: " + failure->reason.toStdString());
+            viewModel->notices()->tell(Notices::Kind::saveFailed, failure->reason);
         }
     };
-    runInBackground(BackgroundQueue::Priority::userInitiated, this, saveLoop, tell, log);
+    runInBackground(BackgroundQueue::Priority::userInitiated, this, saveLoop, tell, report);
 }
 
 } // namespace tessivo

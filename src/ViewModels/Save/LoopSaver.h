@@ -8,7 +8,8 @@ class SimpleLooperViewModel;
 
 // Saves the current loop in the background. One of the signals follows from the main thread's event
 // loop. The save itself goes on when this object has gone, and its failure is then a diagnostic
-// line; but the view model must outlive it: the program waits for background work before it ends.
+// line and a notice. The view model must outlive it: the program waits for background work before
+// it ends.
 class LoopSaver : public QObject {
     Q_OBJECT
 

@@ -113,6 +113,15 @@ SheetTestCase {
         verify(!shown("Error"));
     }
 
+    function test_a_failure_behind_the_closed_sheet_becomes_a_notice() {
+        Disk.removeLoop();
+        open();
+        sheet.saveLoop();
+        sheet.dismissed();
+        tryCompare(window.viewModel.notices, "text", "The loop was not saved. Save it again.");
+        verify(window.viewModel.notices.detail !== "");
+    }
+
     function test_layout_holds_for_every_name() {
         open();
         const height = sheet.height;
