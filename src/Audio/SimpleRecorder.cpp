@@ -155,7 +155,8 @@ void SimpleRecorder::clearRecording() {
     if (recordingURL_.isEmpty()) {
         return;
     }
-    throwAway(pathOf(recordingURL_));
+    std::error_code ignored;
+    throwAway(pathOf(recordingURL_), ignored);
     publish(recordingURL_, QUrl());
 }
 

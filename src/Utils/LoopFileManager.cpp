@@ -223,7 +223,8 @@ void LoopFileManager::deleteLoopFile(const SavedLoop& loop) {
     if (!location || !fs::exists(fs::symlink_status(pathOf(*location), error))) {
         throw LoopError(LoopError::Kind::fileNotFound);
     }
-    if ((error = throwAway(pathOf(*location)))) {
+    throwAway(pathOf(*location), error);
+    if (error) {
         throw LoopError::saveFailure(QStringLiteral("Failed to delete file: ") +
                                      QString::fromStdString(error.message()));
     }

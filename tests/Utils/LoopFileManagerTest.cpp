@@ -10,7 +10,6 @@
 #include <sys/mount.h>
 #include <sys/prctl.h>
 #include <sys/syscall.h>
-#include <thread>
 
 using namespace tessivo;
 using namespace tessivo::test;
@@ -47,11 +46,11 @@ void withRefused(const std::vector<std::pair<unsigned, unsigned>>& calls, Work&&
     }
     program.push_back(BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ALLOW));
     const sock_fprog filter{static_cast<unsigned short>(program.size()), program.data()};
-    std::thread([&] {
+    std::async(std::launch::async, [&] {
         ASSERT_EQ(::prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0), 0);
         ASSERT_EQ(::prctl(PR_SET_SECCOMP, SECCOMP_MODE_FILTER, &filter), 0);
         work();
-    }).join();
+    }).get();
 }
 
 struct FilesRig : LibraryRig {

@@ -5,7 +5,6 @@
 #include <array>
 #include <cerrno>
 #include <csignal>
-#include <cstdint>
 #include <sys/eventfd.h>
 #include <unistd.h>
 

@@ -6,8 +6,7 @@
 
 namespace tessivo {
 
-std::error_code throwAway(const std::filesystem::path& path) {
-    std::error_code error;
+void throwAway(const std::filesystem::path& path, std::error_code& error) {
     // A link in the trash would lead elsewhere, if anywhere.
     const bool isFile = is_regular_file(symlink_status(path, error));
     // A new account has no folder yet for the trash to be in.
@@ -15,7 +14,6 @@ std::error_code throwAway(const std::filesystem::path& path) {
     if (!isFile || !QFile(path).moveToTrash()) {
         remove(path, error);
     }
-    return error;
 }
 
 } // namespace tessivo

@@ -206,12 +206,10 @@ TEST(PlayerTest, WhatNoLoopShouldHoldIsSilentOrLimitedAndToldOnce) {
     rig.player->stop();
     rig.device->turn(256);
     auto tone = sine(44'100, 44100.0);
-    tone[22'050] = kNoNumber;
+    tone[22'050] = kNoNumber; // in place of silence
     rig.player->scheduleFile(rig.file({tone}, 44100.0), NoticeWhen::read, {}, 2);
     rig.player->play();
-    const auto heard = rig.hear(36'000, 256)[0];
-    EXPECT_LT(worstError(heard, 48000.0, 1000, 23'500), 0.001F);
-    EXPECT_LT(worstError(heard, 48000.0, 24'500, 36'000), 0.001F);
+    EXPECT_LT(worstError(rig.hear(36'000, 256)[0], 48000.0, 1000, 36'000), 0.001F);
     rig.engine.reset();
     ASSERT_EQ(rig.lines.size(), 1U);
     EXPECT_NE(rig.lines[0].find("limited to 12 dB"), std::string::npos);

@@ -26,14 +26,14 @@ const pw_metadata_events* listEvents = nullptr;
 
 // Stands between us and the client library: a session manager that starts may tell a client only
 // one of the two names, and never the other.
-extern "C" void pw_proxy_add_object_listener(pw_proxy* proxy, spa_hook* hook, const void* events,
+extern "C" void pw_proxy_add_object_listener(pw_proxy* proxy, spa_hook* listener, const void* funcs,
                                              void* data) {
     static auto* const next = reinterpret_cast<decltype(&pw_proxy_add_object_listener)>(
         dlsym(RTLD_NEXT, "pw_proxy_add_object_listener"));
     static pw_metadata_events forgetful{};
     if (pw_proxy_get_type(proxy, nullptr) == std::string_view(PW_TYPE_INTERFACE_Metadata) &&
         forgetfulLists-- > 0) {
-        listEvents = static_cast<const pw_metadata_events*>(events);
+        listEvents = static_cast<const pw_metadata_events*>(funcs);
         forgetful = *listEvents;
         forgetful.property = [](void* self, std::uint32_t subject, const char* key,
                                 const char* type, const char* value) {
@@ -41,9 +41,9 @@ extern "C" void pw_proxy_add_object_listener(pw_proxy* proxy, spa_hook* hook, co
                        ? 0
                        : listEvents->property(self, subject, key, type, value);
         };
-        events = &forgetful;
+        funcs = &forgetful;
     }
-    next(proxy, hook, events, data);
+    next(proxy, listener, funcs, data);
 }
 
 // Devices and servers that come and go under a device that runs.
