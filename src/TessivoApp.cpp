@@ -56,8 +56,6 @@ private:
         // The sound server answers while the toolkit starts.
         std::unique_ptr<sound::AudioDevice> looperDevice = makeLooperDevice();
         TimedApplication application(argc, argv);
-        const EndSignals endSignals;
-        single.listen();
         QGuiApplication::setWindowIcon(
             QIcon(u":/qt-project.org/imports/Tessivo/icons/tessivo.svg"_s));
         QQuickStyle::setStyle(u"Basic"_s);
@@ -78,6 +76,8 @@ private:
         auto* window = qobject_cast<QWindow*>(engine.rootObjects().constFirst());
         QObject::connect(&single, &SingleProgram::called, window,
                          [window](const QByteArray& token) { show(*window, token); });
+        single.listen();
+        const EndSignals endSignals; // not before: a start that hangs must end at once
         QObject::connect(&endSignals, &EndSignals::received, [] { QCoreApplication::exit(0); });
         finishAtExit(*window);
         const int status = QGuiApplication::exec();

@@ -205,6 +205,14 @@ public:
                 until.wait();
         });
     }
+    // From now on nothing begins in the background.
+    Q_INVOKABLE void hold() {
+        held_ = std::promise<void>();
+        const auto until = held_->get_future().share();
+        for (int thread = 0; thread < 64; ++thread)
+            BackgroundQueue::post(BackgroundQueue::Priority::userInitiated,
+                                  [until] { until.wait(); });
+    }
     // Lets it go on, and returns when all is done and delivered.
     Q_INVOKABLE void finish() {
         if (held_)

@@ -51,15 +51,34 @@ LooperWatch::LooperWatch(SimpleAudioEngine& engine, SimpleLoopState& state, Noti
     settling_.setSingleShot(true);
     settling_.setInterval(kSettleTime);
     connect(&settling_, &QTimer::timeout, this, [this] { tellDevices(true); });
-    connect(&engine, &SimpleAudioEngine::devicesChanged, this, &LooperWatch::lookAtDevices);
+    connect(&engine, &SimpleAudioEngine::devicesChanged, this, [this] {
+        notices_.set(Kind::recordFailed, false);
+        lookAtDevices();
+    });
     lookAtDevices();
 
     connect(&losses_, &QTimer::timeout, this, [this] { lookForLosses(state_.isRecording()); });
     losses_.start(kLossInterval);
     connect(&state, &SimpleLoopState::isRecordingChanged, this, &LooperWatch::takeBeganOrEnded);
+    forgetWhatWorksAgain();
 
     space_.setSingleShot(true);
     connect(&space_, &QTimer::timeout, this, &LooperWatch::askForSpace);
+}
+
+// What failed a moment ago and works now is no news.
+void LooperWatch::forgetWhatWorksAgain() {
+    connect(&state_, &SimpleLoopState::transportStateChanged, this, [this] {
+        if (state_.transportState() == TransportState::playing) {
+            notices_.set(Kind::playFailed, false);
+        }
+    });
+    connect(&state_, &SimpleLoopState::currentSavedLoopChanged, this, [this] {
+        if (state_.currentSavedLoop()) {
+            notices_.set(Kind::saveFailed, false);
+            notices_.set(Kind::loadFailed, false);
+        }
+    });
 }
 
 void LooperWatch::followController(MIDIManager& manager) {
@@ -108,6 +127,7 @@ void LooperWatch::lookForLosses(bool inTake) {
 
 void LooperWatch::followTake(SimpleRecorder& recorder) {
     recorder_ = &recorder;
+    notices_.set(Kind::recordFailed, false);
     notices_.set(Kind::takeHasGap, false);
     notices_.set(Kind::takeIncomplete, false);
     connect(&recorder, &SimpleRecorder::writeFailed, this, &LooperWatch::takeFailed,

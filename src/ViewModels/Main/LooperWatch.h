@@ -40,6 +40,7 @@ public:
 
 private:
     static std::optional<std::uintmax_t> freeSpaceOf(const std::filesystem::path& folder);
+    void forgetWhatWorksAgain();
     void lookAtDevices();
     void tellDevices(bool settled);
     void lookForLosses(bool inTake);

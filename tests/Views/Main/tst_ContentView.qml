@@ -106,7 +106,7 @@ SheetTestCase {
             Controllers.plugIn(name);
             tryVerify(() => find(content, "Controller found: " + name)?.visible);
             const button = find(notice.parent, "MIDI Settings");
-            verify(button.mapToItem(null, button.width, 0).x <= content.width - 16);
+            tryVerify(() => button.mapToItem(null, button.width, 0).x <= content.width - 16);
             verify(!button.activeFocus, "the focus went with the notice before");
             for (let i = 0; i < 8 && !button.activeFocus; ++i)
                 keyClick(Qt.Key_Tab);

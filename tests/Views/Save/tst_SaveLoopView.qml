@@ -116,9 +116,14 @@ SheetTestCase {
     function test_a_failure_behind_the_closed_sheet_becomes_a_notice() {
         Disk.removeLoop();
         open();
-        sheet.saveLoop();
-        sheet.dismissed();
-        tryCompare(window.viewModel.notices, "text", "The loop was not saved. Save it again.");
+        Disk.hold();
+        keyClick(Qt.Key_Return);
+        verify(sheet.isSaving);
+        keyClick(Qt.Key_Escape, Qt.ControlModifier);
+        tryCompare(test, "sheet", null);
+        wait(0);
+        Disk.finish();
+        compare(window.viewModel.notices.text, "The loop was not saved. Save it again.");
         verify(window.viewModel.notices.detail !== "");
     }
 
