@@ -22,6 +22,7 @@
 
 #include <cstdlib>
 #include <memory>
+#include <optional>
 #include <utility>
 
 Q_IMPORT_QML_PLUGIN(TessivoPlugin)
@@ -65,6 +66,7 @@ private:
         if (QGuiApplication::platformName() == u"xcb"_s)
             application.installEventFilter(&heldKeys);
 
+        std::optional<EndSignals> endSignals; // also while the window ends
         // The one window asks for it once.
         ViewModelFactory viewModels([&] { return std::move(looperDevice); }, makePreviewDevice);
         QQmlApplicationEngine engine;
@@ -77,8 +79,8 @@ private:
         QObject::connect(&single, &SingleProgram::called, window,
                          [window](const QByteArray& token) { show(*window, token); });
         single.listen();
-        const EndSignals endSignals; // not before: a start that hangs must end at once
-        QObject::connect(&endSignals, &EndSignals::received, [] { QCoreApplication::exit(0); });
+        endSignals.emplace(); // not before: a start that hangs must end at once
+        QObject::connect(&*endSignals, &EndSignals::received, [] { QCoreApplication::exit(0); });
         finishAtExit(*window);
         const int status = QGuiApplication::exec();
         finishBackgroundWork();
