@@ -5,9 +5,6 @@
 #include <QObject>
 #include <QVariantMap>
 
-#include <filesystem>
-#include <memory>
-
 namespace tessivo {
 
 // Sees to it that one program at a time works on the user's documents: two would take each other's
