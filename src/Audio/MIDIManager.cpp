@@ -277,17 +277,15 @@ void MIDIManager::postProcessing() {
             return;
         }
     }
-    MainQueue::post(
-        [self = shared_from_this()] { self->processNotes(steady_clock::now() + kLongestBatch); });
+    MainQueue::post([self = shared_from_this()] { self->processNotes(); });
 }
 
-void MIDIManager::processNotes(steady_clock::time_point end) {
+void MIDIManager::processNotes() {
+    const auto end = steady_clock::now() + kLongestBatch;
     while (const auto note = nextNote()) {
         processMIDINote(*note);
         if (steady_clock::now() >= end) {
-            runLater(kPause, [self = shared_from_this()] {
-                self->processNotes(steady_clock::now() + kLongestBatch);
-            });
+            runLater(kPause, [self = shared_from_this()] { self->processNotes(); });
             return;
         }
     }

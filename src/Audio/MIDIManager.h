@@ -128,7 +128,7 @@ private:
     void handleSourcesChanged();
     void dropConnection();
     void tellConnected(const QString& name, int error);
-    void processNotes(std::chrono::steady_clock::time_point end);
+    void processNotes();
     std::optional<PlayedNote> nextNote();
     void tellLosses();
     void processMIDINote(PlayedNote played);

@@ -128,28 +128,29 @@ void PipeWireCycles::awaitLeave() const {
     }
 }
 
-void PipeWireCycles::onCapture(void* data) TESSIVO_REALTIME {
-    auto& self = *static_cast<PipeWireCycles*>(data);
-    AudioRenderer* renderer = self.enter();
+// Does the work with the renderer and the stream, unless one of them is gone.
+template <typename Work>
+void PipeWireCycles::inside(const std::atomic<pw_stream*>& stream, Work work) TESSIVO_REALTIME {
+    AudioRenderer* renderer = enter();
     if (renderer == nullptr) {
         return;
     }
-    if (pw_stream* stream = self.capture_; stream != nullptr) {
-        self.capture(*renderer, stream);
+    if (pw_stream* current = stream; current != nullptr) {
+        work(*renderer, current);
     }
-    self.leave();
+    leave();
+}
+
+void PipeWireCycles::onCapture(void* data) TESSIVO_REALTIME {
+    auto& self = *static_cast<PipeWireCycles*>(data);
+    self.inside(self.capture_, [&self](AudioRenderer& renderer, pw_stream* stream)
+                                   TESSIVO_REALTIME { self.capture(renderer, stream); });
 }
 
 void PipeWireCycles::onPlayback(void* data) TESSIVO_REALTIME {
     auto& self = *static_cast<PipeWireCycles*>(data);
-    AudioRenderer* renderer = self.enter();
-    if (renderer == nullptr) {
-        return;
-    }
-    if (pw_stream* stream = self.playback_; stream != nullptr) {
-        self.playback(*renderer, stream);
-    }
-    self.leave();
+    self.inside(self.playback_, [&self](AudioRenderer& renderer, pw_stream* stream)
+                                    TESSIVO_REALTIME { self.playback(renderer, stream); });
 }
 
 void PipeWireCycles::capture(AudioRenderer& renderer, pw_stream* stream) TESSIVO_REALTIME {

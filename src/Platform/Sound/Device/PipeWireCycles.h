@@ -52,6 +52,8 @@ private:
     // Enters the callback. Returns the renderer; null (and does not enter) when stopped.
     AudioRenderer* enter() TESSIVO_REALTIME;
     void leave() TESSIVO_REALTIME;
+    template <typename Work>
+    void inside(const std::atomic<pw_stream*>& stream, Work work) TESSIVO_REALTIME;
     void awaitLeave() const;
 
     void capture(AudioRenderer& renderer, pw_stream* stream) TESSIVO_REALTIME;

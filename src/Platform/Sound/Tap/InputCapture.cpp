@@ -13,6 +13,10 @@ namespace {
 // the time after which they are due: this, and two cycles.
 constexpr double kPatience = 0.1; // seconds
 
+bool hasChannels(const AudioFormat& format) {
+    return AudioFormat::standard(format.sampleRate(), format.channelCount()).has_value();
+}
+
 } // namespace
 
 InputCapture::InputCapture(const Timeline& timeline, DiagnosticSink diagnostics,
@@ -24,7 +28,7 @@ InputCapture::InputCapture(const Timeline& timeline, DiagnosticSink diagnostics,
 InputCapture::~InputCapture() = default;
 
 bool InputCapture::hasInput() const {
-    return AudioFormat::standard(input_.sampleRate(), input_.channelCount()).has_value();
+    return hasChannels(input_);
 }
 
 void InputCapture::setFormats(const AudioFormat& input, double renderRate) {
@@ -89,7 +93,7 @@ void InputCapture::stopThreadIfUnused() {
 void InputCapture::installTap(std::uint32_t bufferSize, const AudioFormat& format, TapHandler block,
                               std::optional<std::int64_t> begin) {
     tap_ = InstalledTap{bufferSize, format, std::move(block), begin};
-    if (AudioFormat::standard(format.sampleRate(), format.channelCount())) {
+    if (hasChannels(format)) {
         startTap();
     }
     held_.reset();
