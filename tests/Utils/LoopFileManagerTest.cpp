@@ -267,6 +267,19 @@ TEST(LoopFileManagerTest, RemovesOnlyWhatIsSurelyLeftByAKilledCopy) {
     EXPECT_FALSE(fs::exists(left));
 }
 
+TEST(LoopFileManagerTest, NothingThatIsBeginningCountsAsLeft) {
+    const FilesRig rig;
+    const std::jthread remover([](const std::stop_token& stop) {
+        while (!stop.stop_requested()) {
+            Files::removeStaleCopies();
+        }
+    });
+    for (int i = 0; i < 2000; ++i) {
+        files::AtomicFile beginning(rig.folder, ".copy-", 0600);
+        ASSERT_NO_THROW(beginning.replace(rig.folder / "Beat.wav")) << i;
+    }
+}
+
 TEST(LoopFileManagerTest, FullDiskKeepsNoHalfLoopAndAMissingFolderIsMadeAgain) {
     const FilesRig rig;
     fs::resize_file(rig.take, 3'000'000);

@@ -30,17 +30,25 @@ bool isFailure(int result) {
            errno != EINVAL;
 }
 
+// Whether the path names that file, and not another one, or none.
+bool isNamed(int file, const fs::path& path) {
+    struct stat opened {};
+    struct stat named {};
+    return ::fstat(file, &opened) == 0 && S_ISREG(opened.st_mode) &&
+           ::lstat(path.c_str(), &named) == 0 && named.st_ino == opened.st_ino;
+}
+
 // Creates the file and sets the path to the name that was free.
 int createUnderFreeName(fs::path& path, const fs::path& folder, const std::string& prefix,
                         mode_t mode) {
     for (unsigned number = 1;; ++number) {
         path = folder / (prefix + std::to_string(number));
         const int created = ::open(path.c_str(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, mode);
-        if (created >= 0 && lock(created)) {
+        if (created >= 0 && lock(created) && isNamed(created, path)) {
             return created;
         }
         if (created >= 0) {
-            ::close(created); // removeStale() was faster, and removes it
+            ::close(created); // removeStale() was faster, and removes or has removed it
         } else if (errno != EEXIST) {
             throwLastError("Could not create", path);
         }
@@ -55,12 +63,9 @@ bool isTemporaryName(const std::string& name, const std::string& prefix) {
 
 void removeIfStale(const fs::path& path) {
     const FileDescriptor file(::open(path.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
-    struct stat opened {};
-    struct stat named {};
     // The name may have gone to another file before the lock; nobody else touches it after.
     if (file.get() >= 0 && ::flock(file.get(), LOCK_EX | LOCK_NB) == 0 &&
-        ::fstat(file.get(), &opened) == 0 && S_ISREG(opened.st_mode) &&
-        ::lstat(path.c_str(), &named) == 0 && named.st_ino == opened.st_ino) {
+        isNamed(file.get(), path)) {
         ::unlink(path.c_str());
     }
 }
