@@ -12,6 +12,7 @@
 #include "Utils/AudioUtils.h"
 #include "Utils/LoopFileManager.h"
 
+#include <QMetaMethod>
 #include <QPointer>
 
 #include <chrono>
@@ -56,12 +57,18 @@ SimpleLooperViewModel::SimpleLooperViewModel(std::unique_ptr<sound::AudioDevice>
 SimpleLooperViewModel::~SimpleLooperViewModel() = default;
 
 void SimpleLooperViewModel::setupObservers() {
-    // Queued, because observers expect to run after a change, never inside it.
-    connect(
-        &audioEngine_, &SimpleAudioEngine::inputLevelChanged, this,
-        [this] { loopState_.setInputLevel(audioEngine_.inputLevel()); }, Qt::QueuedConnection);
-    connect(&loopState_, &SimpleLoopState::objectWillChange, this,
-            &SimpleLooperViewModel::objectWillChange, Qt::QueuedConnection);
+    // A level comes from the main queue, as a task of its own.
+    connect(&audioEngine_, &SimpleAudioEngine::inputLevelChanged, this,
+            [this] { loopState_.setInputLevel(audioEngine_.inputLevel()); });
+    // Observers expect to run after a change, never inside it.
+    connect(&loopState_, &SimpleLoopState::objectWillChange, this, [this] {
+        // Without observers every level would wake the event loop once more for nobody.
+        static const QMetaMethod told =
+            QMetaMethod::fromSignal(&ObservableObject::objectWillChange);
+        if (isSignalConnected(told)) {
+            MainQueue::post(this, [this] { emit objectWillChange(); });
+        }
+    });
 }
 
 void SimpleLooperViewModel::startAudioEngine() {

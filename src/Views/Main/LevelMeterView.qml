@@ -1,10 +1,10 @@
 pragma ComponentBehavior: Bound
 import QtQuick
+import Tessivo
 import Tessivo.Style
 
-// The input level as segments on a scale from -60 to 0 dB. A new level changes only the number of
-// lit segments, and only the segments that go on or off are painted again.
-Row {
+// The input level as segments on a scale from -60 to 0 dB.
+SegmentRow {
     id: root
 
     // Linear amplitude, 0 for silence.
@@ -21,7 +21,7 @@ Row {
     }
 
     // The nearest count is corrected by the rounded positions, which decide.
-    readonly property int litCount: {
+    litCount: {
         let count = Math.floor(normalizedLevel * segmentCount);
         while (count > 0 && position(count - 1) > normalizedLevel)
             --count;
@@ -29,6 +29,8 @@ Row {
             ++count;
         return count;
     }
+    colors: Array.from({ length: segmentCount }, (_, index) => segmentColor(index))
+    opacityUnlit: Theme.unlitOpacity
 
     function position(index: int): real {
         return Math.fround(index / segmentCount);
@@ -41,22 +43,10 @@ Row {
         return p < Math.fround(0.8) ? Theme.yellow : Theme.red;
     }
 
+    width: meterWidth - spacing
     height: meterHeight
     spacing: Theme.meterSpacing
 
     Accessible.role: Accessible.Indicator
     Accessible.name: "Input level"
-
-    Repeater {
-        model: root.segmentCount
-
-        Rectangle {
-            required property int index
-
-            width: root.meterWidth / root.segmentCount - Theme.meterSpacing
-            height: root.meterHeight
-            color: root.segmentColor(index)
-            opacity: index < root.litCount ? 1 : Theme.unlitOpacity
-        }
-    }
 }
