@@ -6,7 +6,6 @@
 #include <cstddef>
 #include <cstdio>
 #include <fcntl.h>
-#include <sys/file.h>
 #include <sys/stat.h>
 #include <system_error>
 #include <unistd.h>
@@ -17,11 +16,6 @@ namespace tessivo::files {
 namespace fs = std::filesystem;
 
 namespace {
-
-// False when somebody else has locked it; true also on a disk that knows no locks.
-bool lock(int file) {
-    return ::flock(file, LOCK_EX | LOCK_NB) == 0 || errno != EWOULDBLOCK;
-}
 
 // Whether a call failed, unless the file system has no such thing: shares and removable disks
 // refuse to change permissions or to sync, and a copy is complete without.
@@ -44,7 +38,7 @@ int createUnderFreeName(fs::path& path, const fs::path& folder, const std::strin
     for (unsigned number = 1;; ++number) {
         path = folder / (prefix + std::to_string(number));
         const int created = ::open(path.c_str(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, mode);
-        if (created >= 0 && lock(created) && isNamed(created, path)) {
+        if (created >= 0 && tryLock(created) != Lock::anothers && isNamed(created, path)) {
             return created;
         }
         if (created >= 0) {
@@ -64,8 +58,7 @@ bool isTemporaryName(const std::string& name, const std::string& prefix) {
 void removeIfStale(const fs::path& path) {
     const FileDescriptor file(::open(path.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
     // The name may have gone to another file before the lock; nobody else touches it after.
-    if (file.get() >= 0 && ::flock(file.get(), LOCK_EX | LOCK_NB) == 0 &&
-        isNamed(file.get(), path)) {
+    if (file.get() >= 0 && tryLock(file.get()) == Lock::ours && isNamed(file.get(), path)) {
         ::unlink(path.c_str());
     }
 }

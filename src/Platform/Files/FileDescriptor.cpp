@@ -2,6 +2,7 @@
 
 #include <cerrno>
 #include <fcntl.h>
+#include <sys/file.h>
 #include <system_error>
 #include <unistd.h>
 
@@ -23,6 +24,13 @@ FileDescriptor::~FileDescriptor() {
     if (value_ >= 0) {
         ::close(value_);
     }
+}
+
+Lock tryLock(int file) {
+    if (::flock(file, LOCK_EX | LOCK_NB) == 0) {
+        return Lock::ours;
+    }
+    return errno == EWOULDBLOCK ? Lock::anothers : Lock::unknown;
 }
 
 } // namespace tessivo::files

@@ -29,4 +29,14 @@ private:
     int value_;
 };
 
+// Whose the lock of a file is.
+enum class Lock {
+    ours, // until the file is closed, or the program dies
+    anothers,
+    unknown, // no file, or a disk that knows no locks
+};
+
+// Locks an open file unless somebody else has; does not wait.
+Lock tryLock(int file);
+
 } // namespace tessivo::files

@@ -10,11 +10,9 @@
 #include <QStandardPaths>
 
 #include <array>
-#include <cerrno>
 #include <chrono>
 #include <fcntl.h>
 #include <string>
-#include <sys/file.h>
 #include <thread>
 #include <unistd.h>
 
@@ -58,8 +56,11 @@ SingleProgram::SingleProgram()
 SingleProgram::~SingleProgram() = default;
 
 bool SingleProgram::lock() {
-    const bool isOurs = ::flock(file_.get(), LOCK_EX | LOCK_NB) == 0;
-    return (isOurs && ::ftruncate(file_.get(), 0) == 0) || errno != EWOULDBLOCK;
+    const files::Lock lock = files::tryLock(file_.get());
+    if (lock == files::Lock::ours) {
+        [[maybe_unused]] const int emptied = ::ftruncate(file_.get(), 0); // a dead one's address
+    }
+    return lock != files::Lock::anothers;
 }
 
 // A bus may not answer for a long time. Nobody waits for the thread: it has nothing of ours.
