@@ -162,9 +162,7 @@ QString LoopFileManager::generateUniqueFilename(const QString& name) {
 }
 
 qint64 LoopFileManager::getAvailableDiskSpace() {
-    std::error_code error;
-    const fs::space_info space = fs::space(presentFolder(), error);
-    return error ? 0 : static_cast<qint64>(space.available);
+    return static_cast<qint64>(files::freeSpaceOf(presentFolder()).value_or(0));
 }
 
 void LoopFileManager::checkDiskSpaceForFile(const QUrl& file) {

@@ -21,6 +21,12 @@ fs::path freeName(const fs::path& folder, const std::string& stem, const std::st
     return path;
 }
 
+std::optional<std::uintmax_t> freeSpaceOf(const fs::path& folder) {
+    std::error_code error;
+    const fs::space_info space = fs::space(folder, error);
+    return error ? std::nullopt : std::optional(space.available);
+}
+
 void syncFolder(const fs::path& folder) {
     const FileDescriptor descriptor(::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
     if (descriptor.get() >= 0) {

@@ -1,6 +1,8 @@
 #pragma once
 
+#include <cstdint>
 #include <filesystem>
+#include <optional>
 #include <string>
 
 namespace tessivo::files {
@@ -12,6 +14,9 @@ namespace tessivo::files {
 // before it is used.
 std::filesystem::path freeName(const std::filesystem::path& folder, const std::string& stem,
                                const std::string& extension, char separator = '-');
+
+// The free bytes of the folder's file system; nothing when they cannot be known.
+std::optional<std::uintmax_t> freeSpaceOf(const std::filesystem::path& folder);
 
 // Syncs the folder, so that a power failure does not undo a rename. Not every file system can do
 // that; a failure is ignored.

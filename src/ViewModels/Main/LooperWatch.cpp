@@ -9,8 +9,6 @@
 
 #include <chrono>
 #include <cmath>
-#include <filesystem>
-#include <system_error>
 #include <utility>
 
 namespace tessivo {
@@ -35,12 +33,6 @@ QString minutesOf(double seconds) {
 }
 
 } // namespace
-
-std::optional<std::uintmax_t> LooperWatch::freeSpaceOf(const std::filesystem::path& folder) {
-    std::error_code error;
-    const auto space = std::filesystem::space(folder, error);
-    return error ? std::nullopt : std::optional(space.available);
-}
 
 LooperWatch::LooperWatch(SimpleAudioEngine& engine, SimpleLoopState& state, Notices& notices,
                          FreeSpace freeSpace)

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "Audio/SimpleAudioEngine.h"
+#include "Platform/Files/Folder.h"
 #include "ViewModels/Main/Notices.h"
 
 #include <QObject>
@@ -31,7 +32,7 @@ public:
 
     // All three outlive this.
     LooperWatch(SimpleAudioEngine& engine, SimpleLoopState& state, Notices& notices,
-                FreeSpace freeSpace = freeSpaceOf);
+                FreeSpace freeSpace = files::freeSpaceOf);
 
     // May be called again.
     void followController(MIDIManager& manager);
@@ -39,7 +40,6 @@ public:
     void followTake(SimpleRecorder& recorder);
 
 private:
-    static std::optional<std::uintmax_t> freeSpaceOf(const std::filesystem::path& folder);
     void forgetWhatWorksAgain();
     void lookAtDevices();
     void tellDevices(bool settled);
