@@ -50,8 +50,14 @@ LooperWatch::LooperWatch(SimpleAudioEngine& engine, SimpleLoopState& state, Noti
     lookAtDevices();
 
     connect(&losses_, &QTimer::timeout, this, [this] { lookForLosses(state_.isRecording()); });
-    losses_.start(kLossInterval);
+    losses_.setInterval(kLossInterval);
     connect(&state, &SimpleLoopState::isRecordingChanged, this, &LooperWatch::takeBeganOrEnded);
+    for (const auto change :
+         {&SimpleLoopState::transportStateChanged, &SimpleLoopState::isRecordingChanged,
+          &SimpleLoopState::inputMonitoringEnabledChanged}) {
+        connect(&state, change, this, &LooperWatch::watchForLosses);
+    }
+    watchForLosses();
     forgetWhatWorksAgain();
 
     space_.setSingleShot(true);
@@ -103,16 +109,27 @@ void LooperWatch::tellDevices(bool settled) {
          waits ? manager_->availableDevices().front().name : QString());
 }
 
+bool LooperWatch::isHeard() const {
+    return state_.transportState() == TransportState::playing || state_.inputMonitoringEnabled();
+}
+
+void LooperWatch::watchForLosses() {
+    if (!isHeard() && !state_.isRecording()) {
+        losses_.stop();
+    } else if (!losses_.isActive()) {
+        known_ = engine_.statistics(); // nobody has missed what was lost before
+        losses_.start();
+    }
+}
+
 void LooperWatch::lookForLosses(bool inTake) {
     const auto now = engine_.statistics();
     const auto before = std::exchange(known_, now);
-    const bool isHeard =
-        state_.transportState() == TransportState::playing || state_.inputMonitoringEnabled();
     if (inTake && (now.missedFrames.input != before.missedFrames.input ||
                    now.overrunFrames != before.overrunFrames)) {
         notices_.tell(Kind::takeHasGap);
-    } else if (isHeard && (now.missedFrames != before.missedFrames ||
-                           now.underrunFrames != before.underrunFrames)) {
+    } else if (isHeard() && (now.missedFrames != before.missedFrames ||
+                             now.underrunFrames != before.underrunFrames)) {
         notices_.tell(Kind::soundInterrupted);
     }
 }

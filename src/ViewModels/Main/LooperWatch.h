@@ -43,6 +43,8 @@ private:
     void forgetWhatWorksAgain();
     void lookAtDevices();
     void tellDevices(bool settled);
+    bool isHeard() const;
+    void watchForLosses();
     void lookForLosses(bool inTake);
     void takeBeganOrEnded();
     void takeFailed();
@@ -56,7 +58,7 @@ private:
     QPointer<MIDIManager> manager_;
     SimpleRecorder* recorder_ = nullptr; // the engine's, from the first take on
     QTimer settling_;
-    QTimer losses_;
+    QTimer losses_; // while anything is heard or recorded
     QTimer space_;
     bool isAskingForSpace_ = false;
     sound::AudioEngine::Statistics known_;

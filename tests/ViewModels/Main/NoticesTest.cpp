@@ -72,9 +72,9 @@ TEST(NoticesTest, FaultsAreToldWhenTheyHappen) {
         rig.feed(Channels(2, noise(480, 1)));
     };
     lose(); // which nobody hears
-    runFor(milliseconds(1200));
-    tells("");
     rig.press(&SimpleLooperViewModel::toggleInputMonitoring);
+    runFor(milliseconds(600));
+    tells("");
     lose();
     tells("The sound was interrupted for a moment.");
     rig.record();
