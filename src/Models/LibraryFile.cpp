@@ -2,6 +2,7 @@
 
 #include "Models/LibraryFolder.h"
 #include "Models/LibraryMetadata.h"
+#include "Platform/Files/AtomicFile.h"
 #include "Platform/Files/Folder.h"
 #include "Platform/System/BackgroundQueue.h"
 #include "Platform/System/LogLine.h"
@@ -10,7 +11,6 @@
 
 #include <QDateTime>
 #include <QFile>
-#include <QSaveFile>
 
 #include <filesystem>
 #include <future>
@@ -142,11 +142,11 @@ void LibraryFile::write(const std::vector<SavedLoop>& loops) {
         // a link would go to a file elsewhere.
         fs::rename(path, freeDatedName());
     }
-    // The framework's atomic file rather than ours: it also keeps the permissions of the file
-    // that it replaces and goes on where a disk cannot sync.
-    QSaveFile file(LoopFileManager::libraryMetadataURL().toLocalFile());
-    if (!file.open(QIODevice::WriteOnly) || file.write(bytes) != bytes.size() || !file.commit()) {
-        throw std::runtime_error(file.errorString().toStdString());
+    try {
+        files::AtomicFile file(path.parent_path(), LoopFileManager::kInProgress, 0666);
+        file.replaceWith(path, {bytes.constData(), static_cast<std::size_t>(bytes.size())});
+    } catch (const fs::filesystem_error& error) {
+        throw std::runtime_error(error.code().message());
     }
     files::syncFolder(path.parent_path());
 }

@@ -26,7 +26,6 @@ constexpr qint64 kFreeSpaceReserve = 10'485'760; // bytes
 constexpr qsizetype kLongestBase = 50;           // grapheme clusters
 // A file system's limit for names, less the extension and room for a number.
 constexpr qsizetype kLongestBaseBytes = 255 - 4 - 11;
-constexpr auto kCopyInProgress = ".copy-";
 constexpr auto kExportInProgress = ".tessivo-export-"; // in folders that are not ours
 
 qint64 sizeOf(const fs::path& path) {
@@ -126,7 +125,7 @@ SavedLoop LoopFileManager::saveTemporaryLoopAs(const QString& name, const QUrl& 
     const fs::path folder = presentFolder();
     QString filename;
     try {
-        files::AtomicFile copy(folder, kCopyInProgress, S_IRUSR | S_IWUSR);
+        files::AtomicFile copy(folder, kInProgress, S_IRUSR | S_IWUSR);
         copy.copyFrom(pathOf(source));
         // Another save may take the name while this one is being copied.
         do {
@@ -140,7 +139,7 @@ SavedLoop LoopFileManager::saveTemporaryLoopAs(const QString& name, const QUrl& 
 }
 
 void LoopFileManager::removeStaleCopies() {
-    files::AtomicFile::removeStale(pathOf(savedLoopsDirectory()), kCopyInProgress);
+    files::AtomicFile::removeStale(pathOf(savedLoopsDirectory()), kInProgress);
 }
 
 QString LoopFileManager::sanitizeFilename(const QString& name) {

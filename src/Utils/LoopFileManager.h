@@ -21,12 +21,16 @@ public:
     // "library.json" in it.
     static const QUrl& libraryMetadataURL();
 
+    // What begins the names of files in progress in the folder.
+    static constexpr auto kInProgress = ".copy-";
+
     // Copies a finished recording into the folder under a free name and returns a new entry for it,
     // dated now. After a failure there is no copy, not even part of one. Throws fileNotFound,
     // invalidAudioFile, saveFailure or a system error.
     static SavedLoop saveTemporaryLoopAs(const QString& name, const QUrl& source);
 
-    // Removes the part of a copy that a killed program has left in the folder. Never throws.
+    // Removes the part of a copy or of the metadata that a killed program has left in the folder.
+    // Never throws.
     static void removeStaleCopies();
 
     // A file name with extension, made from a loop's name and free in the folder.

@@ -24,7 +24,16 @@ bool isFailure(int result) {
            errno != EINVAL;
 }
 
-// Whether the path names that file, and not another one, or none.
+mode_t permissionsOf(int file, const fs::path& path) {
+    struct stat status {};
+    if (::fstat(file, &status) != 0) {
+        throwLastError("Could not read", path);
+    }
+    return status.st_mode & 0777;
+}
+
+// Whether the name still stands for the open file: it may have gone to another one, or to none,
+// before the file was locked. Nobody else touches it after.
 bool isNamed(int file, const fs::path& path) {
     struct stat opened {};
     struct stat named {};
@@ -42,7 +51,7 @@ int createUnderFreeName(fs::path& path, const fs::path& folder, const std::strin
             return created;
         }
         if (created >= 0) {
-            ::close(created); // removeStale() was faster, and removes or has removed it
+            ::close(created); // removeStale() was faster, and removes it or has done so
         } else if (errno != EEXIST) {
             throwLastError("Could not create", path);
         }
@@ -57,7 +66,6 @@ bool isTemporaryName(const std::string& name, const std::string& prefix) {
 
 void removeIfStale(const fs::path& path) {
     const FileDescriptor file(::open(path.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
-    // The name may have gone to another file before the lock; nobody else touches it after.
     if (file.get() >= 0 && tryLock(file.get()) == Lock::ours && isNamed(file.get(), path)) {
         ::unlink(path.c_str());
     }
@@ -96,21 +104,37 @@ void AtomicFile::copyFrom(const fs::path& source) {
         if (count == 0) {
             break;
         }
-        for (ssize_t done = 0; done < count;) {
-            const ssize_t written = ::write(descriptor_.get(), buffer.data() + done,
-                                            static_cast<std::size_t>(count - done));
-            if (written < 0) {
-                throwLastError("Could not write", path_);
-            }
-            done += written;
-        }
+        write({buffer.data(), static_cast<std::size_t>(count)});
     }
-    struct stat status {};
-    if (::fstat(from.get(), &status) != 0 ||
-        isFailure(::fchmod(descriptor_.get(), status.st_mode & 0777)) ||
+    complete(permissionsOf(from.get(), source));
+}
+
+void AtomicFile::write(std::string_view bytes) {
+    while (!bytes.empty()) {
+        const ssize_t written = ::write(descriptor_.get(), bytes.data(), bytes.size());
+        if (written < 0) {
+            throwLastError("Could not write", path_);
+        }
+        bytes.remove_prefix(static_cast<std::size_t>(written));
+    }
+}
+
+void AtomicFile::complete(mode_t permissions) {
+    if (isFailure(::fchmod(descriptor_.get(), permissions)) ||
         isFailure(::fsync(descriptor_.get()))) {
         throwLastError("Could not write", path_);
     }
+}
+
+void AtomicFile::replaceWith(const fs::path& target, std::string_view bytes) {
+    const FileDescriptor present(
+        ::open(target.c_str(), O_WRONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
+    if (present.get() < 0 && errno != ENOENT) {
+        throwLastError("Could not write", target);
+    }
+    write(bytes);
+    complete(permissionsOf(present.get() >= 0 ? present.get() : descriptor_.get(), target));
+    replace(target);
 }
 
 void AtomicFile::replace(const fs::path& target) {

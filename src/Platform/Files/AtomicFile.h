@@ -4,6 +4,7 @@
 
 #include <filesystem>
 #include <string>
+#include <string_view>
 
 namespace tessivo::files {
 
@@ -34,6 +35,10 @@ public:
     // to the disk, where the file system has permissions and can sync.
     void copyFrom(const std::filesystem::path& source);
 
+    // Writes the bytes, with the target's permissions where there is a target, brings them to the
+    // disk and takes the target's place. A target that must not be written to is left alone.
+    void replaceWith(const std::filesystem::path& target, std::string_view bytes);
+
     // Takes the final name, and the place of a file that has it. The folder is not synced.
     void replace(const std::filesystem::path& target);
     // Takes the final name if it is free. Returns whether it was. On a file system that cannot
@@ -42,6 +47,9 @@ public:
     bool becomeNew(const std::filesystem::path& target);
 
 private:
+    void write(std::string_view bytes);
+    void complete(mode_t permissions);
+
     std::filesystem::path path_; // empty once the file has its final name
     FileDescriptor descriptor_;
 };
