@@ -1,7 +1,6 @@
 #include "e2e/Stage.h"
 
 #include <algorithm>
-#include <sstream>
 #include <stdexcept>
 
 namespace tessivo::test {
@@ -32,56 +31,6 @@ testing::AssertionResult isMarked(const Channels& samples) {
     }
     return testing::AssertionFailure() << samples.size() << " channels, " << marked << " of "
                                        << samples.front().size() << " frames are as played";
-}
-
-namespace {
-
-// Finds what is shown in the windows of that title.
-constexpr const char* kReader = R"(
-import pyatspi, sys, time
-def found(matches):
-    for application in pyatspi.Registry.getDesktop(0):
-        for window in application or ():
-            if window and window.name == sys.argv[1]:
-                yield from pyatspi.findAllDescendants(
-                    window, lambda c: c.getState().contains(pyatspi.STATE_SHOWING) and matches(c))
-)";
-
-} // namespace
-
-void touch(const std::string& window, const std::string& name) {
-    runProgram({"/usr/bin/python3", "-c", std::string(kReader) + R"(
-def touched():
-    try:
-        for match in found(lambda c: c.name == sys.argv[2]):
-            if match.getRoleName() in ('push button', 'menu item', 'check menu item'):
-                action = match.queryAction()
-                names = [action.getName(i) for i in range(action.nActions)]
-                action.doAction(names.index('Press'))
-            return True
-    except Exception: # it has just gone
-        pass
-while not touched():
-    time.sleep(0.05)
-)",
-                window, name},
-               10s);
-}
-
-std::vector<std::string> listed(const std::string& window) {
-    std::istringstream lines(runProgram({"/usr/bin/python3", "-c", std::string(kReader) + R"(
-def place(item):
-    return item.queryComponent().getExtents(pyatspi.DESKTOP_COORDS).y
-for item in sorted(found(lambda c: c.getRoleName() == 'list item'), key=place):
-    print(item.name)
-)",
-                                         window},
-                                        10s));
-    std::vector<std::string> all;
-    for (std::string line; std::getline(lines, line);) {
-        all.push_back(line);
-    }
-    return all;
 }
 
 Heard::Heard(const Channels& sound, const Channels& loop) {
@@ -172,7 +121,8 @@ void Stage::recordLoop(double seconds) {
 std::filesystem::path Stage::newestTake() const {
     std::filesystem::path newest;
     for (const auto& entry : std::filesystem::directory_iterator(documents() / "LooperFiles")) {
-        if (newest.empty() || entry.last_write_time() > last_write_time(newest)) {
+        if (entry.path().extension() == ".wav" &&
+            (newest.empty() || entry.last_write_time() > last_write_time(newest))) {
             newest = entry.path();
         }
     }
@@ -181,7 +131,9 @@ std::filesystem::path Stage::newestTake() const {
 
 std::size_t Stage::takes() const {
     const std::filesystem::directory_iterator folder(documents() / "LooperFiles");
-    return static_cast<std::size_t>(std::distance(begin(folder), end(folder)));
+    return static_cast<std::size_t>(std::count_if(begin(folder), end(folder), [](const auto& file) {
+        return file.path().extension() == ".wav";
+    }));
 }
 
 Channels Stage::sound() const {

@@ -4,6 +4,7 @@
 #include "support/GraphProbe.h"
 #include "support/OfflineRig.h"
 #include "support/PrivatePipeWire.h"
+#include "support/ScreenReader.h"
 
 #include <gtest/gtest.h>
 
@@ -23,15 +24,6 @@ std::size_t markedFrames(const Channels& samples);
 
 // All of it is what a microphone heard, without a gap.
 testing::AssertionResult isMarked(const Channels& samples);
-
-// What a screen reader finds in the window of that title under that name, once it is there:
-// presses it, if it can be pressed. The application was started with kReadable.
-void touch(const std::string& window, const std::string& name);
-
-// What a screen reader finds in the lists of that window, from top to bottom.
-std::vector<std::string> listed(const std::string& window);
-
-inline const std::vector<std::string> kReadable{"env", "QT_LINUX_ACCESSIBILITY_ALWAYS_ON=1"};
 
 // What the speaker put out from the first sound on, compared to a loop.
 struct Heard {

@@ -120,10 +120,14 @@ AppProcess::Line AppProcess::await(const std::string& text, std::chrono::millise
     return found;
 }
 
-std::vector<std::string> AppProcess::lines() const {
+std::vector<AppProcess::Line> AppProcess::linesFrom(std::size_t first) const {
     const std::lock_guard lock(mutex_);
+    return {lines_.begin() + static_cast<std::ptrdiff_t>(first), lines_.end()};
+}
+
+std::vector<std::string> AppProcess::lines() const {
     std::vector<std::string> texts;
-    for (const Line& line : lines_) {
+    for (const Line& line : linesFrom(0)) {
         texts.push_back(line.text);
     }
     return texts;
@@ -162,11 +166,16 @@ void AppProcess::awaitWindow(const std::string& title) {
                5s);
 }
 
+void AppProcess::click(int x, int y) {
+    runProgram({"xdotool", "mousemove", "--window", window_, std::to_string(x), std::to_string(y),
+                "click", "1"},
+               5s);
+}
+
 bool AppProcess::answers() {
     try {
         for (const char* state : {"monitoring enabled", "monitoring disabled"}) {
-            runProgram({"xdotool", "mousemove", "--window", window_, "215", "295", "click", "1"},
-                       5s);
+            click(215, 295);
             await(state, 1s);
         }
         return true;

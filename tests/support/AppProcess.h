@@ -40,6 +40,7 @@ public:
 
     // The next line that has this text, after the one that was awaited last.
     Line await(const std::string& text, std::chrono::milliseconds limit = std::chrono::seconds(5));
+    std::vector<Line> linesFrom(std::size_t first) const;
     std::vector<std::string> lines() const;           // all of them
     std::size_t count(const std::string& text) const; // lines that have it
     void stopReading(); // what it says now stays in the pipe, which is small
@@ -50,6 +51,7 @@ public:
     void release(const std::string& key) { sendKey("keyup", key); }
     // Returns when a window of that title, or one that begins so, has the keyboard.
     void awaitWindow(const std::string& title);
+    void click(int x, int y); // in the main window
     // Whether the window does what a click orders, within a second, twice.
     bool answers();
 

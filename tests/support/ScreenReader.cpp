@@ -1,0 +1,61 @@
+#include "support/ScreenReader.h"
+
+#include "support/PrivatePipeWire.h"
+
+#include <sstream>
+
+namespace tessivo::test {
+
+using namespace std::chrono_literals;
+
+namespace {
+
+// Finds what is shown in the windows of that title.
+constexpr const char* kReader = R"(
+import pyatspi, sys, time
+def found(matches):
+    for application in pyatspi.Registry.getDesktop(0):
+        for window in application or ():
+            if window and window.name == sys.argv[1]:
+                yield from pyatspi.findAllDescendants(
+                    window, lambda c: c.getState().contains(pyatspi.STATE_SHOWING) and matches(c))
+)";
+
+} // namespace
+
+void touch(const std::string& window, const std::string& name) {
+    runProgram({"/usr/bin/python3", "-c", std::string(kReader) + R"(
+def touched():
+    try:
+        for match in found(lambda c: c.name == sys.argv[2]):
+            if match.getRoleName() in ('push button', 'menu item', 'check menu item'):
+                action = match.queryAction()
+                names = [action.getName(i) for i in range(action.nActions)]
+                action.doAction(names.index('Press'))
+            return True
+    except Exception: # it has just gone
+        pass
+while not touched():
+    time.sleep(0.05)
+)",
+                window, name},
+               10s);
+}
+
+std::vector<std::string> listed(const std::string& window) {
+    std::istringstream lines(runProgram({"/usr/bin/python3", "-c", std::string(kReader) + R"(
+def place(item):
+    return item.queryComponent().getExtents(pyatspi.DESKTOP_COORDS).y
+for item in sorted(found(lambda c: c.getRoleName() == 'list item'), key=place):
+    print(item.name)
+)",
+                                         window},
+                                        10s));
+    std::vector<std::string> all;
+    for (std::string line; std::getline(lines, line);) {
+        all.push_back(line);
+    }
+    return all;
+}
+
+} // namespace tessivo::test
