@@ -211,6 +211,9 @@ int killAtRandom(int times, char** argv) {
         const auto captured = progress->now - progress->begin;
         std::int64_t frames = -1;
         for (const auto& entry : std::filesystem::directory_iterator(folder)) {
+            if (entry.path().extension() != ".wav") {
+                continue; // the take's mark
+            }
             try {
                 frames = contiguousFrames(entry.path());
             } catch (const std::exception& error) {

@@ -8,6 +8,7 @@
 #include "Platform/System/Paths.h"
 #include "Platform/System/Trash.h"
 #include "Utils/AudioUtils.h"
+#include "Utils/TakeMarker.h"
 
 #include <QPointer>
 
@@ -33,7 +34,8 @@ std::string text(bool value) {
 struct SimpleRecorder::Take {
     Take(SimpleRecorder& owner, const sound::AudioFileSettings& settings)
         : recorder(&owner)
-        , file(pathOf(owner.recordingURL()), settings) {}
+        , file(pathOf(owner.recordingURL()), settings)
+        , marker(file.path()) {}
 
     void write(const sound::AudioPCMBuffer& buffer);
     // Takes back what came after the press, when the main thread got to it late.
@@ -41,6 +43,7 @@ struct SimpleRecorder::Take {
 
     const QPointer<SimpleRecorder> recorder;
     sound::AudioFileWriter file;
+    const TakeMarker marker;  // goes before the file is closed: then nobody holds it any more
     std::int64_t buffers = 0; // the tap thread's
     bool hasFailed = false;   // likewise
 };
@@ -149,6 +152,10 @@ void SimpleRecorder::stopRecording() {
     if (!recordingURL_.isEmpty()) {
         logLine("📼 [RECORDER] Final recording URL: " + recordingURL_.toString().toStdString());
     }
+}
+
+void SimpleRecorder::useRecording(const QUrl& take) {
+    publish(recordingURL_, take);
 }
 
 void SimpleRecorder::clearRecording() {

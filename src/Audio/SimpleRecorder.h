@@ -30,6 +30,9 @@ public:
     // holds all that was captured from the one moment to the other.
     void stopRecording();
 
+    // Makes an earlier take the last one, as if it had been recorded here. Not during a take.
+    void useRecording(const QUrl& take);
+
     // Throws the last take's file away, if it is there, and forgets its location.
     void clearRecording();
 

@@ -3,6 +3,7 @@
 #include "Platform/Sound/File/AudioFile.h"
 #include "Platform/System/LogLine.h"
 #include "Platform/System/Paths.h"
+#include "Utils/TakeMarker.h"
 
 #include <chrono>
 #include <filesystem>
@@ -37,6 +38,11 @@ QUrl AudioUtils::createLoopFileURL() {
 
 void AudioUtils::removeStaleRecordings() {
     sound::AudioFileWriter::removeStale(pathOf(recordingsDirectory()));
+}
+
+QUrl AudioUtils::findCutOffRecording() {
+    const auto recording = TakeMarker::findCutOff(pathOf(recordingsDirectory()));
+    return recording ? urlOf(*recording) : QUrl();
 }
 
 QString AudioUtils::formatDuration(double seconds) {

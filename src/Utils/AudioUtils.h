@@ -18,6 +18,10 @@ public:
     // Removes the files of recordings that a killed program had not begun yet. Blocks on the disk.
     static void removeStaleRecordings();
 
+    // The location of the newest recording with sound in it that its program did not end, found by
+    // its mark; empty when there is none. Blocks on the disk.
+    static QUrl findCutOffRecording();
+
     // Minutes and seconds, at least two digits each, without the fraction: "62:05" for 3725.
     // "00:00" for a number that is negative, not finite or beyond 64 bits.
     static QString formatDuration(double seconds);

@@ -4,6 +4,7 @@
 #include "Audio/SimplePlayer.h"
 #include "Audio/SimpleRecorder.h"
 #include "Models/LoopError.h"
+#include "Platform/System/BackgroundCall.h"
 #include "Platform/System/BackgroundQueue.h"
 #include "Platform/System/CommandMoment.h"
 #include "Platform/System/LogLine.h"
@@ -52,6 +53,7 @@ SimpleLooperViewModel::SimpleLooperViewModel(std::unique_ptr<sound::AudioDevice>
         LoopFileManager::removeStaleCopies();
         AudioUtils::removeStaleRecordings();
     });
+    lookForEarlierTake();
 }
 
 SimpleLooperViewModel::~SimpleLooperViewModel() = default;
@@ -80,6 +82,20 @@ void SimpleLooperViewModel::startAudioEngine() {
         return;
     }
     audioEngine_.setInputMonitoring(loopState_.inputMonitoringEnabled());
+}
+
+void SimpleLooperViewModel::lookForEarlierTake() {
+    connect(&notices_, &Notices::foundTakeRequested, this, &SimpleLooperViewModel::useEarlierTake);
+    runInBackground(BackgroundQueue::Priority::utility, this, &AudioUtils::findCutOffRecording,
+                    [this](const QUrl& take) { offer_.make(take); });
+}
+
+void SimpleLooperViewModel::useEarlierTake() {
+    const QUrl take = offer_.end();
+    recorder_ = &audioEngine_.createRecorder();
+    recorder_->useRecording(take);
+    postTake(take);
+    logLine("Earlier take in use: " + take.toString().toStdString());
 }
 
 void SimpleLooperViewModel::setupMIDICallbacks(MIDIManager* manager) {
@@ -187,11 +203,15 @@ void SimpleLooperViewModel::stopRecording() {
     }
     const QUrl url = recorder_->recordingURL();
     checkRecordingFile(url);
-    post([this, url] {
-        loopState_.setFileURL(url);
+    postTake(url);
+}
+
+void SimpleLooperViewModel::postTake(const QUrl& take) {
+    post([this, take] {
+        loopState_.setFileURL(take);
         loopState_.setHasAudio(true);
         loopState_.setCurrentSavedLoop({}); // a new take is a new loop
-        setCurrentAudio(url);
+        setCurrentAudio(take);
     });
 }
 

@@ -6,6 +6,7 @@
 #include "Platform/System/ObservableObject.h"
 #include "ViewModels/Main/LooperWatch.h"
 #include "ViewModels/Main/Notices.h"
+#include "ViewModels/Main/TakeOffer.h"
 
 #include <cstdint>
 #include <functional>
@@ -78,6 +79,8 @@ public slots:
 private:
     void setupObservers();
     void startAudioEngine();
+    void lookForEarlierTake();
+    void useEarlierTake();
     void startRecording();
     void stopRecording();
     void stopRecordingAndStartPlayback();
@@ -87,6 +90,7 @@ private:
     void stopPlayback();
     void clearLoop();
     void clearLoopState();
+    void postTake(const QUrl& take);
     void setCurrentAudio(const QUrl& file);
     void beginOtherAudio();
     void post(std::function<void()> writes);
@@ -105,6 +109,7 @@ private:
     SimpleAudioEngine audioEngine_;
     Notices notices_;
     LooperWatch watch_{audioEngine_, loopState_, notices_};
+    TakeOffer offer_{loopState_, notices_};
     SimpleRecorder* recorder_ = nullptr; // the engine's, from the first recording on
     SimplePlayer* player_ = nullptr;     // the engine's, from the first playback on
     std::uint64_t deferredPlaybackNumber_ =

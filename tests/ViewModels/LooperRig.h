@@ -12,7 +12,10 @@ namespace tessivo::test {
 
 // The controller over an offline device, in a home of its own.
 struct LooperRig {
-    explicit LooperRig(const std::string& startFailure = {}) {
+    explicit LooperRig(const std::string& startFailure = {}) { start(startFailure); }
+
+    // Again in place of the one before.
+    void start(const std::string& startFailure = {}) {
         auto owned = std::make_unique<sound::OfflineDevice>(formats(2));
         device = owned.get();
         device->failToStart(startFailure);

@@ -73,6 +73,12 @@ TEST(DisturbedTest, KilledProgramLeavesItsTakeReadable) {
         EXPECT_LE(played - Mark::frame(take[0].back()), 2 * 2048 + 3 * std::int64_t{kQuantum});
     }
     EXPECT_EQ(stage.takes(), 3U);
+    stage.start(kReadable);
+    touch("Tessivo", "Use It");
+    stage.app->await("Earlier take in use");
+    stage.listen();
+    stage.app->press("space");
+    EXPECT_TRUE(stage.hears(readFile(stage.newestTake()), 1.5));
 }
 
 TEST(DisturbedTest, ProgramEndedFromOutsideCompletesItsTake) {

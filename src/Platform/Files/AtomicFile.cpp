@@ -83,6 +83,11 @@ void AtomicFile::removeStale(const fs::path& folder, const std::string& prefix) 
     }
 }
 
+bool AtomicFile::isInUse(const fs::path& path) {
+    const FileDescriptor file(::open(path.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
+    return file.get() >= 0 && tryLock(file.get()) != Lock::ours;
+}
+
 AtomicFile::AtomicFile(const fs::path& folder, const std::string& prefix, mode_t mode)
     : descriptor_(createUnderFreeName(path_, folder, prefix, mode)) {}
 

@@ -28,6 +28,10 @@ public:
     // is not sure of: other names, and files on a disk that knows no locks. Never throws.
     static void removeStale(const std::filesystem::path& folder, const std::string& prefix);
 
+    // Whether somebody has a file open that was made so, also under its final name. True also where
+    // that cannot be known.
+    static bool isInUse(const std::filesystem::path& path);
+
     // Open for reading and writing.
     FileDescriptor& descriptor() { return descriptor_; }
 

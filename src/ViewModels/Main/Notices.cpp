@@ -32,6 +32,8 @@ Words wordsOf(Notices::Kind kind) {
         return {u"The loop could not be played."_s};
     case Notices::Kind::noDevices:
         return {u"No microphone and no speaker were found."_s, u"speaker.slash.fill"_s};
+    case Notices::Kind::takeFound:
+        return {u"A take that was cut off has been kept."_s, u"waveform"_s, u"Use It"_s};
     case Notices::Kind::noMicrophone:
         return {u"No microphone was found to record from."_s, u"mic.slash"_s};
     case Notices::Kind::recordFailed:
@@ -87,8 +89,10 @@ void Notices::tell(Kind kind, const QString& detail) {
 }
 
 void Notices::press() {
-    if (!reasons_.empty() && reasons_.begin()->first == Kind::controllerWaiting) {
+    if (shows(Kind::controllerWaiting)) {
         emit midiSettingsRequested();
+    } else if (shows(Kind::takeFound)) {
+        emit foundTakeRequested();
     }
 }
 

@@ -30,6 +30,7 @@ public:
         noSoundServer,
         playFailed,
         noDevices,
+        takeFound,
         noMicrophone,
         recordFailed,
         takeHasGap,
@@ -53,6 +54,7 @@ public:
     // Tells it for a while from now on, also if it was set.
     void tell(Kind kind, const QString& detail = {});
     bool has(Kind kind) const { return reasons_.contains(kind); }
+    bool shows(Kind kind) const { return !reasons_.empty() && reasons_.begin()->first == kind; }
 
     // Does what the notice's button says.
     Q_INVOKABLE void press();
@@ -60,6 +62,7 @@ public:
 signals:
     void changed(); // another notice shows, or none
     void midiSettingsRequested();
+    void foundTakeRequested();
 
 private:
     struct Reason {

@@ -1,5 +1,6 @@
 #include "Audio/MIDIManager.h"
 #include "Audio/SimpleRecorder.h"
+#include "Utils/TakeMarker.h"
 #include "ViewModels/LooperRig.h"
 #include "ViewModels/Main/LooperWatch.h"
 #include "support/VirtualMidi.h"
@@ -171,5 +172,71 @@ TEST(NoticesTest, ADiskThatRunsFullAndAControllerThatWaitsAreTold) {
     const auto keys = midi->addSource("Keys");
     EXPECT_TRUE(runUntil([&] { return notices.text() == "Controller found: Keys"; }));
     manager->connectToDevice(keys, "Keys");
+    EXPECT_TRUE(runUntil([&] { return notices.text().isEmpty(); }));
+}
+
+TEST(NoticesTest, ATakeThatWasCutOffIsOfferedOnce) {
+    LooperRig rig;
+    const auto folder = rig.home.recordings();
+    const auto marks = [&] {
+        std::string names;
+        for (const auto& entry : std::filesystem::directory_iterator(folder)) {
+            const auto name = entry.path().filename().string();
+            names += name[0] == '.' ? name : "";
+        }
+        return names;
+    };
+    const auto expect = [&](const Notices& notices, const char* detail, const char* left) {
+        settle();
+        EXPECT_EQ(std::tuple(notices.detail(), notices.button(), marks()),
+                  std::tuple(QString(detail), *detail != 0 ? "Use It" : "", left));
+    };
+    const auto cutOff = [&](const std::string& name, std::size_t frames) {
+        writeFile(folder / name, 48000.0, Channels(2, std::vector<float>(frames, 0.5F)));
+        std::ofstream(folder / ("." + name + ".recording")).flush();
+        return folder / name;
+    };
+    rig.record();
+    rig.feed(Channels(2, noise(2000, 1)));
+    EXPECT_NE(marks(), "");
+    EXPECT_EQ(TakeMarker::findCutOff(folder), std::nullopt) << "it goes on";
+    rig.stop();
+    rig.start();
+    expect(*rig.looper->notices(), "", "");
+
+    const auto newest = cutOff("a.wav", 100);
+    const auto older = cutOff("b.wav", 100);
+    last_write_time(older, last_write_time(newest) - std::chrono::hours(1));
+    cutOff("empty.wav", 0);
+    remove(cutOff("gone.wav", 100));
+    rig.start();
+    expect(*rig.looper->notices(), "a.wav", ".b.wav.recording");
+    rig.looper->notices()->press();
+    expect(*rig.looper->notices(), "", ".b.wav.recording");
+    EXPECT_EQ(pathOf(rig.state->fileURL()), newest);
+    EXPECT_TRUE(rig.state->canSave() && !rig.state->currentSavedLoop());
+    rig.play();
+    EXPECT_EQ(rig.state->transportState(), TransportState::playing);
+    rig.stop();
+    rig.clear();
+    EXPECT_FALSE(exists(newest)) << "as any take that is cleared";
+
+    rig.start();
+    expect(*rig.looper->notices(), "b.wav", "");
+    rig.record();
+    EXPECT_EQ(rig.looper->notices()->text(), "");
+    rig.stop();
+    EXPECT_TRUE(exists(older));
+
+    SimpleLoopState state;
+    Notices notices;
+    TakeOffer offer(state, notices, milliseconds(100));
+    const auto hidden = cutOff("c.wav", 100);
+    notices.set(Kind::noSoundServer, true);
+    offer.make(urlOf(hidden));
+    runFor(milliseconds(150));
+    notices.set(Kind::noSoundServer, false);
+    EXPECT_EQ(marks(), ".c.wav.recording") << "nobody has read it";
+    expect(notices, "c.wav", "");
     EXPECT_TRUE(runUntil([&] { return notices.text().isEmpty(); }));
 }
