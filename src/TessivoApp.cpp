@@ -6,6 +6,7 @@
 #include "Platform/System/LogLine.h"
 #include "Platform/System/MainQueue.h"
 #include "Platform/System/Paths.h"
+#include "Platform/System/SessionBus.h"
 #include "Platform/System/SingleProgram.h"
 #include "SystemDevices.h"
 #include "ViewModels/Main/HeldKeys.h"
@@ -38,6 +39,7 @@ class TessivoApp {
 public:
     static int run(int argc, char* argv[]) {
         ensureHome();
+        leaveOutHungSessionBus();
         SingleProgram single;
         if (!single.isFirst()) {
             const QCoreApplication application(argc, argv);

@@ -112,6 +112,19 @@ TEST(DisturbedTest, AnotherProgramShowsTheWindowOfTheFirst) {
     EXPECT_TRUE(stage.app->answers());
 }
 
+TEST(DisturbedTest, SessionBusThatHangsHoldsUpNoStart) {
+    Stage stage;
+    stage.server().freeze("dbus");
+    const auto before = Clock::now();
+    stage.start(kReadable);
+    EXPECT_LT(Clock::now() - before, 4s);
+    stage.app->await("The session bus does not answer");
+    const std::string lines = stage.startAnother(std::getenv("DBUS_SESSION_BUS_ADDRESS"));
+    EXPECT_NE(lines.find("cannot be reached by the session bus\n1\n"), std::string::npos) << lines;
+    EXPECT_LT(Clock::now() - before, 10s);
+    EXPECT_TRUE(stage.app->answers());
+}
+
 TEST(DisturbedTest, FullDiskIsSaidForEveryBufferAndLeavesTheTakeUpToThere) {
     Stage stage;
     std::filesystem::create_directories(stage.documents());

@@ -118,19 +118,19 @@ void PrivatePipeWire::restart() {
     script({"restart-server"});
 }
 
-void PrivatePipeWire::freeze() {
-    signalServer(SIGSTOP);
+void PrivatePipeWire::freeze(const char* process) const {
+    signal(process, SIGSTOP);
 }
 
-void PrivatePipeWire::thaw() {
-    signalServer(SIGCONT);
+void PrivatePipeWire::thaw(const char* process) const {
+    signal(process, SIGCONT);
 }
 
-void PrivatePipeWire::signalServer(int signal) const {
-    std::ifstream file(folder_ / "pipewire.pid");
+void PrivatePipeWire::signal(const char* process, int number) const {
+    std::ifstream file(folder_ / (std::string(process) + ".pid"));
     pid_t id = 0;
-    if (!(file >> id) || id <= 1 || ::kill(id, signal) != 0) {
-        throw std::runtime_error("there is no sound server to signal");
+    if (!(file >> id) || id <= 1 || ::kill(id, number) != 0) {
+        throw std::runtime_error(std::string("there is no process to signal: ") + process);
     }
 }
 

@@ -56,11 +56,12 @@ public:
 
     void kill();    // as kill -9
     void restart(); // after kill(); returns when the devices are the defaults again
-    void freeze();  // as SIGSTOP
-    void thaw();
+    // As SIGSTOP and SIGCONT to one of its processes: "pipewire", "wireplumber" or "dbus".
+    void freeze(const char* process = "pipewire") const;
+    void thaw(const char* process = "pipewire") const;
 
 private:
-    void signalServer(int signal) const;
+    void signal(const char* process, int number) const;
 };
 
 } // namespace tessivo::test
