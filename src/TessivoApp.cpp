@@ -83,7 +83,7 @@ private:
         single.listen();
         endSignals.emplace(); // not before: a start that hangs must end at once
         QObject::connect(&*endSignals, &EndSignals::received, [] { QCoreApplication::exit(0); });
-        finishAtExit(*window);
+        finishAtExit(engine, *window);
         const int status = QGuiApplication::exec();
         finishBackgroundWork();
         return status;
@@ -101,12 +101,16 @@ private:
 
     // When the display server goes, the toolkit ends the program from the midst of the event loop.
     // What is being recorded and saved is completed all the same.
-    static void finishAtExit(const QWindow& window) {
+    static void finishAtExit(QQmlEngine& engine, const QWindow& window) {
+        static QPointer<QQmlEngine> windows;
         static QPointer<SimpleLooperViewModel> looper;
+        windows = &engine;
         looper = window.findChild<SimpleLooperViewModel*>();
         std::atexit([] {
             if (looper && looper->thread() == QThread::currentThread()) {
                 finishBackgroundWork();
+                // What nobody sees any more looks for it.
+                windows->setOutputWarningsToStandardError(false);
                 delete looper;
             }
         });

@@ -82,10 +82,12 @@ TEST(DisturbedTest, KilledProgramLeavesItsTakeReadable) {
 }
 
 TEST(DisturbedTest, ProgramEndedFromOutsideCompletesItsTake) {
+    const std::vector<std::string> withErrors{"sh", "-c",
+                                              R"("$0" 2>&1; status=$?; echo ended; exit $status)"};
     for (const int signal : {SIGTERM, SIGINT, SIGHUP, 0}) {
         Stage stage;
         stage.feed();
-        stage.start();
+        stage.start(signal == 0 ? withErrors : std::vector<std::string>{});
         stage.beginTake();
         stage.play(1.3);
         const std::int64_t played = stage.played();
@@ -93,6 +95,10 @@ TEST(DisturbedTest, ProgramEndedFromOutsideCompletesItsTake) {
             stage.loseDisplay();
         }
         EXPECT_EQ(stage.app->end(signal), signal == 0 ? 1 : 0);
+        if (signal == 0) {
+            stage.app->await("ended");
+            EXPECT_EQ(stage.app->count("TypeError"), 0U) << "a window whose looper has gone";
+        }
         const Channels take = readFile(stage.newestTake());
         EXPECT_TRUE(isMarked(take));
         EXPECT_GE(Mark::frame(take[0].back()), played - 3 * std::int64_t{kQuantum}) << signal;
