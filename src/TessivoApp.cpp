@@ -22,6 +22,7 @@
 #include <QtQml/qqmlextensionplugin.h>
 
 #include <cstdlib>
+#include <malloc.h>
 #include <memory>
 #include <optional>
 #include <utility>
@@ -38,6 +39,7 @@ namespace tessivo {
 class TessivoApp {
 public:
     static int run(int argc, char* argv[]) {
+        shareHeap();
         ensureHome();
         leaveOutHungSessionBus();
         SingleProgram single;
@@ -52,6 +54,10 @@ public:
     }
 
 private:
+    // Each sheet is drawn by a thread of its own. With a heap for each thread, as is usual, every
+    // one of them would keep what a renderer in software has needed at most.
+    static void shareHeap() { mallopt(M_ARENA_MAX, 2); }
+
     static int runFirst(int argc, char* argv[], SingleProgram& single) {
         QGuiApplication::setApplicationName(u"Tessivo"_s);
         QGuiApplication::setApplicationDisplayName(u"Tessivo"_s);
