@@ -54,8 +54,10 @@ TEST(LibraryFileTest, WhatIsReplacedUnreadIsKept) {
     writeBytes(rig.metadata, "first");
     LibraryFile::keepBeside();
     LibraryFile::keepBeside();
+    fs::permissions(rig.metadata, fs::perms{0640});
     LibraryFile::write({});
     EXPECT_EQ(bytesOf(rig.metadata), "[]");
+    EXPECT_EQ(fs::status(rig.metadata).permissions(), fs::perms{0640});
     EXPECT_EQ(rig.files().size(), 2U);
     EXPECT_EQ(rig.filesWith("first"), 1);
 }

@@ -24,6 +24,18 @@ void feed(OfflineRig& rig, const Channels& input, std::size_t quantum) {
     }
 }
 
+// A take from that frame on, after the microphone has heard 20,000.
+struct RunningTake : TakeRig {
+    explicit RunningTake(std::size_t begin)
+        : TakeRig(256) {
+        play(20'000);
+        input.installTap(2048, input.outputFormat(), take.block(), momentOf(begin));
+    }
+
+    InputNode& input = engine->inputNode();
+    Take take;
+};
+
 } // namespace
 
 TEST(TapTest, TakeIsEveryFrameBetweenInstallAndRemoveAtAnyQuantum) {
@@ -169,20 +181,16 @@ TEST(TapTest, TakeBeginsAndEndsAtThePressHoweverLateItIsHandled) {
 }
 
 TEST(TapTest, HoleIsSilenceOfTheSameLengthAndToldAsOne) {
-    TakeRig rig(256);
-    rig.play(20'000);
-    auto& input = rig.engine->inputNode();
-    Take take;
-    input.installTap(2048, input.outputFormat(), take.block(), rig.momentOf(10'000));
+    RunningTake rig(10'000);
     for (const std::uint32_t lost : {256U, 5000U}) {
         rig.lose(lost);
         rig.device->loseOutput(240);
         rig.play(3000);
     }
-    input.removeTap();
+    rig.input.removeTap();
     const std::size_t begin = 10'000 + TakeRig::kInput;
     const auto& in = rig.captured[0];
-    EXPECT_EQ(firstDifference(take.samples[0], slice(in, begin, in.size() - begin)), -1);
+    EXPECT_EQ(firstDifference(rig.take.samples[0], slice(in, begin, in.size() - begin)), -1);
     EXPECT_EQ(rig.engine->statistics().missedFrames, (Timeline::Losses{5256, 480}));
     EXPECT_EQ(
         rig.lines,
@@ -193,21 +201,17 @@ TEST(TapTest, HoleIsSilenceOfTheSameLengthAndToldAsOne) {
 }
 
 TEST(TapTest, SilentServerAndUnusedHoldCostNothing) {
-    TakeRig rig(256);
-    rig.play(20'000);
-    auto& input = rig.engine->inputNode();
-    Take take;
-    input.installTap(2048, input.outputFormat(), take.block(), rig.momentOf(20'000));
+    RunningTake rig(20'000);
     rig.play(2048);
     const auto pressed = std::chrono::steady_clock::now();
-    EXPECT_EQ(input.removeTap(rig.momentOf(30'000)),
+    EXPECT_EQ(rig.input.removeTap(rig.momentOf(30'000)),
               static_cast<std::int64_t>(rig.captured[0].size()) - 20'000 - TakeRig::kInput);
     EXPECT_LT(std::chrono::steady_clock::now() - pressed, std::chrono::milliseconds(1500));
 
     for (const bool released : {true, false}) {
-        input.hold(rig.momentOf(22'000));
+        rig.input.hold(rig.momentOf(22'000));
         if (released) {
-            input.release();
+            rig.input.release();
         }
         for (int second = 0; second < 45; ++second) {
             rig.play(48'000);
