@@ -11,7 +11,6 @@
 #include "Common.h"
 
 #include "Audio/LoopPreviewEngine.h"
-#include "Platform/Sound/AudioError.h"
 #include "Platform/Sound/File/AudioFile.h"
 #include "Platform/System/LogLine.h"
 #include "SystemDevices.h"
@@ -388,13 +387,9 @@ int preview(int times) {
         const double making =
             held([&] { engine = std::make_unique<LoopPreviewEngine>(makePreviewDevice()); });
         std::string reason;
-        const double failing = held([&] {
-            try {
-                engine->previewLoop(loop);
-            } catch (const sound::AudioError& error) {
-                reason = error.what();
-            }
-        });
+        QObject::connect(engine.get(), &LoopPreviewEngine::previewFailed,
+                         [&](const QString& told) { reason = told.toStdString(); });
+        const double failing = held([&] { engine->previewLoop(loop); });
         std::printf("%s: engine made in %.2f ms; preview fails in %.2f ms: %s\n", what, making,
                     failing, reason.c_str());
         return reason.empty() || making >= 50.0 ? 1 : 0;

@@ -1,6 +1,7 @@
 #include "Audio/LoopPreviewEngine.h"
 
 #include "Platform/Sound/AudioError.h"
+#include "Platform/System/BackgroundCall.h"
 #include "Platform/System/LogLine.h"
 #include "Platform/System/MainQueue.h"
 #include "Platform/System/Paths.h"
@@ -13,6 +14,7 @@
 #include <algorithm>
 #include <chrono>
 #include <cmath>
+#include <exception>
 #include <filesystem>
 #include <string>
 #include <thread>
@@ -111,18 +113,36 @@ void LoopPreviewEngine::startEngineIfNeeded() {
     }
 }
 
-void LoopPreviewEngine::previewLoop(SavedLoop loop) {
+void LoopPreviewEngine::previewLoop(const SavedLoop& loop) {
     stopPreview();
-    startEngineIfNeeded();
     try {
-        currentFile_ = sound::openForPlaying(audioOf(loop));
-    } catch (const sound::AudioError&) {
+        startEngineIfNeeded();
+    } catch (const std::exception& error) {
+        emit previewFailed(QString::fromUtf8(error.what()));
+        return;
+    }
+    publish(isOpening_, true, &LoopPreviewEngine::isOpeningChanged);
+    // In order with the changes of the library: what was deleted before is not heard.
+    runInOrder(
+        this, [loop] { return outcomeOf([&] { return sound::openForPlaying(audioOf(loop)); }); },
+        [this, loop, number = opening_](const OpenedFile& opened) {
+            if (number == opening_) {
+                play(loop, opened);
+            }
+        });
+}
+
+void LoopPreviewEngine::play(const SavedLoop& loop, const OpenedFile& opened) {
+    publish(isOpening_, false, &LoopPreviewEngine::isOpeningChanged);
+    try {
+        currentFile_ = opened.get();
+    } catch (const std::exception& error) {
         currentFile_.reset();
         publish(currentPreviewLoop_, std::nullopt, &LoopPreviewEngine::currentPreviewLoopChanged);
-        throw;
+        emit previewFailed(QString::fromUtf8(error.what()));
+        return;
     }
-    const std::string name = loop.name().toStdString();
-    publish(currentPreviewLoop_, std::move(loop), &LoopPreviewEngine::currentPreviewLoopChanged);
+    publish(currentPreviewLoop_, loop, &LoopPreviewEngine::currentPreviewLoopChanged);
     // Stopped notices are ignored. A done notice may reach the main thread when the next preview
     // is already playing, so it is matched by its pass id.
     currentPass_ = playerNode_->scheduleFile(
@@ -141,10 +161,14 @@ void LoopPreviewEngine::previewLoop(SavedLoop loop) {
     framesPlayed_ = 0;
     silenceTimer_.start();
     publish(isPlaying_, true, &LoopPreviewEngine::isPlayingChanged);
-    logLine("🎵 [PREVIEW] Started previewing: " + name);
+    logLine("🎵 [PREVIEW] Started previewing: " + loop.name().toStdString());
 }
 
 void LoopPreviewEngine::stopPreview() {
+    ++opening_;
+    if (isOpening_) {
+        publish(isOpening_, false, &LoopPreviewEngine::isOpeningChanged);
+    }
     if (!isPlaying_) {
         return;
     }

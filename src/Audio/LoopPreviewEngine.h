@@ -9,6 +9,7 @@
 #include <QTimer>
 
 #include <cstdint>
+#include <future>
 #include <memory>
 #include <optional>
 
@@ -20,6 +21,7 @@ class LoopPreviewEngine : public ObservableObject {
     Q_OBJECT
     Q_DISABLE_COPY(LoopPreviewEngine)
     Q_PROPERTY(bool isPlaying READ isPlaying NOTIFY isPlayingChanged)
+    Q_PROPERTY(bool isOpening READ isOpening NOTIFY isOpeningChanged)
     Q_PROPERTY(
         float previewVolume READ previewVolume WRITE setPreviewVolume NOTIFY previewVolumeChanged)
 
@@ -30,12 +32,13 @@ public:
     ~LoopPreviewEngine() override;
 
     // Stops what is previewed, which may be the same loop, and plays this one from its
-    // beginning. Throws AudioError when the device cannot start, or when the entry's file is
-    // not in the library's folder, is no audio or cannot be read; nothing is previewed then.
+    // beginning as soon as the disk has its file, unless another preview or stopPreview() comes
+    // first. Fails when the device cannot start, or when the entry's file is not in the
+    // library's folder, is no audio or cannot be read; nothing is previewed then.
     //
     // The preview is over when its last frame has been heard. It is stopped when the device
     // takes no frames for some seconds, because the speaker or the sound server has gone.
-    void previewLoop(SavedLoop loop);
+    void previewLoop(const SavedLoop& loop);
     // Does nothing when nothing is previewed.
     void stopPreview();
 
@@ -44,17 +47,25 @@ public:
     float previewVolume() const { return previewVolume_; }
 
     bool isPlaying() const { return isPlaying_; }
+    // A preview waits for the disk.
+    bool isOpening() const { return isOpening_; }
     const std::optional<SavedLoop>& currentPreviewLoop() const { return currentPreviewLoop_; }
     // Compares the entries' ids only.
     bool isPreviewingLoop(const SavedLoop& loop) const;
 
 signals:
+    void previewFailed(const QString& reason);
     void isPlayingChanged();
+    void isOpeningChanged();
     void currentPreviewLoopChanged();
     void previewVolumeChanged();
 
 private:
+    // What was opened, or why it could not be.
+    using OpenedFile = std::shared_future<std::shared_ptr<sound::AudioFileReader>>;
+
     void startEngineIfNeeded();
+    void play(const SavedLoop& loop, const OpenedFile& opened);
     void handlePlaybackCompletion();
     void clearPreview();
     void stopIfSilent();
@@ -63,6 +74,8 @@ private:
     std::shared_ptr<sound::PlayerNode> playerNode_;
     std::shared_ptr<sound::AudioFileReader> currentFile_;
     bool isPlaying_ = false;
+    bool isOpening_ = false;
+    std::uint64_t opening_ = 0; // number of the opening whose result counts
     std::optional<SavedLoop> currentPreviewLoop_;
     float previewVolume_ = 0.7F;
     bool engineStarted_ = false;

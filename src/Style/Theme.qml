@@ -167,7 +167,7 @@ QtObject {
     readonly property int stateAnimation: 200
     readonly property int spinnerTurn: 1000
     readonly property int toolTipDelay: 700
-    readonly property int progressDelay: 400
+    readonly property int progressDelay: 300
 
     readonly property TextMetrics widestNoteName: TextMetrics {
         font: theme.monospacedBody

@@ -91,6 +91,10 @@ void LoopLibraryViewModel::observePreview() {
          {&LoopPreviewEngine::isPlayingChanged, &LoopPreviewEngine::currentPreviewLoopChanged}) {
         connect(previewEngine_.get(), changed, this, &LoopLibraryViewModel::markPreview);
     }
+    connect(previewEngine_.get(), &LoopPreviewEngine::isOpeningChanged, this,
+            &LoopLibraryViewModel::isWaitingForDiskChanged);
+    connect(previewEngine_.get(), &LoopPreviewEngine::previewFailed, this,
+            [this](const QString& reason) { alert(u"Failed to preview loop: "_s + reason); });
 }
 
 void LoopLibraryViewModel::takeLoops() {
@@ -121,6 +125,10 @@ std::vector<SavedLoop> LoopLibraryViewModel::filteredAndSortedLoops() const {
         loops.push_back(std::move(row.loop));
     }
     return loops;
+}
+
+bool LoopLibraryViewModel::isWaitingForDisk() const {
+    return previewEngine_->isOpening();
 }
 
 QString LoopLibraryViewModel::libraryStats() const {
@@ -236,11 +244,7 @@ void LoopLibraryViewModel::confirmDelete() {
 }
 
 void LoopLibraryViewModel::previewLoop(const SavedLoop& loop) {
-    try {
-        previewEngine_->previewLoop(loop);
-    } catch (const std::exception& error) {
-        alert(u"Failed to preview loop: "_s + describe(error));
-    }
+    previewEngine_->previewLoop(loop);
 }
 
 void LoopLibraryViewModel::stopPreview() {

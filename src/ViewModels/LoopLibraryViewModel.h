@@ -32,6 +32,8 @@ class LoopLibraryViewModel : public ObservableObject {
     // The rows: filteredAndSortedLoops() as a LoopListModel, whose roles are named there.
     Q_PROPERTY(QAbstractItemModel* loops READ loops CONSTANT)
     Q_PROPERTY(bool isLoading READ isLoading NOTIFY isLoadingChanged)
+    // A command waits for the disk.
+    Q_PROPERTY(bool isWaitingForDisk READ isWaitingForDisk NOTIFY isWaitingForDiskChanged)
     // The store holds no loop at all, whatever is searched for.
     Q_PROPERTY(bool isEmpty READ isEmpty NOTIFY libraryStatsChanged)
     Q_PROPERTY(QString libraryStats READ libraryStats NOTIFY libraryStatsChanged)
@@ -76,6 +78,7 @@ public:
     QString libraryStats() const;
     bool isEmpty() const { return loopLibrary_.savedLoops().empty(); }
     bool isLoading() const { return loopLibrary_.isLoading(); }
+    bool isWaitingForDisk() const;
 
     const QString& searchText() const { return searchText_; }
     SortOrder sortOrder() const { return sortOrder_; }
@@ -125,6 +128,7 @@ public slots:
 
 signals:
     void isLoadingChanged();
+    void isWaitingForDiskChanged();
     void libraryStatsChanged();
     void searchTextChanged();
     void sortOrderChanged();

@@ -1,7 +1,6 @@
 #include "Audio/LoopPreviewEngine.h"
 
 #include "Models/LibraryRig.h"
-#include "Platform/Sound/AudioError.h"
 
 #include <QCoreApplication>
 #include <QPointer>
@@ -20,6 +19,17 @@ struct PreviewRig : LibraryRig {
         SavedLoop record = loop(name, 0);
         writeFile(folder / record.filename().toStdString(), 48000, {samples});
         return record;
+    }
+    // Returns when the disk has answered, with what went wrong.
+    std::string preview(const SavedLoop& loop) const {
+        std::string failure;
+        const auto failed =
+            QObject::connect(engine.get(), &LoopPreviewEngine::previewFailed,
+                             [&](const QString& reason) { failure = reason.toStdString(); });
+        engine->previewLoop(loop);
+        settle();
+        QObject::disconnect(failed);
+        return failure;
     }
     bool isIdle() const { return !engine->isPlaying() && !engine->currentPreviewLoop(); }
     // The lines, without what they all begin with.
@@ -55,7 +65,7 @@ TEST(LoopPreviewEngineTest, PlaysOneLoopOnceAndMarksItUntilItsLastFrameHasBeenHe
     const SavedLoop second = rig.save("second", std::vector<float>(48000, 0.5F));
     rig.engine->setPreviewVolume(1.0F);
     rig.device->setLatencies(0.0, 0.3);
-    rig.engine->previewLoop(first);
+    rig.preview(first);
     EXPECT_FALSE(rig.device->capturing());
     once.resize(15000); // and then nothing
     EXPECT_EQ(firstDifference(hearStart(*rig.device, 15000)[0], once), -1);
@@ -64,11 +74,11 @@ TEST(LoopPreviewEngineTest, PlaysOneLoopOnceAndMarksItUntilItsLastFrameHasBeenHe
     EXPECT_EQ(rig.said(),
               (Lines{"Preview engine started", "Started previewing: first", "Preview completed"}));
 
-    rig.engine->previewLoop(second);
+    rig.preview(second);
     hearStart(*rig.device, 4800);
-    rig.engine->previewLoop(first);
+    rig.preview(first);
     EXPECT_TRUE(rig.engine->isPreviewingLoop(first));
-    rig.engine->previewLoop(*rig.engine->currentPreviewLoop());
+    rig.preview(*rig.engine->currentPreviewLoop());
     EXPECT_EQ(rig.engine->currentPreviewLoop(), first);
     rig.engine->stopPreview();
     rig.engine->stopPreview();
@@ -84,11 +94,11 @@ TEST(LoopPreviewEngineTest, NoticeThatComesTooLateEndsNothing) {
     PreviewRig rig;
     const SavedLoop loop = rig.save("short", noise(2400, 1));
     for (const bool again : {true, false}) {
-        rig.engine->previewLoop(loop);
+        rig.preview(loop);
         hearStart(*rig.device, 960);
         rig.device->turn(4800); // now it ends, and says so, while the main thread is busy
         std::this_thread::sleep_for(milliseconds(200));
-        again ? rig.engine->previewLoop(loop) : rig.engine->stopPreview();
+        again ? void(rig.preview(loop)) : rig.engine->stopPreview();
         rig.said();
         runFor(milliseconds(100));
         EXPECT_EQ(rig.engine->isPreviewingLoop(loop), again);
@@ -102,7 +112,7 @@ TEST(LoopPreviewEngineTest, VolumeIsBroughtIntoItsRangeAndRampsInTheSound) {
     rig.engine->setPreviewVolume(1.5F);
     rig.engine->setPreviewVolume(std::nanf(""));
     EXPECT_EQ(rig.engine->previewVolume(), 1.0F);
-    rig.engine->previewLoop(rig.save("loud", std::vector<float>(96000, 0.5F)));
+    rig.preview(rig.save("loud", std::vector<float>(96000, 0.5F)));
     EXPECT_EQ(hearStart(*rig.device, 960)[0].back(), 0.5F);
     rig.engine->setPreviewVolume(-0.2F);
     EXPECT_EQ(rig.engine->previewVolume(), 0.0F);
@@ -113,7 +123,7 @@ TEST(LoopPreviewEngineTest, WhatCannotBePlayedIsRefusedWithAReasonAndEndsTheOneB
     PreviewRig rig;
     const SavedLoop good = rig.save("good", noise(48000, 1));
     rig.device->failToStart("The sound server could not be reached.");
-    EXPECT_THROW(rig.engine->previewLoop(good), sound::AudioError);
+    EXPECT_EQ(rig.preview(good), "The sound server could not be reached.");
     EXPECT_TRUE(rig.isIdle());
     EXPECT_EQ(rig.said(), Lines());
     rig.device->failToStart({});
@@ -125,23 +135,45 @@ TEST(LoopPreviewEngineTest, WhatCannotBePlayedIsRefusedWithAReasonAndEndsTheOneB
     writeFile(rig.folder / "slow.wav", 100, {noise(480, 1)});
     for (const char* name :
          {"missing.wav", "text.wav", "empty.wav", "slow.wav", "../../outside.wav", ""}) {
-        rig.engine->previewLoop(good);
+        rig.preview(good);
         rig.said();
-        try {
-            rig.engine->previewLoop({"bad", name, SecondsSince2001(0), 1.0, 1});
-            ADD_FAILURE() << name;
-        } catch (const sound::AudioError& error) {
-            EXPECT_NE(std::string(error.what()).find(name), std::string::npos) << error.what();
-        }
+        const std::string reason = rig.preview({"bad", name, SecondsSince2001(0), 1.0, 1});
+        EXPECT_TRUE(!reason.empty() && reason.find(name) != reason.npos) << name << reason;
         EXPECT_TRUE(rig.isIdle()) << name;
         EXPECT_EQ(rig.said(), Lines{"Stopped preview"}) << name;
     }
 }
 
+TEST(LoopPreviewEngineTest, OnASlowDiskTheLastCommandCountsAndNobodyWaits) {
+    PreviewRig rig;
+    const SavedLoop first = rig.save("first", noise(48000, 1));
+    const SavedLoop second = rig.save("second", noise(48000, 2));
+    rig.preview(first);
+    rig.said();
+    for (const bool stop : {false, true}) {
+        {
+            const StalledDisk disk;
+            rig.engine->previewLoop(first);
+            rig.engine->previewLoop(second);
+            EXPECT_TRUE(rig.engine->isOpening());
+            stop ? rig.engine->stopPreview() : void();
+            EXPECT_TRUE(rig.isIdle() && rig.engine->isOpening() == !stop);
+        }
+        EXPECT_FALSE(rig.engine->isOpening());
+        EXPECT_EQ(rig.engine->isPreviewingLoop(second), !stop);
+        EXPECT_EQ(rig.said(), stop ? Lines{"Stopped preview"}
+                                   : (Lines{"Stopped preview", "Started previewing: second"}));
+    }
+    rig.engine->previewLoop(first);
+    rig.engine.reset();
+    settle();
+    EXPECT_EQ(rig.said(), Lines{"Preview engine cleaned up"});
+}
+
 TEST(LoopPreviewEngineTest, EngineThatGoesFadesOutAndIsGoneSoonAlsoWithoutCycles) {
     for (const bool turns : {true, false}) {
         PreviewRig rig;
-        rig.engine->previewLoop(rig.save("long", std::vector<float>(96000, 0.5F)));
+        rig.preview(rig.save("long", std::vector<float>(96000, 0.5F)));
         hearStart(*rig.device, 960);
         rig.engine.reset();
         const QPointer fading = QCoreApplication::instance()->children().last();
@@ -158,7 +190,7 @@ TEST(LoopPreviewEngineTest, EngineThatGoesFadesOutAndIsGoneSoonAlsoWithoutCycles
 
 TEST(LoopPreviewEngineTest, PreviewThatNobodyHearsEndsByItself) {
     PreviewRig rig;
-    rig.engine->previewLoop(rig.loop("unheard", 0));
+    rig.preview(rig.loop("unheard", 0));
     runFor(milliseconds(3000));
     EXPECT_TRUE(rig.engine->isPlaying()) << "a sleeping speaker may take that long";
     EXPECT_TRUE(runUntil([&] { return rig.isIdle(); }, milliseconds(3000)));

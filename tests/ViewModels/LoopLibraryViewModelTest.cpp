@@ -55,6 +55,11 @@ struct BrowserRig : LibraryRig {
         return model->loops()->index(row, 0).data(LoopListModel::isPreviewingRole).toBool();
     }
 
+    void preview(int row) const {
+        model->previewLoop(at(row));
+        settle();
+    }
+
     // The message of the alert, which is then dismissed; empty when there was none.
     QString takeAlert() const {
         const QString message = model->showingError() ? model->errorMessage() : QString();
@@ -137,7 +142,7 @@ TEST(LoopLibraryViewModelTest, ConfirmedChangesApplyOnceOrTellWhyNot) {
     EXPECT_FALSE(rig.model->showingRenameDialog() || rig.model->selectedLoop());
     EXPECT_EQ(rig.names(), (Names{"Drums", "Pad"}));
 
-    rig.model->previewLoop(rig.at(1));
+    rig.preview(1);
     rig.model->deleteLoop(rig.at(1));
     EXPECT_TRUE(rig.model->previewEngine()->isPlaying());
     rig.model->confirmDelete();
@@ -153,7 +158,7 @@ TEST(LoopLibraryViewModelTest, TheMarkerStaysWithTheLoopThatPlays) {
     BrowserRig rig;
     rig.open({rig.loop("Beat", 3), rig.loop("Pad", 2), rig.loop("Vibe", 1)});
     const SavedLoop pad = rig.at(1);
-    rig.model->previewLoop(pad);
+    rig.preview(1);
     EXPECT_TRUE(rig.model->isPreviewingLoop(pad));
     EXPECT_TRUE(rig.isMarked(1));
     EXPECT_FALSE(rig.isMarked(0));
@@ -178,17 +183,17 @@ TEST(LoopLibraryViewModelTest, TheMarkerStaysWithTheLoopThatPlays) {
     settle();
     EXPECT_TRUE(rig.isMarked(1));
 
-    rig.model->previewLoop(rig.at(0));
+    rig.preview(0);
     EXPECT_TRUE(rig.isMarked(0));
     EXPECT_FALSE(rig.isMarked(1));
     EXPECT_EQ(rig.takeAlert(), QString());
     writeBytes(rig.folder / "Vibe.wav", "no sound");
-    rig.model->previewLoop(rig.at(2));
+    rig.preview(2);
     EXPECT_TRUE(rig.takeAlert().startsWith("Failed to preview loop: "));
     EXPECT_FALSE(rig.isMarked(2));
 
     // The end of a model that previews stops it, and no row is there to be unmarked.
-    rig.model->previewLoop(rig.at(1));
+    rig.preview(1);
     EXPECT_TRUE(rig.isMarked(1));
     rig.tester.reset();
     rig.model.reset();

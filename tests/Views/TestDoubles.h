@@ -9,7 +9,7 @@
 #include "Platform/System/MainQueue.h"
 #include "Utils/LoopFileManager.h"
 #include "ViewModels/Main/ViewModelFactory.h"
-#include "support/OfflineRig.h"
+#include "support/QtTestSupport.h"
 #include "support/VirtualMidi.h"
 
 #include <QAccessible>
@@ -206,18 +206,13 @@ public:
         });
     }
     // From now on nothing begins in the background.
-    Q_INVOKABLE void hold() {
-        held_ = std::promise<void>();
-        const auto until = held_->get_future().share();
-        for (int thread = 0; thread < 64; ++thread)
-            BackgroundQueue::post(BackgroundQueue::Priority::userInitiated,
-                                  [until] { until.wait(); });
-    }
+    Q_INVOKABLE void hold() { stalled_.emplace(); }
     // Lets it go on, and returns when all is done and delivered.
     Q_INVOKABLE void finish() {
         if (held_)
             held_->set_value();
         held_.reset();
+        stalled_.reset();
         for (int round = 0; round < 3; ++round) {
             BackgroundQueue::waitForAll();
             QCoreApplication::sendPostedEvents();
@@ -235,6 +230,7 @@ private:
     static QString location() { return pathOf(kName); }
 
     std::optional<std::promise<void>> held_;
+    std::optional<test::StalledDisk> stalled_;
 };
 
 // The controllers that are plugged in: the application's manager has them from its start.

@@ -41,6 +41,22 @@ void settle() {
     }
 }
 
+StalledDisk::StalledDisk() {
+    const auto wait = [until = answer_.get_future().share()] {
+        until.wait();
+    };
+    BackgroundQueue::postInOrder(wait);
+    constexpr int kMoreThanThereAreThreads = 64;
+    for (int thread = 0; thread < kMoreThanThereAreThreads; ++thread) {
+        BackgroundQueue::post(BackgroundQueue::Priority::userInitiated, wait);
+    }
+}
+
+StalledDisk::~StalledDisk() {
+    answer_.set_value();
+    settle();
+}
+
 CapturedLines::CapturedLines() {
     setLogSink([this](std::string_view line) {
         const std::scoped_lock lock(mutex_);

@@ -8,6 +8,7 @@
 
 #include <chrono>
 #include <functional>
+#include <future>
 #include <mutex>
 #include <ostream>
 #include <string>
@@ -34,6 +35,19 @@ void runPosted();
 
 // Runs everything that is posted and in the background, and what follows from it.
 void settle();
+
+// While it lives nothing begins in the background, as on a disk that does not answer. At its end
+// everything does.
+class StalledDisk {
+public:
+    StalledDisk();
+    ~StalledDisk();
+    StalledDisk(const StalledDisk&) = delete;
+    StalledDisk& operator=(const StalledDisk&) = delete;
+
+private:
+    std::promise<void> answer_;
+};
 
 // Takes the place of standard output for diagnostic lines, in order, from all threads.
 class CapturedLines {

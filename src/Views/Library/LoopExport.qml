@@ -67,16 +67,15 @@ Item {
     }
 
     // Short exports show no progress.
-    Timer {
+    Patience {
         id: patience
 
-        interval: Theme.progressDelay
-        running: exporter.isExporting
+        isBusy: exporter.isExporting
     }
 
     ProgressOverlay {
         anchors.centerIn: parent
-        visible: exporter.isExporting && !patience.running
+        visible: patience.isOver
         text: "Exporting..."
     }
 }

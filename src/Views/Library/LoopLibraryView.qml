@@ -94,6 +94,18 @@ Sheet {
         onTyped: text => header.search.append(text)
     }
 
+    Patience {
+        id: patience
+
+        isBusy: root.viewModel.isWaitingForDisk
+    }
+
+    ProgressOverlay {
+        anchors.centerIn: list
+        visible: patience.isOver
+        text: "Waiting for the disk..."
+    }
+
     LoopExport {
         id: exporting
 
