@@ -189,19 +189,27 @@ void LoopLibrary::show(const Change& change) {
     Loops loops = savedLoops_;
     change(loops);
     publish(savedLoops_, std::move(loops), &LoopLibrary::savedLoopsChanged);
+    tellLoadingStores(change);
+}
+
+void LoopLibrary::tellLoadingStores(const Change& change) {
     for (LoopLibrary* store : loadingStores()) {
         store->changesDuringLoad_.push_back(change);
     }
 }
 
 void LoopLibrary::saveLibrary(std::function<void()> write) {
-    LibraryFile::post([self = QPointer(this), write = std::move(write)] {
-        try {
-            write();
-        } catch (const std::exception& error) {
-            reportUnsaved(self, error);
-        }
-    });
+    LibraryFile::post(
+        [self = QPointer(this), write = std::move(write)] { writeOrReport(self, write); });
+}
+
+void LoopLibrary::writeOrReport(const QPointer<LoopLibrary>& library,
+                                const std::function<void()>& write) {
+    try {
+        write();
+    } catch (const std::exception& error) {
+        reportUnsaved(library, error);
+    }
 }
 
 LoopError LoopLibrary::reportUnsaved(const QPointer<LoopLibrary>& library,
@@ -254,9 +262,31 @@ void LoopLibrary::renameLoop(const SavedLoop& loop, const QString& newName) {
     change(replacement(*old, old->renamed(newName)));
 }
 
-void LoopLibrary::deleteLoop(const SavedLoop& loop) {
-    LoopFileManager::deleteLoopFile(loop);
-    change(removal(loop));
+void LoopLibrary::deleteLoop(const SavedLoop& loop, const DeleteHandler& deleted) {
+    LibraryFile::post([self = QPointer(this), loop, deleted] {
+        try {
+            LoopFileManager::deleteLoopFile(loop);
+        } catch (const std::exception& error) {
+            MainQueue::post([self, deleted, failure = QString::fromUtf8(error.what())] {
+                if (self) {
+                    deleted(failure);
+                } else {
+                    logLine("Failed to delete loop: " + failure.toStdString());
+                }
+            });
+            return;
+        }
+        const Change remove = removal(loop);
+        MainQueue::post([self, deleted, remove] {
+            if (self) {
+                self->show(remove);
+                deleted({});
+            } else {
+                tellLoadingStores(remove);
+            }
+        });
+        writeOrReport(self, [remove] { LibraryFile::change(remove); });
+    });
 }
 
 qint64 LoopLibrary::totalSize() const {

@@ -51,8 +51,11 @@ public:
     // The renamed entry has a new id and its old file. Throws saveFailure for a blank name,
     // duplicateName, or fileNotFound for an entry that is not in the list.
     void renameLoop(const SavedLoop& loop, const QString& newName);
-    // Deletes the file, then the entry. If the file manager throws, nothing has changed.
-    void deleteLoop(const SavedLoop& loop);
+    // Deletes the file, then the entry, when its turn comes. The handler is called with why the
+    // file could not be deleted, in which case nothing has changed, or with an empty text. When
+    // the store has gone by then, a failure is a diagnostic line.
+    using DeleteHandler = std::function<void(const QString& failure)>;
+    void deleteLoop(const SavedLoop& loop, const DeleteHandler& deleted);
 
     // Bytes of all files.
     qint64 totalSize() const;
@@ -78,7 +81,10 @@ private:
     void publishLoaded(Loops loops);
     void change(const Change& change);
     void show(const Change& change);
+    static void tellLoadingStores(const Change& change);
     void saveLibrary(std::function<void()> write);
+    static void writeOrReport(const QPointer<LoopLibrary>& library,
+                              const std::function<void()>& write);
     static LoopError reportUnsaved(const QPointer<LoopLibrary>& library,
                                    const std::exception& error);
 

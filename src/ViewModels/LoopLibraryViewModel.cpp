@@ -128,7 +128,7 @@ std::vector<SavedLoop> LoopLibraryViewModel::filteredAndSortedLoops() const {
 }
 
 bool LoopLibraryViewModel::isWaitingForDisk() const {
-    return previewEngine_->isOpening();
+    return !beingDeleted_.isEmpty() || previewEngine_->isOpening();
 }
 
 QString LoopLibraryViewModel::libraryStats() const {
@@ -224,23 +224,34 @@ void LoopLibraryViewModel::deleteLoop(const SavedLoop& loop) {
 }
 
 void LoopLibraryViewModel::confirmDelete() {
-    if (!selectedLoop_) {
+    if (!selectedLoop_ || beingDeleted_.contains(selectedLoop_->id())) {
         return;
     }
-    try {
-        loopLibrary_.deleteLoop(*selectedLoop_);
-    } catch (const std::exception& error) {
-        alert(u"Failed to delete loop: "_s + describe(error));
+    const SavedLoop loop = *selectedLoop_;
+    publish(beingDeleted_, beingDeleted_ + QSet{loop.id()},
+            &LoopLibraryViewModel::isWaitingForDiskChanged);
+    loopLibrary_.deleteLoop(loop,
+                            [this, loop](const QString& failure) { loopDeleted(loop, failure); });
+}
+
+void LoopLibraryViewModel::loopDeleted(const SavedLoop& loop, const QString& failure) {
+    publish(beingDeleted_, beingDeleted_ - QSet{loop.id()},
+            &LoopLibraryViewModel::isWaitingForDiskChanged);
+    if (!failure.isEmpty()) {
+        alert(u"Failed to delete loop: "_s + failure);
         return;
     }
     // A deleted loop must not go on sounding. Compared by file, because a rename replaces the
     // record.
     const auto& sounding = previewEngine_->currentPreviewLoop();
-    if (sounding && sounding->filename() == selectedLoop_->filename()) {
+    if (sounding && sounding->filename() == loop.filename()) {
         stopPreview();
     }
-    setSelectedLoop(std::nullopt);
-    setShowingDeleteConfirmation(false);
+    // Unless another one has been selected meanwhile.
+    if (selectedLoop_ && selectedLoop_->id() == loop.id()) {
+        setSelectedLoop(std::nullopt);
+        setShowingDeleteConfirmation(false);
+    }
 }
 
 void LoopLibraryViewModel::previewLoop(const SavedLoop& loop) {

@@ -5,7 +5,9 @@
 #include "ViewModels/Library/SortOrder.h"
 
 #include <QAbstractItemModel>
+#include <QSet>
 #include <QStringList>
+#include <QUuid>
 #include <QVariantList>
 
 #include <memory>
@@ -111,7 +113,7 @@ public slots:
     // otherwise the alert tells why not. Does nothing when no loop is selected, which makes a
     // second call harmless. confirmDelete likewise.
     void confirmRename();
-    // Asks whether to delete.
+    // Asks whether to delete. The loop is there until the disk has answered.
     void deleteLoop(const tessivo::SavedLoop& loop);
     void confirmDelete();
 
@@ -145,6 +147,7 @@ private:
     void takeLoops();
     void showRows();
     void markPreview();
+    void loopDeleted(const SavedLoop& loop, const QString& failure);
     void setSelectedLoop(std::optional<SavedLoop> loop);
     void alert(const QString& message);
 
@@ -152,6 +155,7 @@ private:
     bool showingDeleteConfirmation_ = false;
     bool showingRenameDialog_ = false;
     std::optional<SavedLoop> selectedLoop_;
+    QSet<QUuid> beingDeleted_; // their files
     QString newLoopName_;
     QString searchText_;
     SortOrder sortOrder_ = SortOrder::dateDescending;

@@ -2,6 +2,7 @@
 
 #include "Models/LibraryMetadata.h"
 #include "Models/LoopError.h"
+#include "Models/LoopLibrary.h"
 #include "Utils/LoopFileManager.h"
 #include "support/QtTestSupport.h"
 
@@ -24,6 +25,14 @@ template <class Call> QString loopErrorOf(Call&& call) {
         return error.errorDescription();
     }
     return QStringLiteral("no error");
+}
+
+// Returns when the disk has answered, with what went wrong.
+inline QString deleteLoop(LoopLibrary& library, const SavedLoop& loop) {
+    QString result = QStringLiteral("no answer");
+    library.deleteLoop(loop, [&](const QString& failure) { result = failure; });
+    settle();
+    return result;
 }
 
 inline std::vector<QString> namesOf(const std::vector<SavedLoop>& loops) {

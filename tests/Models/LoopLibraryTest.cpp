@@ -172,12 +172,10 @@ TEST(LoopLibraryTest, SavesRenamesAndDeletesInALibraryThatWasEmpty) {
               "A loop with this name already exists")
         << "it reads the same";
 
-    library.deleteLoop(*found(library, "c"));
+    EXPECT_EQ(deleteLoop(library, *found(library, "c")), "");
     EXPECT_FALSE(fs::exists(rig.folder / "c.wav"));
     fs::remove(rig.folder / "a.wav");
-    EXPECT_EQ(loopErrorOf([&] { library.deleteLoop(*found(library, "a")); }),
-              "Loop file not found");
-    settle();
+    EXPECT_EQ(deleteLoop(library, *found(library, "a")), "Loop file not found");
     EXPECT_EQ(namesOf(library.savedLoops()), (Names{QString::fromUtf8("ü "), "a"}));
     EXPECT_EQ(rig.read(), library.savedLoops());
     library.refreshLibrary();
@@ -214,7 +212,8 @@ TEST(LoopLibraryTest, ChangesThatOvertakeAReadingAreNotLost) {
             library->saveLoop(rig.loop("new", 3));
             EXPECT_EQ(namesOf(library->savedLoops()), Names{"new"});
             library->renameLoop(library->savedLoops()[0], "newer");
-            library->deleteLoop({"deleted", "deleted.wav", SecondsSince2001(2), 1.0, 1});
+            library->deleteLoop({"deleted", "deleted.wav", SecondsSince2001(2), 1.0, 1},
+                                [](const QString&) {});
             if (storeGoes) {
                 library.reset();
             }
@@ -249,7 +248,7 @@ TEST(LoopLibraryTest, StoresDoNotUndoEachOther) {
             looper.saveLoop(rig.loop("new", 3));
         }
         window.renameLoop(renamed, "after");
-        window.deleteLoop(deleted);
+        window.deleteLoop(deleted, [](const QString&) {});
         if (when == Case::savedInLoad || when == Case::savedAfter) {
             looper.saveLoop(rig.loop("new", 3));
         }
@@ -274,8 +273,7 @@ TEST(LoopLibraryTest, WhatCannotBeWrittenIsToldAndWrittenWithTheNextChange) {
         const BusyFile busy(rig.metadata);
         library.saveLoop(rig.loop("new", 3));
         library.renameLoop(*found(library, "before"), "after");
-        library.deleteLoop(*found(library, "deleted"));
-        settle();
+        deleteLoop(library, *found(library, "deleted"));
         const QString failure = "Failed to save loop: Failed to save library metadata: ";
         EXPECT_EQ(errorOf(library).left(failure.size()), failure);
         library.refreshLibrary();
@@ -288,8 +286,7 @@ TEST(LoopLibraryTest, WhatCannotBeWrittenIsToldAndWrittenWithTheNextChange) {
     EXPECT_EQ(namesOf(rig.read()), (Names{"new", "after"}));
     {
         const BusyFile busy(rig.metadata);
-        library.deleteLoop(*found(library, "new"));
-        settle();
+        deleteLoop(library, *found(library, "new"));
     }
     LoopLibrary other;
     other.saveLoop(rig.loop("next", 4));

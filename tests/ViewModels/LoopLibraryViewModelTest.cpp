@@ -129,6 +129,7 @@ TEST(LoopLibraryViewModelTest, ConfirmedChangesApplyOnceOrTellWhyNot) {
     rig.model->deleteLoop(rig.at(2));
     EXPECT_EQ(rig.model->selectedLoopName(), QString("nameless.wav")) << "asked about";
     rig.model->confirmDelete();
+    settle();
     rig.model->confirmRename(); // nothing is selected
     rig.model->confirmDelete();
     rig.model->renameLoop(rig.at(0));
@@ -147,11 +148,37 @@ TEST(LoopLibraryViewModelTest, ConfirmedChangesApplyOnceOrTellWhyNot) {
     EXPECT_TRUE(rig.model->previewEngine()->isPlaying());
     rig.model->confirmDelete();
     rig.model->confirmDelete(); // pressed twice
+    settle();
     EXPECT_FALSE(rig.model->showingDeleteConfirmation());
     EXPECT_FALSE(rig.model->previewEngine()->isPlaying());
     EXPECT_EQ(rig.names(), Names{"Drums"});
     EXPECT_EQ(rig.model->libraryStats().toStdString(), "1 loop \u2022 4 KB");
     EXPECT_EQ(rig.takeAlert(), QString());
+}
+
+TEST(LoopLibraryViewModelTest, OnASlowDiskCommandsTakeEffectInOrderAndOnNothingElse) {
+    BrowserRig rig;
+    rig.open({rig.loop("Beat", 3), rig.loop("Pad", 2), rig.loop("Vibe", 1)});
+    std::filesystem::remove(rig.folder / "Vibe.wav");
+    Names told;
+    QObject::connect(rig.model.get(), &LoopLibraryViewModel::errorMessageChanged,
+                     [&] { told.push_back(rig.model->errorMessage().section(':', 0, 0)); });
+    {
+        const StalledDisk disk;
+        for (const int row : {0, 2}) {
+            rig.model->deleteLoop(rig.at(row));
+            rig.model->confirmDelete();
+            rig.model->confirmDelete(); // pressed twice
+            rig.model->previewLoop(rig.at(0));
+        }
+        rig.model->renameLoop(rig.at(1));
+        EXPECT_TRUE(rig.model->isWaitingForDisk());
+        EXPECT_EQ(rig.names().size(), 3U);
+    }
+    EXPECT_EQ(told, (Names{"Failed to delete loop", "Failed to preview loop"}));
+    EXPECT_EQ(rig.names(), (Names{"Pad", "Vibe"}));
+    EXPECT_EQ(rig.model->selectedLoopName(), QString("Pad"));
+    EXPECT_FALSE(rig.model->isWaitingForDisk());
 }
 
 TEST(LoopLibraryViewModelTest, TheMarkerStaysWithTheLoopThatPlays) {

@@ -227,7 +227,7 @@ TEST(SaveAndLoadTest, WhatTheLibraryWindowRemovedStaysRemoved) {
     LoopLibrary window;
     settle();
     window.renameLoop(renamed, "after");
-    window.deleteLoop(deleted);
+    window.deleteLoop(deleted, [](const QString&) {});
     rig.makeTake();
     rig.looper->showSaveDialog();
     EXPECT_EQ(rig.save("new"), "no error"); // before the list is read

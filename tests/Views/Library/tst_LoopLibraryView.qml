@@ -303,6 +303,30 @@ LibraryTestCase {
         verify(!viewModel.showingError && row("Pad"));
     }
 
+    function test_a_disk_that_does_not_answer() {
+        Disk.fill(["Beat", "Vibe"]);
+        open();
+        mouseMove(item("Loop Library"));
+        const waits = "Waiting for the disk...";
+        for (const command of [() => viewModel.previewLoop(row("Vibe").loop),
+            () => {
+                viewModel.deleteLoop(row("Vibe").loop);
+                tryVerify(() => shown("Delete Loop"));
+                click(item("Delete"));
+                tryVerify(() => !shown("Delete Loop"));
+            }]) {
+            Disk.hold();
+            command();
+            verify(!shown(waits), "at once");
+            tryVerify(() => shown(waits));
+            verify(lists("Beat", "Vibe"));
+            compare(row("Beat").mapToItem(list, 0, 0).y, 0);
+            Disk.finish();
+            verify(!shown(waits));
+        }
+        tryVerify(() => lists("Beat"));
+    }
+
     function test_ten_thousand_loops() {
         Disk.fill(Array.from({ length: 10000 }, (_, i) => "Loop " + i), true);
         open();
