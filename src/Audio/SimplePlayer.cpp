@@ -3,7 +3,6 @@
 #include "Platform/Sound/AudioEngine.h"
 #include "Platform/System/LogLine.h"
 #include "Platform/System/MainQueue.h"
-#include "Platform/System/Paths.h"
 
 #include <QPointer>
 
@@ -36,8 +35,8 @@ SimplePlayer::~SimplePlayer() {
     audioEngine_.detach(*playerNode_);
 }
 
-void SimplePlayer::loadAudioFile(const QUrl& url) {
-    audioFile_ = sound::openForPlaying(pathOf(url));
+void SimplePlayer::loadAudioFile(const QUrl& url, std::shared_ptr<sound::AudioFileReader> file) {
+    audioFile_ = std::move(file);
     currentURL_ = url;
     logLine("Audio file loaded: " + url.toString().toStdString());
     if (isPlaying_) {

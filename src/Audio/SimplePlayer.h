@@ -26,10 +26,9 @@ public:
     explicit SimplePlayer(sound::AudioEngine& audioEngine);
     ~SimplePlayer() override;
 
-    // Throws AudioError when the file cannot be opened; nothing has changed then. While
-    // the player loops, the pass in progress finishes with the previous file and the next
-    // one is the new file's.
-    void loadAudioFile(const QUrl& url);
+    // Takes the file that was opened at that location. While the player loops, the pass in
+    // progress finishes with the previous file and the next one is the new file's.
+    void loadAudioFile(const QUrl& url, std::shared_ptr<sound::AudioFileReader> file);
 
     // Before the recorder ends the take at that moment: lets its loop be heard at once, from
     // memory. startPlaying() then goes on with the take's file, which must be loaded, in the same

@@ -2,6 +2,7 @@
 
 #include "Audio/SimpleAudioEngine.h"
 #include "Platform/Sound/File/AudioFile.h"
+#include "Platform/System/BackgroundCall.h"
 #include "Platform/System/CommandMoment.h"
 #include "Platform/System/LogLine.h"
 #include "Platform/System/MainQueue.h"
@@ -158,13 +159,21 @@ void SimpleRecorder::useRecording(const QUrl& take) {
     publish(recordingURL_, take);
 }
 
-void SimpleRecorder::clearRecording() {
+void SimpleRecorder::clearRecording(std::function<void()> cleared) {
     if (recordingURL_.isEmpty()) {
+        cleared();
         return;
     }
-    std::error_code ignored;
-    throwAway(pathOf(recordingURL_), ignored);
-    publish(recordingURL_, QUrl());
+    const auto remove = [path = pathOf(recordingURL_)] {
+        std::error_code error;
+        throwAway(path, error);
+        return error;
+    };
+    runInBackground(BackgroundQueue::Priority::userInitiated, this, remove,
+                    [this, cleared = std::move(cleared)](const auto& /*ignored*/) {
+                        publish(recordingURL_, QUrl());
+                        cleared();
+                    });
 }
 
 } // namespace tessivo

@@ -4,6 +4,7 @@
 
 #include <QUrl>
 
+#include <functional>
 #include <memory>
 
 namespace tessivo {
@@ -33,8 +34,9 @@ public:
     // Makes an earlier take the last one, as if it had been recorded here. Not during a take.
     void useRecording(const QUrl& take);
 
-    // Throws the last take's file away, if it is there, and forgets its location.
-    void clearRecording();
+    // Throws the last take's file away in the background, if it is there, then forgets its location
+    // and calls the handler. No take may begin until then.
+    void clearRecording(std::function<void()> cleared);
 
     bool isRecording() const { return isRecording_; }
 

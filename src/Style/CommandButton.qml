@@ -12,6 +12,9 @@ Item {
     required property var keys
     // False while a sheet in front of the window has the keyboard focus.
     required property bool keysEnabled
+    // Another command is not done yet, so that this one may be available by its turn: its keys
+    // count, though the button is still as it was.
+    property bool mayBecomeAvailable: false
 
     property alias focusRingRadius: button.focusRingRadius
     default property alias face: button.data
@@ -20,7 +23,7 @@ Item {
 
     Shortcut {
         sequences: root.keys
-        enabled: root.keysEnabled && root.available
+        enabled: root.keysEnabled && (root.available || root.mayBecomeAvailable)
         autoRepeat: false
         onActivated: root.triggered()
     }

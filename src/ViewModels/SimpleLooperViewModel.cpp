@@ -71,6 +71,8 @@ void SimpleLooperViewModel::setupObservers() {
             MainQueue::post(this, [this] { emit objectWillChange(); });
         }
     });
+    connect(&commands_, &CommandQueue::isWaitingChanged, this,
+            &SimpleLooperViewModel::isWaitingForDiskChanged);
 }
 
 void SimpleLooperViewModel::startAudioEngine() {
@@ -114,6 +116,23 @@ void SimpleLooperViewModel::setupMIDICallbacks(MIDIManager* manager) {
 }
 
 void SimpleLooperViewModel::recordButtonPressed() {
+    commands_.give([this] { record(); });
+}
+
+void SimpleLooperViewModel::playButtonPressed() {
+    commands_.give([this] { play(); });
+}
+
+void SimpleLooperViewModel::stopButtonPressed() {
+    dropTake(); // what sounds from memory waits for no disk
+    commands_.give([this] { stop(); });
+}
+
+void SimpleLooperViewModel::clearButtonPressed() {
+    commands_.give([this] { clear(); });
+}
+
+void SimpleLooperViewModel::record() {
     switch (loopState_.transportState()) {
     case TransportState::stopped:
         startRecording();
@@ -126,7 +145,7 @@ void SimpleLooperViewModel::recordButtonPressed() {
     }
 }
 
-void SimpleLooperViewModel::playButtonPressed() {
+void SimpleLooperViewModel::play() {
     if (!loopState_.hasAudio()) {
         return;
     }
@@ -143,7 +162,7 @@ void SimpleLooperViewModel::playButtonPressed() {
     }
 }
 
-void SimpleLooperViewModel::stopButtonPressed() {
+void SimpleLooperViewModel::stop() {
     cancelDeferredPlayback();
     switch (loopState_.transportState()) {
     case TransportState::stopped:
@@ -157,7 +176,7 @@ void SimpleLooperViewModel::stopButtonPressed() {
     }
 }
 
-void SimpleLooperViewModel::clearButtonPressed() {
+void SimpleLooperViewModel::clear() {
     if (loopState_.canClear()) {
         cancelDeferredPlayback();
         clearLoop();
@@ -223,11 +242,14 @@ void SimpleLooperViewModel::stopRecordingAndStartPlayback() {
     player_->soundTake(CommandMoment::current());
     stopRecording();
     const std::uint64_t order = ++deferredPlaybackNumber_;
-    MainQueue::postAfter(kPlaybackDelay, this, [this, order] {
-        if (order == deferredPlaybackNumber_) {
-            startPlayback();
-        }
-    });
+    const auto playInTurn = [this, order] {
+        commands_.give([this, order] {
+            if (order == deferredPlaybackNumber_) {
+                startPlayback();
+            }
+        });
+    };
+    MainQueue::postAfter(kPlaybackDelay, this, playInTurn);
 }
 
 void SimpleLooperViewModel::cancelDeferredPlayback() {
@@ -248,8 +270,15 @@ void SimpleLooperViewModel::startPlayback() {
         return;
     }
     player_ = &audioEngine_.createPlayer();
+    runInBackground(
+        BackgroundQueue::Priority::userInitiated, this,
+        [path = pathOf(url)] { return outcomeOf([&] { return sound::openForPlaying(path); }); },
+        commands_.wait([this, url](const OpenedFile& opened) { playFile(url, opened); }));
+}
+
+void SimpleLooperViewModel::playFile(const QUrl& url, const OpenedFile& opened) {
     try {
-        player_->loadAudioFile(url);
+        player_->loadAudioFile(url, opened.get());
         player_->startPlaying();
     } catch (const std::exception& error) {
         dropTake();
@@ -272,24 +301,24 @@ void SimpleLooperViewModel::stopPlayback() {
 
 void SimpleLooperViewModel::clearLoop() {
     stopPlayback();
-    clearLoopState();
-    logLine("Loop cleared");
+    clearLoopState([] { logLine("Loop cleared"); });
 }
 
-void SimpleLooperViewModel::clearLoopState() {
+void SimpleLooperViewModel::clearLoopState(std::function<void()> cleared) {
     if (player_ != nullptr) {
         player_->clearAudioFile();
     }
-    if (recorder_ != nullptr) {
-        recorder_->clearRecording();
-    }
-    post([this] {
-        loopState_.setHasAudio(false);
-        loopState_.setFileURL({});
-        loopState_.setCurrentSavedLoop({});
-        loopState_.setTransportState(TransportState::stopped);
-        setCurrentAudio({});
+    const auto goOn = commands_.wait([this, cleared = std::move(cleared)] {
+        post([this] {
+            loopState_.setHasAudio(false);
+            loopState_.setFileURL({});
+            loopState_.setCurrentSavedLoop({});
+            loopState_.setTransportState(TransportState::stopped);
+            setCurrentAudio({});
+        });
+        cleared();
     });
+    recorder_ != nullptr ? recorder_->clearRecording(goOn) : goOn();
 }
 
 void SimpleLooperViewModel::saveCurrentLoop(const QString& name) {
@@ -332,29 +361,44 @@ SavedLoop SimpleLooperViewModel::copyToLibrary(const CurrentAudio& audio, const 
 }
 
 void SimpleLooperViewModel::loadLoop(const SavedLoop& loop) {
-    if (!LoopFileManager::validateLoopFile(loop)) {
-        throw LoopError(LoopError::Kind::fileNotFound);
-    }
-    stopButtonPressed();
-    clearLoopState();
-    const QUrl location = *LoopFileManager::locationOf(loop);
-    post([this, loop, location] {
-        loopState_.setFileURL(location);
-        loopState_.setHasAudio(true);
-        loopState_.setCurrentSavedLoop(loop);
-        setCurrentAudio(location);
+    commands_.give([this, loop] {
+        // In order with the changes of the library: what was deleted before is not loaded.
+        runInOrder(
+            this, [loop] { return LoopFileManager::validateLoopFile(loop); },
+            commands_.wait([this, loop](bool isUsable) { finishLoading(loop, isUsable); }));
     });
-    logLine("Successfully loaded loop: " + loop.name().toStdString());
+}
+
+void SimpleLooperViewModel::finishLoading(const SavedLoop& loop, bool isUsable) {
+    if (!isUsable) {
+        const LoopError error(LoopError::Kind::fileNotFound);
+        logLine(std::string("Failed to load loop: ") + error.what());
+        notices_.tell(Notices::Kind::loadFailed, error.what());
+        return;
+    }
+    stop();
+    clearLoopState([this, loop] {
+        const QUrl location = *LoopFileManager::locationOf(loop);
+        post([this, loop, location] {
+            loopState_.setFileURL(location);
+            loopState_.setHasAudio(true);
+            loopState_.setCurrentSavedLoop(loop);
+            setCurrentAudio(location);
+        });
+        logLine("Successfully loaded loop: " + loop.name().toStdString());
+    });
 }
 
 void SimpleLooperViewModel::showSaveDialog() {
-    if (!loopState_.canSave()) {
-        return;
-    }
-    // The library window may have renamed or deleted loops through its own store. This one has
-    // read the changes by the time a name is typed.
-    loopLibrary_.loadLibrary();
-    post([this] { loopState_.setShowingSaveDialog(true); });
+    commands_.give([this] {
+        if (!loopState_.canSave()) {
+            return;
+        }
+        // The library window may have renamed or deleted loops through its own store. This one has
+        // read the changes by the time a name is typed.
+        loopLibrary_.loadLibrary();
+        post([this] { loopState_.setShowingSaveDialog(true); });
+    });
 }
 
 void SimpleLooperViewModel::showLoopLibrary() {

@@ -3,13 +3,16 @@
 #include "Audio/SimpleAudioEngine.h"
 #include "Models/LoopLibrary.h"
 #include "Models/SimpleLoopState.h"
+#include "Platform/Sound/File/AudioFile.h"
 #include "Platform/System/ObservableObject.h"
+#include "ViewModels/Main/CommandQueue.h"
 #include "ViewModels/Main/LooperWatch.h"
 #include "ViewModels/Main/Notices.h"
 #include "ViewModels/Main/TakeOffer.h"
 
 #include <cstdint>
 #include <functional>
+#include <future>
 #include <memory>
 #include <mutex>
 #include <optional>
@@ -29,11 +32,16 @@ class SimpleRecorder;
 // Writes of the loop state are posted, so within one operation the state keeps its old values;
 // diagnostic lines appear at once. A change of the loop state is signalled as a change of the
 // view model too. Errors of the audio side become diagnostic lines here.
+//
+// A command that needs the disk waits for it in the background. Those that are given meanwhile
+// take effect after it, in their order.
 class SimpleLooperViewModel : public ObservableObject {
     Q_OBJECT
     Q_DISABLE_COPY(SimpleLooperViewModel)
     Q_PROPERTY(tessivo::SimpleLoopState* loopState READ loopState CONSTANT)
     Q_PROPERTY(tessivo::Notices* notices READ notices CONSTANT)
+    // A command waits for the disk.
+    Q_PROPERTY(bool isWaitingForDisk READ isWaitingForDisk NOTIFY isWaitingForDiskChanged)
 
 public:
     // Records from and plays to this device, and starts it.
@@ -45,6 +53,7 @@ public:
     SimpleLoopState* loopState() { return &loopState_; }
     // What the performer is told; likewise.
     Notices* notices() { return &notices_; }
+    bool isWaitingForDisk() const { return commands_.isWaiting(); }
     // The library that save adds to; likewise.
     LoopLibrary& loopLibrary() { return loopLibrary_; }
 
@@ -55,8 +64,9 @@ public:
     void saveCurrentLoop(const QString& name);
 
     // Stops whatever is going on and makes the library's file the current loop, waiting to
-    // be played. Throws fileNotFound when its audio is gone; then nothing has changed.
-    void loadLoop(const SavedLoop& loop);
+    // be played. When its audio is gone, a diagnostic line and a notice say so, and nothing has
+    // changed.
+    Q_INVOKABLE void loadLoop(const tessivo::SavedLoop& loop);
 
     // From now on the manager's notes trigger this view model's commands. The manager may outlive
     // the view model; its notes then do nothing.
@@ -76,21 +86,33 @@ public slots:
     void showSaveDialog();
     void showLoopLibrary();
 
+signals:
+    void isWaitingForDiskChanged();
+
 private:
+    // What was opened, or why it could not be.
+    using OpenedFile = std::shared_future<std::shared_ptr<sound::AudioFileReader>>;
+
     void setupObservers();
     void startAudioEngine();
     void lookForEarlierTake();
     void useEarlierTake();
+    void record();
+    void play();
+    void stop();
+    void clear();
     void startRecording();
     void stopRecording();
     void stopRecordingAndStartPlayback();
     void cancelDeferredPlayback();
     void dropTake();
     void startPlayback();
+    void playFile(const QUrl& url, const OpenedFile& opened);
     void stopPlayback();
     void clearLoop();
-    void clearLoopState();
     void postTake(const QUrl& take);
+    void clearLoopState(std::function<void()> cleared);
+    void finishLoading(const SavedLoop& loop, bool isUsable);
     void setCurrentAudio(const QUrl& file);
     void beginOtherAudio();
     void post(std::function<void()> writes);
@@ -108,6 +130,7 @@ private:
     LoopLibrary loopLibrary_;
     SimpleAudioEngine audioEngine_;
     Notices notices_;
+    CommandQueue commands_;
     LooperWatch watch_{audioEngine_, loopState_, notices_};
     TakeOffer offer_{loopState_, notices_};
     SimpleRecorder* recorder_ = nullptr; // the engine's, from the first recording on

@@ -5,7 +5,6 @@
 #include "Models/SavedLoop.h"
 #include "Models/SimpleLoopState.h"
 #include "ViewModels/Library/LoopExporter.h"
-#include "ViewModels/Library/LoopLoader.h"
 #include "ViewModels/Library/SortOrder.h"
 #include "ViewModels/LoopLibraryViewModel.h"
 #include "ViewModels/MIDI/MIDISettings.h"
@@ -52,13 +51,6 @@ struct MIDISettingsForeign {
 };
 
 // Types of which there is one.
-
-struct LoopLoaderForeign {
-    Q_GADGET
-    QML_FOREIGN(tessivo::LoopLoader)
-    QML_NAMED_ELEMENT(LoopLoader)
-    QML_SINGLETON
-};
 
 struct LoopNamesForeign {
     Q_GADGET

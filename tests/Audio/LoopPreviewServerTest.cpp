@@ -25,7 +25,7 @@ TEST(LoopPreviewServerTest, SoundsBesideTheLooperWithoutAnInputAndOutlivesTheSer
     writeFile(file, 48000, {std::vector<float>(5 * 48000, 0.5F)});
     SimpleAudioEngine looper(makeLooperDevice());
     looper.start();
-    looper.createPlayer().loadAudioFile(urlOf(file));
+    looper.createPlayer().loadAudioFile(urlOf(file), sound::openForPlaying(file));
     looper.createPlayer().setVolume(0.25F);
     looper.createPlayer().startPlaying();
     LoopPreviewEngine preview(makePreviewDevice());

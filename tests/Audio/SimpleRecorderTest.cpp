@@ -40,6 +40,12 @@ struct RecorderRig : EngineRig {
         recorder.stopRecording();
     }
 
+    // Returns when the disk has answered.
+    void clear() const {
+        recorder.clearRecording([] {});
+        settle();
+    }
+
     SimpleRecorder& recorder;
 };
 
@@ -78,8 +84,8 @@ TEST(SimpleRecorderTest, SaysEachStepOfATake) {
 
     const auto file = rig.file();
     EXPECT_TRUE(std::filesystem::exists(file));
-    rig.recorder.clearRecording();
-    rig.recorder.clearRecording();
+    rig.clear();
+    rig.clear();
     EXPECT_FALSE(std::filesystem::exists(file));
     EXPECT_TRUE(rig.recorder.recordingURL().isEmpty());
     EXPECT_EQ(announced, 2);
@@ -107,7 +113,7 @@ TEST(SimpleRecorderTest, TakeHasAFileOfItsOwnWhichCanBeFetchedBackWhereThereIsAT
             std::filesystem::remove_all(rig.home.path() / ".local");
             std::ofstream(rig.home.path() / ".local") << "in the way";
         }
-        rig.recorder.clearRecording();
+        rig.clear();
         EXPECT_FALSE(exists(file));
         EXPECT_EQ(exists(rig.home.trash() / file.filename()), hasTrash);
     }

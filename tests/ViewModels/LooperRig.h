@@ -27,9 +27,10 @@ struct LooperRig {
     void play() { press(&SimpleLooperViewModel::playButtonPressed); }
     void stop() { press(&SimpleLooperViewModel::stopButtonPressed); }
     void clear() { press(&SimpleLooperViewModel::clearButtonPressed); }
+    // Returns when the disk has answered.
     void press(void (SimpleLooperViewModel::*command)()) {
         (looper.get()->*command)();
-        runPosted();
+        settle();
     }
 
     void feed(const Channels& input) const {

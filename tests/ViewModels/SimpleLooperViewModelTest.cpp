@@ -1,7 +1,7 @@
 #include "ViewModels/LooperRig.h"
 
 #include "Audio/MIDIManager.h"
-#include "Models/LoopError.h"
+#include "Platform/System/CommandMoment.h"
 #include "support/VirtualMidi.h"
 
 #include <fstream>
@@ -45,7 +45,7 @@ TEST(SimpleLooperViewModelTest, TakeComesAndGoesInTheStateAfterTheCommands) {
     EXPECT_EQ(rig.transportLines(), Lines());
     rig.looper->clearButtonPressed();
     EXPECT_TRUE(rig.state->hasAudio());
-    runPosted();
+    settle();
     EXPECT_FALSE(rig.state->hasAudio());
     EXPECT_TRUE(rig.state->fileURL().isEmpty());
 }
@@ -109,7 +109,8 @@ TEST(SimpleLooperViewModelTest, LaterCommandReplacesTheDeferredPlayback) {
     };
     EXPECT_EQ(outcome(recordInVain), std::tuple(T::playing, true, 1L));
     const auto loadInVain = [](LooperRig& rig) {
-        EXPECT_THROW(rig.looper->loadLoop({}), LoopError);
+        rig.looper->loadLoop({});
+        settle();
     };
     EXPECT_EQ(outcome(loadInVain), std::tuple(T::playing, true, 1L));
     const auto fail = [](LooperRig& rig) {
@@ -117,6 +118,67 @@ TEST(SimpleLooperViewModelTest, LaterCommandReplacesTheDeferredPlayback) {
         runFor(milliseconds(150));
     };
     EXPECT_EQ(outcome(fail), std::tuple(T::stopped, false, 0L));
+    const auto stopOnASlowDisk = [](LooperRig& rig) {
+        const StalledDisk disk;
+        runFor(milliseconds(150));
+        EXPECT_TRUE(rig.looper->isWaitingForDisk());
+        rig.looper->stopButtonPressed();
+        EXPECT_EQ(rig.device->turn(480)[0].back(), 0.0F) << "silent at once";
+    };
+    EXPECT_EQ(outcome(stopOnASlowDisk), std::tuple(T::stopped, false, 1L));
+}
+
+TEST(SimpleLooperViewModelTest, OnASlowDiskCommandsTakeEffectInOrder) {
+    using Commands = std::vector<void (SimpleLooperViewModel::*)()>;
+    constexpr auto play = &SimpleLooperViewModel::playButtonPressed;
+    constexpr auto stop = &SimpleLooperViewModel::stopButtonPressed;
+    constexpr auto record = &SimpleLooperViewModel::recordButtonPressed;
+    constexpr auto clear = &SimpleLooperViewModel::clearButtonPressed;
+    const auto outcome = [](const Commands& commands) {
+        LooperRig rig;
+        rig.makeTake();
+        {
+            const StalledDisk disk;
+            for (const auto command : commands) {
+                (rig.looper.get()->*command)();
+                runPosted();
+            }
+            EXPECT_TRUE(rig.looper->isWaitingForDisk());
+            EXPECT_EQ(rig.state->transportState(), T::stopped);
+            EXPECT_TRUE(rig.state->hasAudio());
+        }
+        EXPECT_FALSE(rig.looper->isWaitingForDisk());
+        const std::filesystem::directory_iterator takes(rig.home.recordings());
+        return std::tuple(rig.state->transportState(), rig.state->hasAudio(),
+                          std::distance(takes, {}), rig.transportLines().size());
+    };
+    EXPECT_EQ(outcome({play}), std::tuple(T::playing, true, 1, 3U));
+    EXPECT_EQ(outcome({play, record, clear}), std::tuple(T::playing, true, 1, 3U));
+    EXPECT_EQ(outcome({play, stop}), std::tuple(T::stopped, true, 1, 5U));
+    EXPECT_EQ(outcome({play, play, play}), std::tuple(T::playing, true, 1, 8U));
+    EXPECT_EQ(outcome({play, stop, record}), std::tuple(T::recording, true, 2, 5U));
+    EXPECT_EQ(outcome({clear, play, stop}), std::tuple(T::stopped, false, 0, 2U));
+    EXPECT_EQ(outcome({clear, record}), std::tuple(T::recording, false, 1, 2U));
+}
+
+TEST(SimpleLooperViewModelTest, QueuedCommandsCountFromTheirPressAndAFloodOfThemIsCut) {
+    CommandQueue queue;
+    const auto answer = queue.wait([](bool) {});
+    const Moment given = momentNow() - milliseconds(500);
+    Moment seen;
+    int carriedOut = 0;
+    for (int i = 0; i < 1000; ++i) {
+        const CommandMoment scope(given);
+        queue.give([&] {
+            seen = CommandMoment::current();
+            ++carriedOut;
+        });
+    }
+    answer(true);
+    EXPECT_TRUE(runUntil([&] { return carriedOut == 100; }));
+    runPosted();
+    EXPECT_EQ(carriedOut, 100);
+    EXPECT_EQ(seen, given);
 }
 
 TEST(SimpleLooperViewModelTest, NotesThatComeAtOnceActAsTwoPresses) {
@@ -154,7 +216,7 @@ TEST(SimpleLooperViewModelTest, NotesThatComeAtOnceActAsTwoPresses) {
         }
         play(second);
         awaitCommands(atOnce ? 2 : 1);
-        runPosted();
+        settle();
         const auto files = [](const std::filesystem::path& folder) {
             return exists(folder) ? std::distance(std::filesystem::directory_iterator(folder), {})
                                   : 0;

@@ -130,7 +130,8 @@ public:
     Q_INVOKABLE void playIn(tessivo::SimpleLooperViewModel* viewModel) {
         writeLoop();
         viewModel->loadLoop(SavedLoop(kName, kName, secondsSince2001Now(), 75.6, 0));
-        MainQueue::post(viewModel, [this, viewModel] { forget(viewModel); });
+        test::settle();
+        forget(viewModel);
     }
 
     // The current loop counts as not saved again.

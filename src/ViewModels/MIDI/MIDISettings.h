@@ -6,6 +6,8 @@
 
 #include <QObject>
 
+Q_MOC_INCLUDE("Audio/MIDIManager.h")
+
 namespace tessivo {
 
 class MIDIManager;

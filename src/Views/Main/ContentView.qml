@@ -80,7 +80,7 @@ T.ApplicationWindow {
             id: library
 
             viewModel: (() => root.viewModels.makeLibrary(library))()
-            onLoadLoop: loop => LoopLoader.load(root.viewModel, loop)
+            onLoadLoop: loop => root.viewModel.loadLoop(loop)
             onDismissed: root.loopState.showingLoopLibrary = false
         }
     }
@@ -108,6 +108,7 @@ T.ApplicationWindow {
         StatusView {
             anchors.horizontalCenter: parent.horizontalCenter
             loopState: root.loopState
+            isWaitingForDisk: root.viewModel.isWaitingForDisk
         }
 
         LevelMeterView {
@@ -123,6 +124,7 @@ T.ApplicationWindow {
             loopState: root.loopState
             buttonSize: 60
             keysEnabled: !root.showingSheet
+            isWaitingForDisk: root.viewModel.isWaitingForDisk
             onRecord: root.viewModel.recordButtonPressed()
             onPlay: root.viewModel.playButtonPressed()
             onStop: root.viewModel.stopButtonPressed()

@@ -2,11 +2,13 @@ import QtQuick
 import Tessivo
 import Tessivo.Style
 
-// The state of the looper as a coloured text.
+// The state of the looper as a coloured text, and beside it, where it moves nothing, what shows
+// that a command waits for the disk.
 Rectangle {
     id: root
 
     required property SimpleLoopState loopState
+    property bool isWaitingForDisk: false
 
     readonly property bool isRecording: loopState.transportState === TransportStates.recording
     readonly property bool isPlaying: loopState.transportState === TransportStates.playing
@@ -41,5 +43,21 @@ Rectangle {
         text: root.statusText
         font: Theme.headline
         color: root.statusColor
+    }
+
+    Patience {
+        id: patience
+
+        isBusy: root.isWaitingForDisk
+    }
+
+    Spinner {
+        anchors.left: parent.right
+        anchors.leftMargin: Theme.iconLabelSpacing
+        anchors.verticalCenter: parent.verticalCenter
+        visible: patience.isOver
+
+        Accessible.role: Accessible.ProgressBar
+        Accessible.name: "Waiting for the disk..."
     }
 }

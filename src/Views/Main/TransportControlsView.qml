@@ -2,7 +2,8 @@ import QtQuick
 import Tessivo
 import Tessivo.Style
 
-// The four transport commands. Their availability, colours and keys depend on the loop state alone.
+// The four transport commands. Their availability, colours and keys depend on the loop state alone,
+// but for the keys while an earlier command waits for the disk: they count in their turn.
 Row {
     id: root
 
@@ -10,6 +11,7 @@ Row {
     required property real buttonSize
     // False while a sheet in front of the window has the keyboard focus.
     required property bool keysEnabled
+    property bool isWaitingForDisk: false
 
     signal record()
     signal play()
@@ -41,6 +43,7 @@ Row {
         available: root.recordButtonEnabled
         keys: ["Return", "Enter"]
         keysEnabled: root.keysEnabled
+        mayBecomeAvailable: root.isWaitingForDisk
         onTriggered: root.record()
     }
 
@@ -55,6 +58,7 @@ Row {
         available: root.playButtonEnabled
         keys: root.isRecording ? ["P"] : ["Space"]
         keysEnabled: root.keysEnabled
+        mayBecomeAvailable: root.isWaitingForDisk
         onTriggered: root.play()
     }
 
@@ -67,6 +71,7 @@ Row {
         available: root.loopState.canStop
         keys: root.isRecording ? ["Space"] : ["."]
         keysEnabled: root.keysEnabled
+        mayBecomeAvailable: root.isWaitingForDisk
         onTriggered: root.stop()
     }
 
@@ -79,6 +84,7 @@ Row {
         available: root.loopState.canClear
         keys: ["Ctrl+Backspace", "Ctrl+Delete"]
         keysEnabled: root.keysEnabled
+        mayBecomeAvailable: root.isWaitingForDisk
         onTriggered: root.clear()
     }
 }

@@ -186,9 +186,8 @@ LibraryTestCase {
         Disk.removeFileOf(0);
         compare(Machine.doAllActions(find(row("Beat"), "Load")), ["Press"]);
         tryCompare(window, "librarySheet", null);
-        wait(50);
+        tryCompare(window.viewModel.notices, "text", "The loop could not be loaded.");
         verify(!window.loopState.hasAudio);
-        compare(window.viewModel.notices.text, "The loop could not be loaded.");
     }
 
     function test_preview_and_its_marker() {

@@ -67,6 +67,22 @@ SheetTestCase {
         }
         window.loopState.showingLoopLibrary = false;
 
+        const places = () => ["Paused", "Input level", "Play"].map(
+            name => item(name).mapToItem(null, 0, 0)).join();
+        const before = places();
+        const spinner = item("Waiting for the disk...");
+        Disk.hold();
+        mouseClick(item("Play"));
+        verify(!spinner.visible, "at once");
+        tryVerify(() => spinner.visible);
+        compare(places(), before);
+        verify(spinner.mapToItem(content, spinner.width, 0).x < content.width);
+        Disk.finish();
+        tryVerify(() => item("Playing Loop"));
+        verify(!spinner.visible);
+        mouseClick(item("Stop"));
+        tryVerify(() => item("Paused"));
+
         for (const flag of ["showingSaveDialog", "showingLoopLibrary"]) {
             window.loopState[flag] = true;
             verify(!item("Record").parent.keysEnabled);

@@ -1,0 +1,39 @@
+#include "ViewModels/Main/CommandQueue.h"
+
+#include "Platform/System/CommandMoment.h"
+
+namespace tessivo {
+namespace {
+
+constexpr std::size_t kMostGiven = 100;
+
+} // namespace
+
+void CommandQueue::give(Command command) {
+    if (!isWaiting() && given_.empty()) {
+        command();
+    } else if (given_.size() < kMostGiven) {
+        given_.push_back({CommandMoment::current(), std::move(command)});
+    }
+}
+
+void CommandQueue::addWaiting(int works) {
+    waiting_ += works;
+    emit isWaitingChanged();
+}
+
+void CommandQueue::carryOutNext() {
+    if (isWaiting() || given_.empty()) {
+        return;
+    }
+    const Given next = std::move(given_.front());
+    {
+        const CommandMoment moment(next.moment);
+        next.command();
+    }
+    // Removed only here: what is given meanwhile comes later.
+    given_.pop_front();
+    MainQueue::post(this, [this] { carryOutNext(); });
+}
+
+} // namespace tessivo
