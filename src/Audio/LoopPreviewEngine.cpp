@@ -43,8 +43,9 @@ std::filesystem::path audioOf(const SavedLoop& loop) {
                             loop.filename().toStdString() + "\"");
 }
 
-// Keeps an engine until the device has taken the fade-out of its last preview, and then deletes
-// itself. When the application object ends first, the destructor waits for that.
+// Keeps an engine until the device has taken the fade-out of its last preview and no disk is waited
+// for, and then deletes itself. When the application object ends first, the destructor waits for
+// that.
 class FadeOut final : public QObject {
 public:
     FadeOut(std::unique_ptr<sound::AudioEngine> engine, std::shared_ptr<sound::PlayerNode> player)
@@ -70,7 +71,8 @@ protected:
 
 private:
     bool isOver() const {
-        return !player_->isFading() || std::chrono::steady_clock::now() >= deadline_;
+        const bool isFaded = !player_->isFading() || std::chrono::steady_clock::now() >= deadline_;
+        return isFaded && !(engine_ && engine_->isReading());
     }
 
     std::chrono::steady_clock::time_point deadline_ =
@@ -95,7 +97,8 @@ LoopPreviewEngine::LoopPreviewEngine(std::unique_ptr<sound::AudioDevice> device)
 
 LoopPreviewEngine::~LoopPreviewEngine() {
     stopPreview();
-    if (std::exchange(engineStarted_, false) && playerNode_->isFading()) {
+    if (std::exchange(engineStarted_, false) &&
+        (playerNode_->isFading() || audioEngine_->isReading())) {
         auto fadeOut = std::make_unique<FadeOut>(std::move(audioEngine_), std::move(playerNode_));
         if (auto* application = QCoreApplication::instance()) {
             fadeOut.release()->setParent(application);

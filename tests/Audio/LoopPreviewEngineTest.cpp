@@ -5,12 +5,32 @@
 #include <QCoreApplication>
 #include <QPointer>
 
+#include <atomic>
 #include <cmath>
+#include <future>
+#include <sys/stat.h>
+#include <sys/syscall.h>
 #include <thread>
+#include <unistd.h>
 
 using namespace tessivo;
 using namespace tessivo::test;
 using std::chrono::milliseconds;
+
+namespace {
+
+std::atomic<bool> readsWait = false;
+
+} // namespace
+
+// What is read of files waits, as on a disk that does not answer.
+extern "C" ssize_t read(int descriptor, void* data, std::size_t size) {
+    struct stat status {};
+    while (readsWait && fstat(descriptor, &status) == 0 && S_ISREG(status.st_mode)) {
+        std::this_thread::sleep_for(milliseconds(1));
+    }
+    return syscall(SYS_read, descriptor, data, size);
+}
 
 namespace {
 
@@ -186,6 +206,23 @@ TEST(LoopPreviewEngineTest, EngineThatGoesFadesOutAndIsGoneSoonAlsoWithoutCycles
         };
         EXPECT_TRUE(runUntil(isGone, milliseconds(500)));
     }
+}
+
+TEST(LoopPreviewEngineTest, EngineThatGoesWhileADiskDoesNotAnswerLeavesTheWindowAlone) {
+    PreviewRig rig;
+    rig.preview(rig.save("long", noise(960'000, 1)));
+    hearStart(*rig.device, 960);
+    readsWait = true;
+    hear(*rig.device, 48000); // more is wanted of the file
+    rig.engine->stopPreview();
+    const auto answer = std::async(std::launch::async, [] {
+        std::this_thread::sleep_for(milliseconds(1000));
+        readsWait = false;
+    });
+    const auto began = std::chrono::steady_clock::now();
+    rig.engine.reset();
+    runFor(milliseconds(400));
+    EXPECT_LT(std::chrono::steady_clock::now() - began, milliseconds(800));
 }
 
 TEST(LoopPreviewEngineTest, PreviewThatNobodyHearsEndsByItself) {

@@ -135,6 +135,10 @@ AudioEngine::Statistics AudioEngine::statistics() const {
             capture_.overrunFrames(), timeline_.losses()};
 }
 
+bool AudioEngine::isReading() const {
+    return readerThread_ && readerThread_->isDecoding();
+}
+
 ReaderThread& AudioEngine::readerThread() {
     if (!readerThread_) {
         readerThread_ = std::make_unique<ReaderThread>(output_.limit(), diagnostics_);

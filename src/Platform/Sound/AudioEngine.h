@@ -63,6 +63,10 @@ public:
     // nodes' formats have been renewed.
     void setConfigurationChangeHandler(std::function<void()> handler);
 
+    // A file is being read, for which the destructor would wait. When all players have been
+    // stopped, nothing is read any more after that.
+    bool isReading() const;
+
     struct Statistics {
         std::int64_t underrunFrames = 0; // a player had too little decoded
         std::int64_t overrunFrames = 0;  // captured while the tap queue was full

@@ -40,6 +40,7 @@ void ReaderThread::run(const std::stop_token& stop) {
         woken_ = false;
         std::move(added_.begin(), added_.end(), std::back_inserter(players));
         added_.clear();
+        decoding_ = true;
         lock.unlock();
 
         std::optional<milliseconds> wait;
@@ -54,6 +55,7 @@ void ReaderThread::run(const std::stop_token& stop) {
         std::erase_if(players, [](const auto& player) { return player->isRetired(); });
         reportUnderruns();
         reportLimit(limited);
+        decoding_ = false;
 
         lock.lock();
         const auto isWoken = [this] {

@@ -32,6 +32,9 @@ public:
     // Main thread: a player has new orders.
     void wake();
 
+    // It decodes at this moment, for which its end would wait. Any thread.
+    bool isDecoding() const { return decoding_.load(std::memory_order_relaxed); }
+
     // Frames that players could not deliver in time. The audio callback counts, any thread
     // reads.
     const std::shared_ptr<std::atomic<std::int64_t>>& underruns() const { return underruns_; }
@@ -46,6 +49,7 @@ private:
     const DiagnosticSink diagnostics_;
     const std::shared_ptr<std::atomic<std::int64_t>> underruns_ =
         std::make_shared<std::atomic<std::int64_t>>(0);
+    std::atomic<bool> decoding_ = false;
     std::int64_t reportedUnderruns_ = 0; // reader thread
     bool limitReported_ = false;         // reader thread
 
