@@ -21,6 +21,7 @@
 #include <QTest>
 #include <QWindow>
 #include <QtQml/qqml.h>
+#include <qpa/qwindowsysteminterface.h>
 
 #include <future>
 #include <optional>
@@ -65,6 +66,17 @@ public:
         for (int i = 0; i < repeats; ++i)
             QTest::simulateEvent(window, true, code, Qt::NoModifier, text, true);
         QTest::simulateEvent(window, false, code, Qt::NoModifier, text, false);
+    }
+
+    // All keys come before the event loop turns.
+    Q_INVOKABLE void pressAtOnce(QWindow* window, const QList<int>& keys) {
+        for (const int key : keys) {
+            const auto pressed = QKeyCombination::fromCombined(key);
+            for (const auto type : {QEvent::KeyPress, QEvent::KeyRelease})
+                QWindowSystemInterface::handleKeyEvent(window, type, pressed.key(),
+                                                       pressed.keyboardModifiers());
+        }
+        QWindowSystemInterface::sendWindowSystemEvents(QEventLoop::AllEvents);
     }
 
     // Does every action that the item offers to assistive technology, and names them.

@@ -118,31 +118,20 @@ TEST(RecordAndLoopTest, HeldKeyTriggersOnceAndSpaceEndsATakeWithoutPlayingIt) {
 }
 
 // The program stands still meanwhile, and gets both in one go.
-TEST(RecordAndLoopTest, KeysThatComeAtOnceActAsTwoPresses) {
+TEST(RecordAndLoopTest, ATakeIsAsLongAsTheKeysWereApartThatComeAtOnce) {
     Stage stage;
     stage.start();
     AppProcess& app = *stage.app;
     app.await("Input monitoring disabled");
-    const auto press = [&](const char* first, const char* second) {
-        kill(app.id(), SIGSTOP);
-        app.press(first);
-        std::this_thread::sleep_for(400ms);
-        app.press(second);
-        kill(app.id(), SIGCONT);
-    };
-    press("Return", "space");
+    kill(app.id(), SIGSTOP);
+    app.press("Return");
+    std::this_thread::sleep_for(400ms);
+    app.press("space");
+    kill(app.id(), SIGCONT);
     app.await("Final recording URL");
     const auto frames = static_cast<double>(readFile(stage.newestTake())[0].size());
     EXPECT_GE(frames / kRate, 0.4);
-    EXPECT_LT(frames / kRate, 0.6) << "to the moment of the second key";
-    press("space", "period");
-    app.await("Playback stopped");
-    EXPECT_EQ(app.count("Playback started with looping"), 1U);
-    press("Return", "Return");
-    app.await("Playback started with looping");
-    press("period", "ctrl+Delete");
-    app.await("Loop cleared");
-    EXPECT_EQ(app.count("startRecording() called"), 2U);
+    EXPECT_LT(frames / kRate, 0.6);
 }
 
 } // namespace

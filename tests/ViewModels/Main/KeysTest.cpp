@@ -1,7 +1,6 @@
 #include "ViewModels/Main/TimedApplication.h"
 
 #include "Platform/System/CommandMoment.h"
-#include "Platform/System/MainQueue.h"
 #include "ViewModels/Main/HeldKeys.h"
 
 #include <gtest/gtest.h>
@@ -95,17 +94,6 @@ TEST(KeysTest, CountFromTheirTimeStampsAndAHeldOneIsMarkedAsARepeat) {
     EXPECT_EQ(window.activated, Moment{});
     press(Qt::Key_F, stampOf(given) + 41);
     EXPECT_EQ(window.activated, given + 41ms) << "pressed once more";
-
-    // Two keys in one go, of which the second means something only after the first.
-    window.activated = {};
-    shortcut.setEnabled(false);
-    QShortcut first(QKeySequence(Qt::Key_G), &window);
-    QObject::connect(&first, &QShortcut::activated,
-                     [&] { MainQueue::post([&] { shortcut.setEnabled(true); }); });
-    for (const Qt::Key key : {Qt::Key_G, Qt::Key_F}) {
-        press(key, stampOf(given) + 42);
-    }
-    EXPECT_EQ(window.activated, given + 42ms);
 
     // Across the end of the 32 bits.
     const Moment early{50ms + std::chrono::milliseconds(std::int64_t{1} << 32)};

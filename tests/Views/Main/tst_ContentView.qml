@@ -91,6 +91,33 @@ SheetTestCase {
         }
     }
 
+    function test_keys_that_come_at_once_act_as_two_presses_data() {
+        const keys = { Record: Qt.Key_Return, Play: Qt.Key_Space, Stop: Qt.Key_Period,
+            Clear: Qt.Key_Delete | Qt.ControlModifier };
+        const rows = [];
+        for (const first in keys)
+            for (const second in keys)
+                rows.push({ tag: first + " " + second, keys: [keys[first], keys[second]] });
+        return rows;
+    }
+    function test_keys_that_come_at_once_act_as_two_presses(data) {
+        const outcomes = [true, false].map(atOnce => {
+            makeWindow();
+            activate(window);
+            Disk.playIn(window.viewModel);
+            for (const keys of atOnce ? [data.keys] : data.keys.map(key => [key])) {
+                Machine.pressAtOnce(window, keys);
+                if (!atOnce)
+                    Disk.finish();
+            }
+            wait(150); // a loop plays a tenth of a second after its take
+            Disk.finish();
+            return [window.loopState.transportState, window.loopState.hasAudio,
+                window.viewModel.notices.text].join();
+        });
+        compare(outcomes[0], outcomes[1]);
+    }
+
     function test_a_notice_takes_only_space_that_nothing_else_has() {
         makeWindow();
         activate(window);
