@@ -22,6 +22,7 @@
 #include <string>
 
 using namespace tessivo;
+using benchmark::cpuTime;
 using benchmark::folder;
 using benchmark::kRate;
 using benchmark::loopsWithNames;
@@ -33,9 +34,15 @@ using Clock = std::chrono::steady_clock;
 
 namespace {
 
-constexpr double kStallLimit = 50.0; // ms
-constexpr double kListLimit = 1000.0;
-constexpr double kKeystrokeLimit = 8.0;
+constexpr double kStallLimit = 50.0;  // ms
+constexpr double kListLimit = 1000.0; // for 10,000 loops
+constexpr double kKeystrokeLimit = 16.0;
+constexpr auto kPatience = std::chrono::seconds(60);
+
+double listLimit(std::size_t loops) {
+    return kListLimit * std::max(1.0, static_cast<double>(loops) / 1e4);
+}
+
 std::vector<SavedLoop> manyLoops(int count) {
     std::vector<SavedLoop> loops;
     for (int i = 0; i < count; ++i) {
@@ -63,7 +70,7 @@ Loading load() {
     LoopLibrary library;
     QObject::connect(&library, &LoopLibrary::savedLoopsChanged,
                      [&] { result.list = millisecondsBetween(begin, Clock::now()); });
-    benchmark::runEventsUntil([&] { return result.list > 0.0; }, std::chrono::seconds(60));
+    benchmark::runEventsUntil([&] { return result.list > 0.0; }, kPatience);
     benchmark::runEventsFor(std::chrono::milliseconds(20));
     result.stall = meter.longest();
     result.loops = library.savedLoops().size();
@@ -85,7 +92,7 @@ bool report(const char* what, const std::vector<Loading>& runs, std::size_t expe
                 "main thread %.1f ms (worst %.1f ms)%s\n",
                 what, list.median, runs.size(), list.worst, stall.median, stall.worst,
                 complete ? "" : ", LOOPS MISSING");
-    return complete && list.worst <= kListLimit && stall.worst <= kStallLimit;
+    return complete && list.worst <= listLimit(expected) && stall.worst <= kStallLimit;
 }
 
 int list(int count) {
@@ -121,10 +128,11 @@ int list(int count) {
 struct Browsing {
     double list = 0.0;
     double stall = 0.0;
+    double earlyStall = 0.0;
 };
 
 // A view's own work is left out of these.
-Browsing browse(Times& keystrokes, Times& orders, Times& early) {
+Browsing browse(int foundEarly, Times& keystrokes, Times& orders, Times& early) {
     Browsing result;
     StallMeter meter;
     benchmark::runEventsFor(std::chrono::milliseconds(20));
@@ -136,7 +144,7 @@ Browsing browse(Times& keystrokes, Times& orders, Times& early) {
     };
     LoopLibraryViewModel model(makeEngine());
     const auto* const rows = model.loops();
-    benchmark::runEventsUntil([&] { return rows->rowCount() > 0; }, std::chrono::seconds(60));
+    benchmark::runEventsUntil([&] { return rows->rowCount() > 0; }, kPatience);
     result.list = millisecondsBetween(begin, Clock::now());
     benchmark::runEventsFor(std::chrono::milliseconds(200)); // the keys come meanwhile
     result.stall = meter.longest();
@@ -167,37 +175,56 @@ Browsing browse(Times& keystrokes, Times& orders, Times& early) {
         }
     }
 
-    // A search before any key has been made ahead.
+    // A search in the turn in which the list comes.
     LoopLibraryViewModel other(makeEngine());
+    StallMeter earlyMeter;
+    auto searched = begin;
+    double cpu = 0.0;
     QObject::connect(&other, &LoopLibraryViewModel::libraryStatsChanged, &other, [&] {
-        early.measure([&] { other.setSearchText(QStringLiteral("b")); });
-        QCoreApplication::quit();
+        searched = Clock::now();
+        cpu = cpuTime();
+        other.setSearchText(QStringLiteral("b"));
     });
-    QCoreApplication::exec();
+    benchmark::runEventsUntil([&] { return cpu > 0.0 && other.loops()->rowCount() == foundEarly; },
+                              kPatience);
+    early.add(millisecondsBetween(searched, Clock::now()), cpuTime() - cpu);
+    result.earlyStall = earlyMeter.longest();
     return result;
 }
 
 int browse(int count) {
-    LibraryFile::write(loopsWithNames(count));
+    const auto loops = loopsWithNames(count);
+    LibraryFile::write(loops);
+    const auto foundEarly =
+        static_cast<int>(std::count_if(loops.begin(), loops.end(), [](auto& loop) {
+            return loop.name().contains(u'b', Qt::CaseInsensitive);
+        }));
     std::vector<double> lists;
     std::vector<double> stalls;
+    std::vector<double> earlyStalls;
     Times keystrokes;
     Times orders;
     Times early;
     for (int run = 0; run < 5; ++run) {
-        const Browsing result = browse(keystrokes, orders, early);
+        const Browsing result = browse(foundEarly, keystrokes, orders, early);
         lists.push_back(result.list);
         stalls.push_back(result.stall);
+        earlyStalls.push_back(result.earlyStall);
     }
     const auto list = benchmark::spreadOf(lists);
     const auto stall = benchmark::spreadOf(stalls);
+    const auto earlyStall = benchmark::spreadOf(earlyStalls);
     std::printf("%d loops: rows after %.0f ms (worst of 5: %.0f ms), longest stall of the main "
                 "thread from the start until the keys are made %.1f ms (worst %.1f ms)\n",
                 count, list.median, list.worst, stall.median, stall.worst);
-    bool good = list.worst <= kListLimit && stall.worst <= kStallLimit;
+    bool good = list.worst <= listLimit(loops.size()) && stall.worst <= kStallLimit &&
+                earlyStall.worst <= kStallLimit;
     good = keystrokes.report("key stroke to new list", kKeystrokeLimit) && good;
-    good = orders.report("another order", kKeystrokeLimit) && good;
-    good = early.report("search within the turn in which the list comes", kStallLimit) && good;
+    good = orders.report("another order", kStallLimit) && good;
+    good =
+        early.report("search in the turn in which the list comes, to its list", kListLimit) && good;
+    std::printf("  longest stall of the main thread %.1f ms (worst %.1f ms)\n", earlyStall.median,
+                earlyStall.worst);
     return good ? 0 : 1;
 }
 
