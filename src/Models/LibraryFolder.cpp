@@ -8,6 +8,7 @@
 #include <QFile>
 #include <QFileInfo>
 
+#include <algorithm>
 #include <exception>
 #include <filesystem>
 #include <iterator>
@@ -32,13 +33,19 @@ SavedLoop recordOf(const QFileInfo& file) {
 
 } // namespace
 
+bool isNewer(const SavedLoop& a, const SavedLoop& b) {
+    return a.createdDate() > b.createdDate();
+}
+
 // By way of a list, whose sort is stable: std::stable_sort takes its memory in a way that newer
-// compilers warn of.
+// compilers warn of. Nearly always nothing is to be done.
 void sortNewestFirst(std::vector<SavedLoop>& loops) {
+    if (std::is_sorted(loops.begin(), loops.end(), isNewer)) {
+        return;
+    }
     std::list<SavedLoop> sorted(std::make_move_iterator(loops.begin()),
                                 std::make_move_iterator(loops.end()));
-    sorted.sort(
-        [](const SavedLoop& a, const SavedLoop& b) { return a.createdDate() > b.createdDate(); });
+    sorted.sort(isNewer);
     loops.assign(std::make_move_iterator(sorted.begin()), std::make_move_iterator(sorted.end()));
 }
 

@@ -21,6 +21,7 @@ public:
     static Checked checked(const std::vector<SavedLoop>& loops);
 };
 
+bool isNewer(const SavedLoop& a, const SavedLoop& b);
 // Loops of one date keep their order.
 void sortNewestFirst(std::vector<SavedLoop>& loops);
 

@@ -11,6 +11,7 @@
 #include <algorithm>
 #include <exception>
 #include <limits>
+#include <memory>
 #include <numeric>
 #include <string>
 #include <utility>
@@ -46,8 +47,8 @@ Change addition(const SavedLoop& loop) {
     return [loop](Loops& loops) {
         std::erase_if(loops,
                       [&](const auto& other) { return other.filename() == loop.filename(); });
-        loops.push_back(loop);
         sortNewestFirst(loops);
+        loops.insert(std::upper_bound(loops.begin(), loops.end(), loop, isNewer), loop);
     };
 }
 
@@ -82,6 +83,7 @@ LoopLibrary::LoopLibrary(QObject* parent)
 
 LoopLibrary::~LoopLibrary() {
     std::erase(loadingStores(), this);
+    BackgroundQueue::destroy(std::move(savedLoops_));
 }
 
 // Takes a result of this load, or of the rebuild after it, to the main thread. It is ignored if
@@ -114,8 +116,8 @@ void LoopLibrary::loadInBackground(const Reply& reply) {
                               [reply, content = std::move(content)] {
                                   auto [loops, orphans] = LibraryFolder::checked(content.loops);
                                   reply([loops = std::move(loops), orphans = std::move(orphans),
-                                         isOnDisk = content.isOnDisk](LoopLibrary& self) {
-                                      self.finishLoading(loops, orphans, isOnDisk);
+                                         isOnDisk = content.isOnDisk](LoopLibrary& self) mutable {
+                                      self.finishLoading(std::move(loops), orphans, isOnDisk);
                                   });
                               });
     } catch (const std::exception& error) {
@@ -144,8 +146,8 @@ void LoopLibrary::failLoading(const std::string& reason) {
 void LoopLibrary::rebuildLibraryFromFiles() {
     BackgroundQueue::post(BackgroundQueue::Priority::userInitiated, [reply = replyToThisLoad()] {
         try {
-            reply(
-                [loops = LibraryFolder::loops()](LoopLibrary& self) { self.finishRebuild(loops); });
+            reply([loops = std::make_shared<const Loops>(LibraryFolder::loops())](
+                      LoopLibrary& self) { self.finishRebuild(loops); });
         } catch (const std::exception& error) {
             reply([reason = std::string(error.what())](LoopLibrary& self) {
                 self.failRebuild(reason);
@@ -155,13 +157,10 @@ void LoopLibrary::rebuildLibraryFromFiles() {
 }
 
 // If a change has made the file readable meanwhile, it stays as it is.
-void LoopLibrary::finishRebuild(Loops loops) {
-    const auto rebuilt = [loops] {
-        return loops;
-    };
-    publishLoaded(std::move(loops));
+void LoopLibrary::finishRebuild(const std::shared_ptr<const Loops>& loops) {
+    publishLoaded(*loops);
     publish(lastError_, std::nullopt, &LoopLibrary::lastErrorChanged);
-    saveLibrary([rebuilt] { LibraryFile::update([](Loops&) {}, rebuilt); });
+    saveLibrary([loops] { LibraryFile::update([](Loops&) {}, [&] { return *loops; }); });
     logLine("Successfully rebuilt library with " + std::to_string(savedLoops_.size()) + " loops");
 }
 
@@ -177,7 +176,10 @@ void LoopLibrary::publishLoaded(Loops loops) {
     for (const auto& change : std::exchange(changesDuringLoad_, {})) {
         change(loops);
     }
-    publish(savedLoops_, std::move(loops), &LoopLibrary::savedLoopsChanged);
+    emit objectWillChange();
+    savedLoops_.swap(loops);
+    emit savedLoopsChanged();
+    BackgroundQueue::destroy(std::move(loops)); // observers have let go of the old ones
 }
 
 void LoopLibrary::change(const Change& change) {
@@ -186,9 +188,10 @@ void LoopLibrary::change(const Change& change) {
 }
 
 void LoopLibrary::show(const Change& change) {
-    Loops loops = savedLoops_;
-    change(loops);
-    publish(savedLoops_, std::move(loops), &LoopLibrary::savedLoopsChanged);
+    // In place: the copy of a long list would be felt.
+    emit objectWillChange();
+    change(savedLoops_);
+    emit savedLoopsChanged();
     tellLoadingStores(change);
 }
 

@@ -9,6 +9,7 @@
 
 #include <exception>
 #include <functional>
+#include <memory>
 #include <optional>
 #include <string>
 #include <vector>
@@ -76,7 +77,7 @@ private:
     void finishLoading(Loops loops, const Loops& orphans, bool isOnDisk);
     void failLoading(const std::string& reason);
     void rebuildLibraryFromFiles();
-    void finishRebuild(Loops loops);
+    void finishRebuild(const std::shared_ptr<const Loops>& loops);
     void failRebuild(const std::string& reason);
     void publishLoaded(Loops loops);
     void change(const Change& change);

@@ -2,6 +2,7 @@
 
 #include <QHashFunctions>
 
+#include <algorithm>
 #include <utility>
 
 namespace tessivo {
@@ -12,6 +13,10 @@ QString canonical(const QString& text) {
     return text.normalized(QString::NormalizationForm_D);
 }
 
+bool hasOneSpelling(QChar c) {
+    return !c.isSurrogate() && c.combiningClass() == 0 && c.decompositionTag() != QChar::Canonical;
+}
+
 } // namespace
 
 SecondsSince2001 secondsSince2001Now() {
@@ -19,7 +24,15 @@ SecondsSince2001 secondsSince2001Now() {
 }
 
 bool sameText(const QString& a, const QString& b) {
-    return a == b || canonical(a) == canonical(b);
+    const auto [inA, inB] = std::mismatch(a.begin(), a.end(), b.begin(), b.end());
+    if (inA == a.end() && inB == b.end()) {
+        return true;
+    }
+    // Nearly all names of a large library differ at a plain letter, and need no normalizing.
+    if ((inA == a.end() || hasOneSpelling(*inA)) && (inB == b.end() || hasOneSpelling(*inB))) {
+        return false;
+    }
+    return canonical(a) == canonical(b);
 }
 
 SavedLoop::SavedLoop(QString name, QString filename, SecondsSince2001 createdDate, double duration,

@@ -64,7 +64,7 @@ LoopLibraryViewModel::LoopLibraryViewModel(std::unique_ptr<LoopPreviewEngine> pr
     : ObservableObject(parent)
     , previewEngine_(std::move(previewEngine))
     , catalogue_(std::make_unique<LoopCatalogue>())
-    , rows_(std::make_unique<LoopListModel>()) {
+    , rows_(std::make_unique<LoopListModel>(*catalogue_)) {
     observeStore();
     observePreview();
 }
@@ -76,6 +76,7 @@ LoopLibraryViewModel::~LoopLibraryViewModel() {
 
 void LoopLibraryViewModel::observeStore() {
     connect(&loopLibrary_, &LoopLibrary::savedLoopsChanged, this, &LoopLibraryViewModel::takeLoops);
+    connect(catalogue_.get(), &LoopCatalogue::becameReady, this, &LoopLibraryViewModel::showRows);
     connect(&loopLibrary_, &LoopLibrary::isLoadingChanged, this,
             &LoopLibraryViewModel::isLoadingChanged);
     connect(&loopLibrary_, &LoopLibrary::lastErrorChanged, this, [this] {
@@ -100,11 +101,15 @@ void LoopLibraryViewModel::observePreview() {
 void LoopLibraryViewModel::takeLoops() {
     catalogue_->setLoops(loopLibrary_.savedLoops());
     showRows();
+    rows_->refreshLoops();
     emit libraryStatsChanged();
 }
 
+// In a large library that has just been read they follow when the catalogue is ready.
 void LoopLibraryViewModel::showRows() {
-    rows_->setRows(catalogue_->rows(searchText_, sortOrder_));
+    if (catalogue_->isReadyFor(searchText_, sortOrder_)) {
+        rows_->setRows(catalogue_->list(searchText_, sortOrder_));
+    }
 }
 
 // The identity is looked up when the preview starts, because the engine keeps the record of that
@@ -121,8 +126,8 @@ QAbstractItemModel* LoopLibraryViewModel::loops() const {
 
 std::vector<SavedLoop> LoopLibraryViewModel::filteredAndSortedLoops() const {
     std::vector<SavedLoop> loops;
-    for (auto& row : catalogue_->rows(searchText_, sortOrder_)) {
-        loops.push_back(std::move(row.loop));
+    for (const auto identity : catalogue_->list(searchText_, sortOrder_)) {
+        loops.push_back(catalogue_->loop(identity));
     }
     return loops;
 }
@@ -149,7 +154,7 @@ bool LoopLibraryViewModel::isPreviewingLoop(const SavedLoop& loop) const {
     return previewEngine_->isPreviewingLoop(loop);
 }
 
-// The rows change before the signal, so that its receivers see the new result.
+// The rows change before the signal, so that its receivers see the new result if it can be had.
 void LoopLibraryViewModel::setSearchText(const QString& text) {
     publish(searchText_, text);
     showRows();

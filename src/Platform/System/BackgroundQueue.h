@@ -1,6 +1,7 @@
 #pragma once
 
 #include <functional>
+#include <utility>
 
 namespace tessivo {
 
@@ -22,6 +23,11 @@ public:
     // own. Such a task may also call post(); a task given to post() that calls postInOrder() must
     // wait for what it posts.
     static void postInOrder(std::function<void()> task);
+
+    // Ends the life of something large, which takes a while.
+    template <typename Large> static void destroy(Large&& large) {
+        post(Priority::utility, [kept = std::forward<Large>(large)] {});
+    }
 
     // Returns when no task is waiting or running.
     static void waitForAll();

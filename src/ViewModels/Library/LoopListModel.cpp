@@ -14,7 +14,7 @@
 namespace tessivo {
 namespace {
 
-using Row = LoopListModel::Row;
+using Rows = LoopListModel::Rows;
 
 // A list view takes 10 to 20 us for each step; more steps than this would be felt while typing.
 constexpr int kMostSteps = 64;
@@ -43,7 +43,7 @@ std::optional<int> onlyOneOutOfPlace(const std::vector<int>& places) {
     return std::nullopt;
 }
 
-int size(const std::vector<Row>& rows) {
+int size(const Rows& rows) {
     return static_cast<int>(rows.size());
 }
 
@@ -52,13 +52,13 @@ int size(const std::vector<Row>& rows) {
 // How one list becomes another: the rows that are removed and inserted, or the one that moves.
 class LoopListModel::Steps {
 public:
-    Steps(const std::vector<Row>& from, const std::vector<Row>& to);
+    Steps(const Rows& from, const Rows& to);
 
     // Whether a list view can follow in time and without losing its scroll position, which it may
     // lose when several rows move, or one row together with other steps.
     bool areFew() const { return count_ <= kMostSteps && (inOrder_ || moved_); }
     // The place of a row in the new list; -1 when it is removed.
-    int placeOf(const Row& row) const { return places_[row.identity]; }
+    int placeOf(Identity row) const { return places_[row]; }
     // Whether the row at this place of the new list is inserted.
     bool isNew(int place) const { return isNew_[static_cast<std::size_t>(place)]; }
     // The row that moves, if that is the only change.
@@ -72,21 +72,21 @@ private:
     std::optional<int> moved_;
 };
 
-LoopListModel::Steps::Steps(const std::vector<Row>& from, const std::vector<Row>& to)
+LoopListModel::Steps::Steps(const Rows& from, const Rows& to)
     : isNew_(to.size(), true) {
     Identity largest = 0;
     for (const auto* rows : {&from, &to}) {
-        for (const Row& row : *rows) {
-            largest = std::max(largest, row.identity);
+        for (const Identity row : *rows) {
+            largest = std::max(largest, row);
         }
     }
     places_.assign(std::size_t{largest} + 1, -1);
     for (int place = 0; place < size(to); ++place) {
-        places_[to[static_cast<std::size_t>(place)].identity] = place;
+        places_[to[static_cast<std::size_t>(place)]] = place;
     }
     std::vector<int> kept;
     bool previousIsKept = true;
-    for (const Row& row : from) {
+    for (const Identity row : from) {
         const int place = placeOf(row);
         const bool isKept = place >= 0;
         if (isKept) {
@@ -105,14 +105,15 @@ LoopListModel::Steps::Steps(const std::vector<Row>& from, const std::vector<Row>
     }
 }
 
-LoopListModel::LoopListModel(QObject* parent)
-    : QAbstractListModel(parent) {
+LoopListModel::LoopListModel(const LoopCatalogue& catalogue, QObject* parent)
+    : QAbstractListModel(parent)
+    , catalogue_(catalogue) {
     datesTimer_.setSingleShot(true);
     datesTimer_.setTimerType(Qt::PreciseTimer); // a coarse timer may fire before the second is over
     connect(&datesTimer_, &QTimer::timeout, this, &LoopListModel::refreshDates);
 }
 
-void LoopListModel::setRows(std::vector<Row> rows) {
+void LoopListModel::setRows(const Rows& rows) {
     const Steps steps(rows_, rows);
     if (steps.areFew()) {
         follow(steps, rows);
@@ -122,7 +123,13 @@ void LoopListModel::setRows(std::vector<Row> rows) {
     awaitNextDates();
 }
 
-void LoopListModel::follow(const Steps& steps, std::vector<Row>& rows) {
+void LoopListModel::refreshLoops() {
+    if (!rows_.empty()) {
+        emit dataChanged(index(0), index(size(rows_) - 1));
+    }
+}
+
+void LoopListModel::follow(const Steps& steps, const Rows& rows) {
     for (int end = size(rows_); end > 0;) {
         const auto isGone = [&](int row) {
             return steps.placeOf(rows_[static_cast<std::size_t>(row)]) < 0;
@@ -159,30 +166,15 @@ void LoopListModel::follow(const Steps& steps, std::vector<Row>& rows) {
         }
         begin = end;
     }
-
-    int first = -1;
-    int last = -1;
-    for (int row = 0; row < size(rows); ++row) {
-        Row& shown = rows_[static_cast<std::size_t>(row)];
-        Row& wanted = rows[static_cast<std::size_t>(row)];
-        if (!steps.isNew(row) && !(shown.loop == wanted.loop)) {
-            shown.loop = std::move(wanted.loop);
-            first = first < 0 ? row : first;
-            last = row;
-        }
-    }
-    if (first >= 0) {
-        emit dataChanged(index(first), index(last));
-    }
 }
 
-void LoopListModel::showOthers(std::vector<Row>& rows) {
+void LoopListModel::showOthers(const Rows& rows) {
     const int common = std::min(size(rows_), size(rows));
     if (size(rows_) > common) {
         removeFrom(common, size(rows_) - common);
     }
     if (common > 0) {
-        std::move(rows.begin(), rows.begin() + common, rows_.begin());
+        std::copy(rows.begin(), rows.begin() + common, rows_.begin());
         emit dataChanged(index(0), index(common - 1));
     }
     if (size(rows) > common) {
@@ -196,11 +188,10 @@ void LoopListModel::removeFrom(int row, int count) {
     endRemoveRows();
 }
 
-// Moves the rows out of the same places of the other list.
-void LoopListModel::insertAt(int row, std::vector<Row>& rows, int count) {
+// The rows at the same places of the other list.
+void LoopListModel::insertAt(int row, const Rows& rows, int count) {
     beginInsertRows({}, row, row + count - 1);
-    rows_.insert(rows_.begin() + row, std::make_move_iterator(rows.begin() + row),
-                 std::make_move_iterator(rows.begin() + row + count));
+    rows_.insert(rows_.begin() + row, rows.begin() + row, rows.begin() + row + count);
     endInsertRows();
 }
 
@@ -210,7 +201,7 @@ void LoopListModel::setPreviewed(std::optional<Identity> loop) {
     }
     const auto before = std::exchange(previewed_, loop);
     for (int row = 0; row < size(rows_); ++row) {
-        const Identity identity = rows_[static_cast<std::size_t>(row)].identity;
+        const Identity identity = rows_[static_cast<std::size_t>(row)];
         if (before == identity || previewed_ == identity) {
             emit dataChanged(index(row), index(row), {isPreviewingRole});
         }
@@ -231,8 +222,8 @@ void LoopListModel::awaitNextDates() {
         return;
     }
     const auto now = secondsSince2001Now();
-    const bool countsSeconds = std::any_of(rows_.begin(), rows_.end(), [&](const Row& row) {
-        return std::abs((row.loop.createdDate() - now).count()) < 60.0;
+    const bool countsSeconds = std::any_of(rows_.begin(), rows_.end(), [&](Identity row) {
+        return std::abs((catalogue_.loop(row).createdDate() - now).count()) < 60.0;
     });
     datesTimer_.start(countsSeconds ? std::chrono::seconds(1) : std::chrono::seconds(60));
 }
@@ -245,19 +236,19 @@ QVariant LoopListModel::data(const QModelIndex& index, int role) const {
     if (!checkIndex(index, CheckIndexOption::IndexIsValid)) {
         return {};
     }
-    const Row& row = rows_[static_cast<std::size_t>(index.row())];
+    const Identity row = rows_[static_cast<std::size_t>(index.row())];
+    const SavedLoop& loop = catalogue_.loop(row);
     switch (role) {
     case loopRole:
-        return QVariant::fromValue(row.loop);
+        return QVariant::fromValue(loop);
     case durationTextRole:
-        return AudioUtils::formatDuration(row.loop.duration());
+        return AudioUtils::formatDuration(loop.duration());
     case fileSizeTextRole:
-        return formatFileSize(row.loop.fileSize());
+        return formatFileSize(loop.fileSize());
     case createdTextRole:
-        return dateFormatter_.format(toDateTime(row.loop.createdDate()),
-                                     QDateTime::currentDateTime());
+        return dateFormatter_.format(toDateTime(loop.createdDate()), QDateTime::currentDateTime());
     case isPreviewingRole:
-        return previewed_ == row.identity;
+        return previewed_ == row;
     default:
         return {};
     }

@@ -1,14 +1,12 @@
 #pragma once
 
-#include "Models/SavedLoop.h"
 #include "Platform/System/RelativeDateFormatter.h"
+#include "ViewModels/Library/LoopCatalogue.h"
 
 #include <QAbstractListModel>
 #include <QTimer>
 
-#include <cstdint>
 #include <optional>
-#include <vector>
 
 namespace tessivo {
 
@@ -27,18 +25,16 @@ public:
         isPreviewingRole         // "isPreviewing"
     };
 
-    // The same number for the same loop, also after a rename, which replaces its record. The
-    // numbers count loops from 0, so they can index a vector.
-    using Identity = std::uint32_t;
-    struct Row {
-        Identity identity = 0;
-        SavedLoop loop;
-    };
+    using Identity = LoopCatalogue::Identity;
+    using Rows = LoopCatalogue::Identities;
 
-    explicit LoopListModel(QObject* parent = nullptr);
+    // The catalogue has the records and outlives the model.
+    explicit LoopListModel(const LoopCatalogue& catalogue, QObject* parent = nullptr);
 
-    // No two of them have the same identity.
-    void setRows(std::vector<Row> rows);
+    // All of them are different.
+    void setRows(const Rows& rows);
+    // Shows the records that the catalogue has now.
+    void refreshLoops();
     // The loop that is being previewed, if any.
     void setPreviewed(std::optional<Identity> loop);
 
@@ -49,14 +45,15 @@ public:
 private:
     class Steps;
 
-    void follow(const Steps& steps, std::vector<Row>& rows);
-    void showOthers(std::vector<Row>& rows);
+    void follow(const Steps& steps, const Rows& rows);
+    void showOthers(const Rows& rows);
     void removeFrom(int row, int count);
-    void insertAt(int row, std::vector<Row>& rows, int count);
+    void insertAt(int row, const Rows& rows, int count);
     void refreshDates();
     void awaitNextDates();
 
-    std::vector<Row> rows_;
+    const LoopCatalogue& catalogue_;
+    Rows rows_;
     std::optional<Identity> previewed_;
     RelativeDateFormatter dateFormatter_;
     QTimer datesTimer_;
