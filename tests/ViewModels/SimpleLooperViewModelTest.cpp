@@ -148,7 +148,7 @@ TEST(SimpleLooperViewModelTest, OnASlowDiskCommandsTakeEffectInOrder) {
             EXPECT_TRUE(rig.state->hasAudio());
         }
         EXPECT_FALSE(rig.looper->isWaitingForDisk());
-        const std::filesystem::directory_iterator takes(rig.home.recordings());
+        const std::filesystem::directory_iterator takes(TemporaryHome::recordings());
         return std::tuple(rig.state->transportState(), rig.state->hasAudio(),
                           std::distance(takes, {}), rig.transportLines().size());
     };
