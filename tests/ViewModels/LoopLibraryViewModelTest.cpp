@@ -281,7 +281,7 @@ TEST(LoopLibraryViewModelTest, WhatIsDoneBeforeTheKeysAreReadyHolds) {
         rig.model->setSearchText("loop 1");
         rig.model->setSearchText("loop 29");
         rig.model->loopLibrary().renameLoop(loops[7], "A loop 29");
-        rig.model->loopLibrary().deleteLoop(loops[290]);
+        rig.model->loopLibrary().deleteLoop(loops[290], [](const QString&) {});
         EXPECT_EQ(rig.model->loops()->rowCount(), 300) << "until then";
     };
     QObject::connect(rig.model.get(), &LoopLibraryViewModel::libraryStatsChanged, rig.model.get(),

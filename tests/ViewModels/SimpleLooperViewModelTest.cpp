@@ -148,9 +148,11 @@ TEST(SimpleLooperViewModelTest, OnASlowDiskCommandsTakeEffectInOrder) {
             EXPECT_TRUE(rig.state->hasAudio());
         }
         EXPECT_FALSE(rig.looper->isWaitingForDisk());
-        const std::filesystem::directory_iterator takes(TemporaryHome::recordings());
-        return std::tuple(rig.state->transportState(), rig.state->hasAudio(),
-                          std::distance(takes, {}), rig.transportLines().size());
+        const auto takes =
+            std::count_if(std::filesystem::directory_iterator(TemporaryHome::recordings()), {},
+                          [](const auto& entry) { return entry.path().extension() == ".wav"; });
+        return std::tuple(rig.state->transportState(), rig.state->hasAudio(), takes,
+                          rig.transportLines().size());
     };
     EXPECT_EQ(outcome({play}), std::tuple(T::playing, true, 1, 3U));
     EXPECT_EQ(outcome({play, record, clear}), std::tuple(T::playing, true, 1, 3U));
