@@ -93,11 +93,15 @@ void SimpleLooperViewModel::lookForEarlierTake() {
 }
 
 void SimpleLooperViewModel::useEarlierTake() {
-    const QUrl take = offer_.end();
-    recorder_ = &audioEngine_.createRecorder();
-    recorder_->useRecording(take);
-    postTake(take);
-    logLine("Earlier take in use: " + take.toString().toStdString());
+    commands_.give([this, take = offer_.end()] {
+        if (loopState_.transportState() == TransportState::recording) {
+            return; // the take that began before it is the recorder's
+        }
+        recorder_ = &audioEngine_.createRecorder();
+        recorder_->useRecording(take);
+        postTake(take);
+        logLine("Earlier take in use: " + take.toString().toStdString());
+    });
 }
 
 void SimpleLooperViewModel::setupMIDICallbacks(MIDIManager* manager) {

@@ -211,9 +211,16 @@ TEST(NoticesTest, ATakeThatWasCutOffIsOfferedOnce) {
     remove(cutOff("gone.wav", 100));
     rig.start();
     expect(*rig.looper->notices(), "a.wav", ".b.wav.recording");
-    rig.looper->notices()->press();
+    writeFile(rig.home.savedLoops() / "loop.wav", 48000.0, Channels(2, noise(100, 1)));
+    {
+        const StalledDisk disk;
+        rig.looper->loadLoop({"loop", "loop.wav", SecondsSince2001(0), 1.0, 1});
+        rig.looper->notices()->press();
+        runPosted();
+    }
     expect(*rig.looper->notices(), "", ".b.wav.recording");
     EXPECT_EQ(pathOf(rig.state->fileURL()), newest);
+    EXPECT_TRUE(exists(newest)) << "not cleared by the load before";
     EXPECT_TRUE(rig.state->canSave() && !rig.state->currentSavedLoop());
     rig.play();
     EXPECT_EQ(rig.state->transportState(), TransportState::playing);
