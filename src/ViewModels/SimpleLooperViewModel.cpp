@@ -120,6 +120,11 @@ void SimpleLooperViewModel::setupMIDICallbacks(MIDIManager* manager) {
 }
 
 void SimpleLooperViewModel::recordButtonPressed() {
+    if (commands_.isWaiting() && !isInputHeld_) {
+        // Perhaps a take begins with this press.
+        audioEngine_.holdRecording(CommandMoment::current());
+        isInputHeld_ = true;
+    }
     commands_.give([this] { record(); });
 }
 
@@ -137,6 +142,10 @@ void SimpleLooperViewModel::clearButtonPressed() {
 }
 
 void SimpleLooperViewModel::record() {
+    if (std::exchange(isInputHeld_, false) &&
+        loopState_.transportState() != TransportState::stopped) {
+        audioEngine_.releaseRecording();
+    }
     switch (loopState_.transportState()) {
     case TransportState::stopped:
         startRecording();

@@ -135,6 +135,7 @@ private:
     TakeOffer offer_{loopState_, notices_};
     SimpleRecorder* recorder_ = nullptr; // the engine's, from the first recording on
     SimplePlayer* player_ = nullptr;     // the engine's, from the first playback on
+    bool isInputHeld_ = false;           // for a record that waits for its turn
     std::uint64_t deferredPlaybackNumber_ =
         0; // number of the deferred playback that is still valid
     std::mutex currentAudioMutex_;

@@ -163,6 +163,27 @@ TEST(SimpleLooperViewModelTest, OnASlowDiskCommandsTakeEffectInOrder) {
     EXPECT_EQ(outcome({clear, record}), std::tuple(T::recording, false, 1, 2U));
 }
 
+TEST(SimpleLooperViewModelTest, ATakeThatWaitsForASlowDiskHasAllSinceItsPress) {
+    LooperRig rig;
+    rig.makeTake();
+    rig.device->startClock();
+    const auto input = noise(3 * 48'000, 1);
+    {
+        const StalledDisk disk;
+        rig.looper->clearButtonPressed();
+        const CommandMoment pressed(rig.device->time());
+        rig.looper->recordButtonPressed();
+        for (std::size_t at = 0; at < input.size(); at += 4800) {
+            rig.feed(Channels(2, slice(input, at, 4800)));
+        }
+        EXPECT_EQ(rig.state->transportState(), T::stopped);
+    }
+    EXPECT_TRUE(rig.becomes(T::recording));
+    const CommandMoment pressed(rig.device->time());
+    rig.stop();
+    EXPECT_EQ(readFile(pathOf(rig.state->fileURL())), Channels(2, input));
+}
+
 TEST(SimpleLooperViewModelTest, QueuedCommandsCountFromTheirPressAndAFloodOfThemIsCut) {
     CommandQueue queue;
     const auto answer = queue.wait([](bool) {});

@@ -43,7 +43,7 @@ public:
     std::optional<std::int64_t> removeTap(std::optional<Moment> until = {});
 
     // What is captured from that moment on is kept, up to 40 s, until the next installTap() or
-    // release(): a file may take long to be made.
+    // release(): a file may take long to be made. A later moment may follow an earlier one.
     void hold(Moment since);
     void release();
 

@@ -133,7 +133,8 @@ std::optional<std::int64_t> InputCapture::stopTap(std::optional<std::int64_t> en
 
 void InputCapture::hold(std::int64_t since) {
     startThread();
-    held_ = kept(since);
+    // What is held already is there, however long ago it was.
+    held_ = held_ && *held_ <= since ? since : kept(since);
     thread_->hold(*held_);
 }
 
