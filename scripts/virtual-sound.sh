@@ -11,6 +11,9 @@ usage: virtual-sound.sh start DIR [options]   start, return when the devices are
        virtual-sound.sh stop DIR              end everything that start began
        virtual-sound.sh kill-server DIR       end the server at once, as a crash would
        virtual-sound.sh restart-server DIR    start the server again and wait for the devices
+       virtual-sound.sh restart-session DIR NAME...
+                                              end the session manager alone, as a crash would, with
+                                              devices that are its own, and start the next one
        virtual-sound.sh create DIR NAME CLASS RATE POSITIONS
                                               make a device (CLASS: Audio/Sink, Audio/Source/Virtual)
        virtual-sound.sh destroy DIR NAME      remove a device
@@ -176,6 +179,22 @@ kill_server() {
     end_process "$(<"$dir/wireplumber.pid")"
 }
 
+restart_session() {
+    local manager name
+    manager=$(<"$dir/wireplumber.pid")
+    kill -KILL "$manager"
+    wait_until 2 not_running "$manager" || fail "the session manager does not end"
+    for name in "$@"; do
+        destroy "$name"
+    done
+    launch wireplumber wireplumber
+    await "the session manager" has_defaults
+}
+
+destroy() {
+    inside timeout 5 pw-cli destroy "$1" >/dev/null
+}
+
 create() {
     local answer
     answer=$(inside timeout 5 pw-cli create-node adapter "$(device "$@")" 2>&1) || fail "$answer"
@@ -215,8 +234,9 @@ case $command in
     stop) end_remembered "$dir" ;;
     kill-server) kill_server ;;
     restart-server) start_server ;;
+    restart-session) restart_session "$@" ;;
     create) (($# == 4)) || usage && create "$@" ;;
-    destroy) (($# == 1)) || usage && inside timeout 5 pw-cli destroy "$1" >/dev/null ;;
+    destroy) (($# == 1)) || usage && destroy "$1" ;;
     play-riff) play_riff ;;
     *) usage ;;
 esac

@@ -118,6 +118,10 @@ void PrivatePipeWire::restart() {
     script({"restart-server"});
 }
 
+void PrivatePipeWire::restartSession() {
+    script({"restart-session", "speaker", "mic"});
+}
+
 void PrivatePipeWire::freeze(const char* process) const {
     signal(process, SIGSTOP);
 }

@@ -54,8 +54,9 @@ public:
     // All ports and links, in pw-link's words.
     std::string links() const;
 
-    void kill();    // as kill -9
-    void restart(); // after kill(); returns when the devices are the defaults again
+    void kill();           // as kill -9
+    void restart();        // after kill(); returns when the devices are the defaults again
+    void restartSession(); // kills the session manager alone, and both devices with it
     // As SIGSTOP and SIGCONT to one of its processes: "pipewire", "wireplumber" or "dbus".
     void freeze(const char* process = "pipewire") const;
     void thaw(const char* process = "pipewire") const;

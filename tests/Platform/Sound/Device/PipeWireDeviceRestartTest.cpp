@@ -213,6 +213,21 @@ TEST(PipeWireServerTest, OutageIsNoChangeOfFormatsAndHoldsUpNoStop) {
     EXPECT_LT(Clock::now() - before, 500ms);
 }
 
+// Whose devices are its own, so that they go with it.
+TEST(PipeWireServerTest, SessionManagerThatDiesTakesTheDevicesAndItsSuccessorBringsThemBack) {
+    PrivatePipeWire server(kCalm);
+    Running running;
+    ASSERT_TRUE(advances(running.renderer));
+    server.restartSession();
+    server.createSpeaker("headphones", 48000, "FL,FR");
+    server.createMicrophone("other", 48000, "FL,FR");
+    EXPECT_TRUE(eventually([&] { return has(server, "|-> headphones:playback_FR"); }));
+    EXPECT_TRUE(eventually([&] { return has(server, "|<- other:capture_FR"); }));
+    EXPECT_TRUE(advances(running.renderer));
+    EXPECT_EQ(running.renderer.inputChannels(), 2U);
+    EXPECT_EQ(running.renderer.outputChannels(), 2U);
+}
+
 TEST(PipeWireServerTest, FrozenServerHangsNothingAndGoesOnWhereItWas) {
     PrivatePipeWire server(kCalm);
     Running running;
