@@ -239,7 +239,7 @@ TEST(TapTest, EndOfATakeIsSeenByADiskThatCannotKeepUp) {
             std::this_thread::sleep_for(std::chrono::milliseconds(1));
         }
     });
-    std::this_thread::sleep_for(std::chrono::milliseconds(100));
+    EXPECT_TRUE(eventually([&] { return cycles >= 100; }));
     input.removeTap();
     EXPECT_LT(cycles, 3000);
     musician.request_stop();
