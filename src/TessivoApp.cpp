@@ -89,7 +89,7 @@ private:
         single.listen();
         endSignals.emplace(); // not before: a start that hangs must end at once
         QObject::connect(&*endSignals, &EndSignals::received, [] { QCoreApplication::exit(0); });
-        finishAtExit(engine, *window);
+        finishAtExit(*window);
         const int status = QGuiApplication::exec();
         finishBackgroundWork();
         return status;
@@ -107,16 +107,14 @@ private:
 
     // When the display server goes, the toolkit ends the program from the midst of the event loop.
     // What is being recorded and saved is completed all the same.
-    static void finishAtExit(QQmlEngine& engine, const QWindow& window) {
-        static QPointer<QQmlEngine> windows;
+    static void finishAtExit(const QWindow& window) {
         static QPointer<SimpleLooperViewModel> looper;
-        windows = &engine;
         looper = window.findChild<SimpleLooperViewModel*>();
         std::atexit([] {
             if (looper && looper->thread() == QThread::currentThread()) {
                 finishBackgroundWork();
                 // What nobody sees any more looks for it.
-                windows->setOutputWarningsToStandardError(false);
+                qmlEngine(looper->parent())->setOutputWarningsToStandardError(false);
                 delete looper;
             }
         });

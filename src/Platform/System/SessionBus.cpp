@@ -48,8 +48,8 @@ bool hangs(const QByteArray& name) {
     const auto length = offsetof(sockaddr_un, sun_path) + static_cast<std::size_t>(name.size());
     const files::FileDescriptor bus(
         ::socket(AF_UNIX, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0));
-    if (::connect(bus.get(), reinterpret_cast<const sockaddr*>(&address),
-                  static_cast<socklen_t>(length)) != 0) {
+    if (bus.get() < 0 || ::connect(bus.get(), reinterpret_cast<const sockaddr*>(&address),
+                                   static_cast<socklen_t>(length)) != 0) {
         return errno == EAGAIN; // so many wait already; where nobody listens, nobody has to wait
     }
     // Asks for the ways to log in, which any bus tells anybody.
