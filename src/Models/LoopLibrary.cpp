@@ -22,8 +22,8 @@ namespace {
 using Change = LibraryFile::Change;
 using Loops = LibraryFile::Loops;
 
-// The stores that are loading or rebuilding their list. Main thread only.
-std::vector<LoopLibrary*>& loadingStores() {
+// All of the process. Main thread only.
+std::vector<LoopLibrary*>& allStores() {
     static std::vector<LoopLibrary*> stores;
     return stores;
 }
@@ -78,11 +78,12 @@ Change removalOf(const Loops& orphans) {
 
 LoopLibrary::LoopLibrary(QObject* parent)
     : ObservableObject(parent) {
+    allStores().push_back(this);
     loadLibrary();
 }
 
 LoopLibrary::~LoopLibrary() {
-    std::erase(loadingStores(), this);
+    std::erase(allStores(), this);
     BackgroundQueue::destroy(std::move(savedLoops_));
 }
 
@@ -101,8 +102,7 @@ LoopLibrary::Reply LoopLibrary::replyToThisLoad() {
 void LoopLibrary::loadLibrary() {
     ++load_;
     changesDuringLoad_.clear();
-    std::erase(loadingStores(), this);
-    loadingStores().push_back(this);
+    isListComing_ = true;
     publish(isLoading_, true, &LoopLibrary::isLoadingChanged);
     publish(lastError_, std::nullopt, &LoopLibrary::lastErrorChanged);
     LibraryFile::post([reply = replyToThisLoad()] { loadInBackground(reply); });
@@ -165,14 +165,14 @@ void LoopLibrary::finishRebuild(const std::shared_ptr<const Loops>& loops) {
 }
 
 void LoopLibrary::failRebuild(const std::string& reason) {
-    std::erase(loadingStores(), this);
+    isListComing_ = false;
     publish(lastError_, LoopError(LoopError::Kind::libraryCorrupted),
             &LoopLibrary::lastErrorChanged);
     logLine("Failed to rebuild library from files: " + reason);
 }
 
 void LoopLibrary::publishLoaded(Loops loops) {
-    std::erase(loadingStores(), this);
+    isListComing_ = false;
     for (const auto& change : std::exchange(changesDuringLoad_, {})) {
         change(loops);
     }
@@ -196,8 +196,10 @@ void LoopLibrary::show(const Change& change) {
 }
 
 void LoopLibrary::tellLoadingStores(const Change& change) {
-    for (LoopLibrary* store : loadingStores()) {
-        store->changesDuringLoad_.push_back(change);
+    for (LoopLibrary* store : allStores()) {
+        if (store->isListComing_) {
+            store->changesDuringLoad_.push_back(change);
+        }
     }
 }
 
@@ -220,8 +222,8 @@ LoopError LoopLibrary::reportUnsaved(const QPointer<LoopLibrary>& library,
     auto failure = LoopError::saveFailure(QStringLiteral("Failed to save library metadata: ") +
                                           QString::fromUtf8(error.what()));
     MainQueue::post([library, failure] {
-        if (library) {
-            library->publish(library->lastError_, failure, &LoopLibrary::lastErrorChanged);
+        for (LoopLibrary* store : library ? std::vector{library.data()} : allStores()) {
+            store->publish(store->lastError_, failure, &LoopLibrary::lastErrorChanged);
         }
     });
     logLine(std::string("Failed to save loop library: ") + error.what());

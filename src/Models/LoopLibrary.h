@@ -36,7 +36,8 @@ public:
     // Newest first; entries of one date keep their order.
     const std::vector<SavedLoop>& savedLoops() const { return savedLoops_; }
     bool isLoading() const { return isLoading_; }
-    // The latest failure of loading, rebuilding or saving.
+    // The latest failure of loading, rebuilding or saving; also that of a store that had gone when
+    // its change could not be written, so that somebody is told.
     const std::optional<LoopError>& lastError() const { return lastError_; }
 
     // Reads the file in the background and leaves out entries whose audio is gone. If the file
@@ -93,8 +94,9 @@ private:
     bool isLoading_ = false;
     std::optional<LoopError> lastError_;
 
-    quint64 load_ = 0; // number of the latest load; results of earlier ones are ignored
-    std::vector<Change> changesDuringLoad_; // or the rebuild after it; may be in its result or not
+    quint64 load_ = 0;          // number of the latest load; results of earlier ones are ignored
+    bool isListComing_ = false; // from that load, or the rebuild after it
+    std::vector<Change> changesDuringLoad_; // while it comes; may be in the result or not
 };
 
 } // namespace tessivo

@@ -48,6 +48,7 @@ SimpleLooperViewModel::SimpleLooperViewModel(std::unique_ptr<sound::AudioDevice>
     : ObservableObject(parent)
     , audioEngine_(std::move(device)) {
     setupObservers();
+    watch_.followLibrary(loopLibrary_);
     startAudioEngine();
     BackgroundQueue::post(BackgroundQueue::Priority::utility, [] {
         LoopFileManager::removeStaleCopies();

@@ -2,6 +2,7 @@
 
 #include "Audio/MIDIManager.h"
 #include "Audio/SimpleRecorder.h"
+#include "Models/LoopLibrary.h"
 #include "Models/SimpleLoopState.h"
 #include "Platform/System/BackgroundCall.h"
 #include "Platform/System/MainQueue.h"
@@ -75,6 +76,16 @@ void LooperWatch::forgetWhatWorksAgain() {
         if (state_.currentSavedLoop()) {
             notices_.set(Kind::saveFailed, false);
             notices_.set(Kind::loadFailed, false);
+        }
+    });
+}
+
+void LooperWatch::followLibrary(LoopLibrary& library) {
+    connect(&library, &LoopLibrary::lastErrorChanged, this, [this, &library] {
+        if (const auto& error = library.lastError()) {
+            const bool isUnread = error->kind() == LoopError::Kind::libraryCorrupted;
+            notices_.tell(isUnread ? Kind::libraryUnread : Kind::libraryUnwritten,
+                          LoopError::reasonOf(*error));
         }
     });
 }

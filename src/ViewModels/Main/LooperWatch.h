@@ -15,13 +15,14 @@
 
 namespace tessivo {
 
+class LoopLibrary;
 class MIDIManager;
 class SimpleLoopState;
 class SimpleRecorder;
 
 // Tells in the notices what goes wrong without a command: devices that are missing, sound that is
-// lost, a take that cannot be written, a disk that is running full, and a controller that nobody
-// has picked. Main thread only; the disk is asked in the background.
+// lost, a take or the library that cannot be written, a disk that is running full, and a controller
+// that nobody has picked. Main thread only; the disk is asked in the background.
 class LooperWatch : public QObject {
     Q_OBJECT
     Q_DISABLE_COPY(LooperWatch)
@@ -34,6 +35,7 @@ public:
     LooperWatch(SimpleAudioEngine& engine, SimpleLoopState& state, Notices& notices,
                 FreeSpace freeSpace = files::freeSpaceOf);
 
+    void followLibrary(LoopLibrary& library);
     // May be called again.
     void followController(MIDIManager& manager);
     // Before each take.

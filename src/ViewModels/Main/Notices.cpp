@@ -22,6 +22,10 @@ Words wordsOf(Notices::Kind kind) {
         return {u"The loop was not saved. Save it again."_s};
     case Notices::Kind::loadFailed:
         return {u"The loop could not be loaded."_s};
+    case Notices::Kind::libraryUnwritten:
+        return {u"The list of loops could not be written. It is tried again."_s};
+    case Notices::Kind::libraryUnread:
+        return {u"The list of loops was damaged. It is made from the saved files."_s};
     case Notices::Kind::diskFull:
         return {u"The disk is full. Nothing more is recorded."_s};
     case Notices::Kind::takeIncomplete:

@@ -25,6 +25,8 @@ public:
     enum class Kind {
         saveFailed,
         loadFailed,
+        libraryUnwritten,
+        libraryUnread,
         diskFull,
         takeIncomplete,
         noSoundServer,

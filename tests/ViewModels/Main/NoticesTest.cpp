@@ -60,6 +60,21 @@ TEST(NoticesTest, FaultsAreToldWhenTheyHappen) {
         unwritable.record();
         EXPECT_EQ(unwritable.looper->notices()->text(), "The recording could not be started.");
     }
+    {
+        LooperRig library;
+        settle();
+        std::ofstream(TemporaryHome::savedLoops() / "library.json") << "[";
+        library.looper->loopLibrary().refreshLibrary();
+        settle();
+        EXPECT_EQ(library.looper->notices()->text(),
+                  "The list of loops was damaged. It is made from the saved files.");
+        std::filesystem::remove_all(TemporaryHome::savedLoops());
+        std::ofstream(TemporaryHome::savedLoops()) << "in the way";
+        LoopLibrary().saveLoop({"x", "x.wav", SecondsSince2001(1), 1.0, 1}); // a window that closes
+        settle();
+        EXPECT_EQ(library.looper->notices()->text(),
+                  "The list of loops could not be written. It is tried again.");
+    }
     LooperRig rig;
     const Notices& notices = *rig.looper->notices();
     const auto tells = [&](const char* text) {
