@@ -131,12 +131,12 @@ void LoopCatalogue::makeMissingKeys() {
         }
     } else if (!areKeysComing_) {
         areKeysComing_ = true;
-        const auto keys = std::make_shared<Keys>(withoutKeys());
-        const auto fill = [maker = keyMaker_, keys] {
+        const auto make = [maker = keyMaker_, empty = withoutKeys()] {
+            auto keys = std::make_shared<Keys>(empty);
             maker->fill(*keys);
             return keys;
         };
-        runInBackground(BackgroundQueue::Priority::userInitiated, this, fill,
+        runInBackground(BackgroundQueue::Priority::userInitiated, this, make,
                         [this, number = keysNumber_](const std::shared_ptr<Keys>& made) {
                             areKeysComing_ = false;
                             if (number == keysNumber_) {
