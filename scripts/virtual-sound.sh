@@ -182,7 +182,7 @@ kill_server() {
 restart_session() {
     local manager name
     manager=$(<"$dir/wireplumber.pid")
-    kill -KILL "$manager"
+    kill -KILL "$manager" 2>/dev/null || true
     wait_until 2 not_running "$manager" || fail "the session manager does not end"
     for name in "$@"; do
         destroy "$name"
