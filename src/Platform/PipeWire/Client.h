@@ -63,6 +63,7 @@ public:
     bool reach(std::chrono::nanoseconds limit);
     void disconnect();
 
+    pw_context* context() const { return loop_.context(); }
     // The connection; null when there is none that works.
     Connection* connection();
     // The same, once the server has answered.

@@ -96,7 +96,7 @@ void PipeWireDuplexDevice::start(AudioRenderer& renderer, const Request& request
         streams_.start(*renderRate_, request);
         cycles_.start(renderer, *renderRate_);
         if (answers) {
-            streams_.follow(client_.connection()->core(), *defaults_);
+            streams_.follow(client_.context(), *defaults_);
         }
         requestCycles();
         client_.wake(); // for the poll interval and the change notice
@@ -170,14 +170,13 @@ void PipeWireDuplexDevice::disconnecting() {
 }
 
 bool PipeWireDuplexDevice::reconcile() {
-    pipewire::Connection* const connection = client_.answeredConnection();
-    if (connection == nullptr) {
+    if (client_.answeredConnection() == nullptr) {
         return false;
     }
     requestNames();
     publish();
     if (renderRate_) {
-        streams_.follow(connection->core(), *defaults_);
+        streams_.follow(client_.context(), *defaults_);
         // The server may be another one, or have got another length of its own.
         streams_.requestCycles(shortCycles_, defaults_->clock());
         lengthenCycles();

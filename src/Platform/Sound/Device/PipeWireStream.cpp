@@ -33,15 +33,15 @@ pw_properties* streamProperties(const PipeWireStreamSettings& settings, bool cap
 
 } // namespace
 
-PipeWireStream::PipeWireStream(pw_core* core, const PipeWireStreamSettings& settings, Kind kind,
-                               std::uint32_t channelCount, std::string target,
+PipeWireStream::PipeWireStream(pw_context* context, const PipeWireStreamSettings& settings,
+                               Kind kind, std::uint32_t channelCount, std::string target,
                                PipeWireCycles& cycles, std::function<void()> changed)
     : kind_(kind)
     , channelCount_(channelCount)
     , target_(std::move(target))
     , cycles_(cycles)
     , changed_(std::move(changed)) {
-    open(core, settings);
+    open(context, settings);
 }
 
 PipeWireStream::~PipeWireStream() {
@@ -53,9 +53,18 @@ PipeWireStream::~PipeWireStream() {
     }
 }
 
-void PipeWireStream::open(pw_core* core, const PipeWireStreamSettings& settings) {
+void PipeWireStream::open(pw_context* context, const PipeWireStreamSettings& settings) {
     const bool capture = kind_ == Kind::capture;
-    stream_.reset(pw_stream_new(core, settings.applicationName.c_str(),
+    // The server counts what memory it shares with a connection, and can lose count when a device
+    // goes that a stream was linked to: the next buffers were mapped over something smaller, and
+    // the first write ended the program. So no stream inherits another one's connection.
+    core_.reset(pw_context_connect(
+        context, pw_properties_new(PW_KEY_APP_NAME, settings.applicationName.c_str(), nullptr), 0));
+    if (core_ == nullptr) {
+        fail();
+        return;
+    }
+    stream_.reset(pw_stream_new(core_.get(), settings.applicationName.c_str(),
                                 streamProperties(settings, capture, target_)));
     if (stream_ == nullptr) {
         fail();

@@ -28,8 +28,9 @@ public:
     };
 
     // Opens a stream of 1 or 2 channels to the device with that serial number and hands it to
-    // the cycles. changed is called when isRunning() or hasFailed() changes.
-    PipeWireStream(pw_core* core, const PipeWireStreamSettings& settings, Kind kind,
+    // the cycles. It has a connection of its own to the server. changed is called when isRunning()
+    // or hasFailed() changes.
+    PipeWireStream(pw_context* context, const PipeWireStreamSettings& settings, Kind kind,
                    std::uint32_t channelCount, std::string target, PipeWireCycles& cycles,
                    std::function<void()> changed);
     ~PipeWireStream();
@@ -50,7 +51,7 @@ public:
 
 private:
     static void onState(void* data, pw_stream_state old, pw_stream_state state, const char* error);
-    void open(pw_core* core, const PipeWireStreamSettings& settings);
+    void open(pw_context* context, const PipeWireStreamSettings& settings);
     void fail();
 
     Kind kind_;
@@ -59,6 +60,7 @@ private:
     PipeWireCycles& cycles_;
     std::function<void()> changed_;
     std::chrono::steady_clock::time_point openedAt_ = std::chrono::steady_clock::now();
+    pipewire::Owner<pw_core> core_;
     pipewire::Owner<pw_stream> stream_;
     // Plain hooks: the stream removes them when it is destroyed, after its last callback.
     spa_hook stateHook_{};

@@ -50,7 +50,7 @@ void PipeWireStreams::close() {
     cycleFrames_ = 0;
 }
 
-void PipeWireStreams::follow(pw_core* core, const PipeWireDefaults& defaults) {
+void PipeWireStreams::follow(pw_context* context, const PipeWireDefaults& defaults) {
     using Kind = PipeWireStream::Kind;
     failedSource_.expire();
     failedSink_.expire();
@@ -67,7 +67,7 @@ void PipeWireStreams::follow(pw_core* core, const PipeWireDefaults& defaults) {
     const bool plays = !sink.serial.empty() && !failedSink_.matches(sink.serial);
     const std::uint32_t channels = std::min(source.format.channelCount(), kGraphChannels);
     const auto open = [&](Kind kind, std::uint32_t channelCount, const std::string& target) {
-        return std::make_unique<PipeWireStream>(core, settings_, kind, channelCount, target,
+        return std::make_unique<PipeWireStream>(context, settings_, kind, channelCount, target,
                                                 cycles_, changed_);
     };
 

@@ -23,7 +23,7 @@ public:
     // Forgets which devices failed.
     void start(double renderRate, const AudioDevice::Request& request);
     // Opens, closes and replaces streams as the default devices demand. After start().
-    void follow(pw_core* core, const PipeWireDefaults& defaults);
+    void follow(pw_context* context, const PipeWireDefaults& defaults);
     void close();
 
     // Asks the server for cycles of that many frames, also for the streams to come; 0 leaves
