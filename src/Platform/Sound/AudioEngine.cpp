@@ -132,7 +132,7 @@ void AudioEngine::setConfigurationChangeHandler(std::function<void()> handler) {
 
 AudioEngine::Statistics AudioEngine::statistics() const {
     return {readerThread_ ? readerThread_->underruns()->load(std::memory_order_relaxed) : 0,
-            capture_.overrunFrames(), timeline_.losses()};
+            capture_.overrunFrames(), timeline_.losses(), timeline_.next()};
 }
 
 bool AudioEngine::isReading() const {

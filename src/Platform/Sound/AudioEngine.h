@@ -71,6 +71,7 @@ public:
         std::int64_t underrunFrames = 0; // a player had too little decoded
         std::int64_t overrunFrames = 0;  // captured while the tap queue was full
         Timeline::Losses missedFrames;   // of cycles that were lost or late
+        std::int64_t position = 0;       // of the next cycle; stands still while there are none
     };
     Statistics statistics() const;
 

@@ -21,6 +21,8 @@ using Kind = Notices::Kind;
 // A server that restarts and a controller that is being connected are no news.
 constexpr auto kSettleTime = 1s;
 constexpr auto kLossInterval = 500ms;
+// A server that was restarted is back by then.
+constexpr int kLooksInVain = 5;
 constexpr auto kSpaceInterval = 2s;
 constexpr double kSecondsLeft = 5 * 60;
 constexpr double kSecondsOfFullDisk = 1;
@@ -50,7 +52,10 @@ LooperWatch::LooperWatch(SimpleAudioEngine& engine, SimpleLoopState& state, Noti
     });
     lookAtDevices();
 
-    connect(&losses_, &QTimer::timeout, this, [this] { lookForLosses(state_.isRecording()); });
+    connect(&losses_, &QTimer::timeout, this, [this] {
+        lookForLosses(state_.isRecording());
+        lookForCycles();
+    });
     losses_.setInterval(kLossInterval);
     connect(&state, &SimpleLoopState::isRecordingChanged, this, &LooperWatch::takeBeganOrEnded);
     for (const auto change :
@@ -127,6 +132,8 @@ bool LooperWatch::isHeard() const {
 void LooperWatch::watchForLosses() {
     if (!isHeard() && !state_.isRecording()) {
         losses_.stop();
+        looksInVain_ = 0;
+        notices_.set(Kind::soundStopped, false);
     } else if (!losses_.isActive()) {
         known_ = engine_.statistics(); // nobody has missed what was lost before
         losses_.start();
@@ -143,6 +150,13 @@ void LooperWatch::lookForLosses(bool inTake) {
                              now.underrunFrames != before.underrunFrames)) {
         notices_.tell(Kind::soundInterrupted);
     }
+}
+
+// The devices may be there and formats known, and still nobody calls us.
+void LooperWatch::lookForCycles() {
+    const bool advances = std::exchange(position_, known_.position) != known_.position;
+    looksInVain_ = advances ? 0 : looksInVain_ + 1;
+    notices_.set(Kind::soundStopped, looksInVain_ >= kLooksInVain);
 }
 
 void LooperWatch::followTake(SimpleRecorder& recorder) {

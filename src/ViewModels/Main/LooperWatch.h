@@ -21,8 +21,8 @@ class SimpleLoopState;
 class SimpleRecorder;
 
 // Tells in the notices what goes wrong without a command: devices that are missing, sound that is
-// lost, a take or the library that cannot be written, a disk that is running full, and a controller
-// that nobody has picked. Main thread only; the disk is asked in the background.
+// lost or stands still, a take or the library that cannot be written, a disk that is running full,
+// and a controller that nobody has picked. Main thread only; the disk is asked in the background.
 class LooperWatch : public QObject {
     Q_OBJECT
     Q_DISABLE_COPY(LooperWatch)
@@ -48,6 +48,7 @@ private:
     bool isHeard() const;
     void watchForLosses();
     void lookForLosses(bool inTake);
+    void lookForCycles();
     void takeBeganOrEnded();
     void takeFailed();
     void askForSpace();
@@ -64,6 +65,8 @@ private:
     QTimer space_;
     bool isAskingForSpace_ = false;
     sound::AudioEngine::Statistics known_;
+    std::int64_t position_ = 0; // that the cycles had reached
+    int looksInVain_ = 0;       // for cycles
 };
 
 } // namespace tessivo

@@ -36,6 +36,8 @@ Words wordsOf(Notices::Kind kind) {
         return {u"The loop could not be played."_s};
     case Notices::Kind::noDevices:
         return {u"No microphone and no speaker were found."_s, u"speaker.slash.fill"_s};
+    case Notices::Kind::soundStopped:
+        return {u"No sound arrives: nothing is recorded or heard."_s, u"speaker.slash.fill"_s};
     case Notices::Kind::takeFound:
         return {u"A take that was cut off has been kept."_s, u"waveform"_s, u"Use It"_s};
     case Notices::Kind::noMicrophone:

@@ -32,6 +32,7 @@ public:
         noSoundServer,
         playFailed,
         noDevices,
+        soundStopped,
         takeFound,
         noMicrophone,
         recordFailed,

@@ -133,6 +133,9 @@ TEST(NoticesTest, FaultsAreToldWhenTheyHappen) {
     rig.stop();
     rig.play();
     EXPECT_FALSE(notices.has(Kind::playFailed));
+    tells("No sound arrives: nothing is recorded or heard.");
+    rig.feed(Channels(2, noise(480, 1)));
+    EXPECT_TRUE(runUntil([&] { return !notices.has(Kind::soundStopped); }));
     rig.looper->notices()->tell(Kind::loadFailed);
     rig.state->setCurrentSavedLoop(SavedLoop());
     EXPECT_FALSE(notices.has(Kind::loadFailed));
