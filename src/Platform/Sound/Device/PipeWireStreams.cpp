@@ -40,14 +40,16 @@ PipeWireStreams::PipeWireStreams(const std::string& applicationName, PipeWireCyc
 void PipeWireStreams::start(double renderRate, const AudioDevice::Request& request) {
     settings_.renderRate = renderRate;
     request_ = request;
-    failedSource_ = {};
-    failedSink_ = {};
 }
 
 void PipeWireStreams::close() {
     capture_.reset();
     playback_.reset();
     cycleFrames_ = 0;
+    // Their streams may have felt the server's end first, and the next server counts its devices
+    // from the same number.
+    failedSource_ = {};
+    failedSink_ = {};
 }
 
 void PipeWireStreams::follow(pw_context* context, const PipeWireDefaults& defaults) {

@@ -20,10 +20,10 @@ public:
     PipeWireStreams(const std::string& applicationName, PipeWireCycles& cycles,
                     std::function<void()> changed);
 
-    // Forgets which devices failed.
     void start(double renderRate, const AudioDevice::Request& request);
     // Opens, closes and replaces streams as the default devices demand. After start().
     void follow(pw_context* context, const PipeWireDefaults& defaults);
+    // Also forgets which devices failed.
     void close();
 
     // Asks the server for cycles of that many frames, also for the streams to come; 0 leaves
