@@ -121,12 +121,12 @@ void SimpleLooperViewModel::setupMIDICallbacks(MIDIManager* manager) {
 }
 
 void SimpleLooperViewModel::recordButtonPressed() {
-    if (commands_.isWaiting() && !isInputHeld_) {
+    const bool waits = commands_.isWaiting();
+    const bool isGiven = commands_.give([this, waits] { record(waits); });
+    if (waits && isGiven && ++queuedRecords_ == 1) {
         // Perhaps a take begins with this press.
         audioEngine_.holdRecording(CommandMoment::current());
-        isInputHeld_ = true;
     }
-    commands_.give([this] { record(); });
 }
 
 void SimpleLooperViewModel::playButtonPressed() {
@@ -139,11 +139,14 @@ void SimpleLooperViewModel::stopButtonPressed() {
 }
 
 void SimpleLooperViewModel::clearButtonPressed() {
+    if (loopState_.canClear()) {
+        dropTake(); // likewise
+    }
     commands_.give([this] { clear(); });
 }
 
-void SimpleLooperViewModel::record() {
-    if (std::exchange(isInputHeld_, false) &&
+void SimpleLooperViewModel::record(bool wasQueued) {
+    if (wasQueued && --queuedRecords_ == 0 &&
         loopState_.transportState() != TransportState::stopped) {
         audioEngine_.releaseRecording();
     }

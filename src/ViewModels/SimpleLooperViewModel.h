@@ -97,7 +97,7 @@ private:
     void startAudioEngine();
     void lookForEarlierTake();
     void useEarlierTake();
-    void record();
+    void record(bool wasQueued);
     void play();
     void stop();
     void clear();
@@ -135,7 +135,7 @@ private:
     TakeOffer offer_{loopState_, notices_};
     SimpleRecorder* recorder_ = nullptr; // the engine's, from the first recording on
     SimplePlayer* player_ = nullptr;     // the engine's, from the first playback on
-    bool isInputHeld_ = false;           // for a record that waits for its turn
+    int queuedRecords_ = 0;              // for the first of them the input is held
     std::uint64_t deferredPlaybackNumber_ =
         0; // number of the deferred playback that is still valid
     std::mutex currentAudioMutex_;

@@ -170,7 +170,9 @@ TEST(SimpleLooperViewModelTest, ATakeThatWaitsForASlowDiskHasAllSinceItsPress) {
     const auto input = noise(3 * 48'000, 1);
     {
         const StalledDisk disk;
-        rig.looper->clearButtonPressed();
+        rig.looper->playButtonPressed();
+        rig.looper->recordButtonPressed(); // does nothing while the loop plays
+        rig.looper->stopButtonPressed();
         const CommandMoment pressed(rig.device->time());
         rig.looper->recordButtonPressed();
         for (std::size_t at = 0; at < input.size(); at += 4800) {
@@ -202,6 +204,17 @@ TEST(SimpleLooperViewModelTest, QueuedCommandsCountFromTheirPressAndAFloodOfThem
     runPosted();
     EXPECT_EQ(carriedOut, 100);
     EXPECT_EQ(seen, given);
+
+    // Also behind a command whose work was done at once.
+    int written = 0;
+    int found = -1;
+    const auto second = queue.wait([](bool) {});
+    queue.give([&] { queue.wait([] {})(); });
+    queue.give([&] { MainQueue::post(&queue, [&] { written = 1; }); });
+    queue.give([&] { found = written; });
+    second(true);
+    EXPECT_TRUE(runUntil([&] { return found >= 0; }));
+    EXPECT_EQ(found, 1) << "what the one before it posted has run";
 }
 
 TEST(SimpleLooperViewModelTest, NotesThatComeAtOnceActAsTwoPresses) {

@@ -9,12 +9,16 @@ constexpr std::size_t kMostGiven = 100;
 
 } // namespace
 
-void CommandQueue::give(Command command) {
+bool CommandQueue::give(Command command) {
     if (!isWaiting() && given_.empty()) {
         command();
-    } else if (given_.size() < kMostGiven) {
-        given_.push_back({CommandMoment::current(), std::move(command)});
+        return true;
     }
+    if (given_.size() == kMostGiven) {
+        return false;
+    }
+    given_.push_back({CommandMoment::current(), std::move(command)});
+    return true;
 }
 
 void CommandQueue::addWaiting(int works) {
@@ -33,7 +37,9 @@ void CommandQueue::carryOutNext() {
     }
     // Removed only here: what is given meanwhile comes later.
     given_.pop_front();
-    MainQueue::post(this, [this] { carryOutNext(); });
+    if (!isWaiting()) { // otherwise what it waits for goes on
+        MainQueue::post(this, [this] { carryOutNext(); });
+    }
 }
 
 } // namespace tessivo

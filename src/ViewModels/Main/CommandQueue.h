@@ -21,8 +21,9 @@ public:
     using QObject::QObject;
     using Command = std::function<void()>;
 
-    // Now, if no other command waits. Of more commands than anybody can mean the last are dropped.
-    void give(Command command);
+    // Now, if no other command waits. Of more commands than anybody can mean the last are dropped:
+    // then the result is false.
+    bool give(Command command);
 
     // For a command that goes on when work in the background is done: the commands that follow
     // wait until what this returns has been called, once, with the work's result if it has one,

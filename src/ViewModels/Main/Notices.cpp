@@ -25,7 +25,7 @@ Words wordsOf(Notices::Kind kind) {
     case Notices::Kind::libraryUnwritten:
         return {u"The list of loops could not be written. It is tried again."_s};
     case Notices::Kind::libraryUnread:
-        return {u"The list of loops was damaged. It is made from the saved files."_s};
+        return {u"The list of loops was damaged."_s};
     case Notices::Kind::diskFull:
         return {u"The disk is full. Nothing more is recorded."_s};
     case Notices::Kind::takeIncomplete:

@@ -33,9 +33,9 @@ public:
         playFailed,
         noDevices,
         soundStopped,
-        takeFound,
         noMicrophone,
         recordFailed,
+        takeFound,
         takeHasGap,
         diskAlmostFull,    // detail: the time that can still be recorded
         controllerWaiting, // detail: its name

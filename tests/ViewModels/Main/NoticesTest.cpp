@@ -66,8 +66,7 @@ TEST(NoticesTest, FaultsAreToldWhenTheyHappen) {
         std::ofstream(TemporaryHome::savedLoops() / "library.json") << "[";
         library.looper->loopLibrary().refreshLibrary();
         settle();
-        EXPECT_EQ(library.looper->notices()->text(),
-                  "The list of loops was damaged. It is made from the saved files.");
+        EXPECT_EQ(library.looper->notices()->text(), "The list of loops was damaged.");
         std::filesystem::remove_all(TemporaryHome::savedLoops());
         std::ofstream(TemporaryHome::savedLoops()) << "in the way";
         LoopLibrary().saveLoop({"x", "x.wav", SecondsSince2001(1), 1.0, 1}); // a window that closes

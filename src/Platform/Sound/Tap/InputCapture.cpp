@@ -133,8 +133,9 @@ std::optional<std::int64_t> InputCapture::stopTap(std::optional<std::int64_t> en
 
 void InputCapture::hold(std::int64_t since) {
     startThread();
-    // What is held already is there, however long ago it was.
-    held_ = held_ && *held_ <= since ? since : kept(since);
+    // What is held already is there, however long ago it was. The same moment may count as a frame
+    // less now: the clocks drift.
+    held_ = held_ ? std::max(*held_, since) : kept(since);
     thread_->hold(*held_);
 }
 
