@@ -13,19 +13,17 @@ SegmentRow {
     required property real meterWidth
     required property int segmentCount
 
-    readonly property real normalizedLevel: {
-        if (level <= 0)
-            return 0;
-        const decibels = Math.fround(20 * Math.fround(Math.log10(level)));
-        return Math.fround((Math.max(decibels, -60) + 60) / 60);
-    }
-
     // The nearest count is corrected by the rounded positions, which decide.
     litCount: {
-        let count = Math.floor(normalizedLevel * segmentCount);
-        while (count > 0 && position(count - 1) > normalizedLevel)
+        let normalized = 0;
+        if (level > 0) {
+            const decibels = Math.fround(20 * Math.fround(Math.log10(level)));
+            normalized = Math.fround((Math.max(decibels, -60) + 60) / 60);
+        }
+        let count = Math.floor(normalized * segmentCount);
+        while (count > 0 && position(count - 1) > normalized)
             --count;
-        while (count < segmentCount && position(count) <= normalizedLevel)
+        while (count < segmentCount && position(count) <= normalized)
             ++count;
         return count;
     }
