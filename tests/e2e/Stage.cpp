@@ -24,13 +24,35 @@ std::size_t markedFrames(const Channels& samples) {
     return frames;
 }
 
-testing::AssertionResult isMarked(const Channels& samples) {
-    const std::size_t marked = markedFrames(samples);
-    if (samples.size() == 2 && marked > 0 && marked == samples[0].size()) {
+testing::AssertionResult isMarked(const Channels& samples, std::int64_t lost) {
+    Channels whole = samples;
+    std::int64_t silent = 0;
+    for (std::size_t frame = 1; samples.size() == 2 && frame < samples[0].size(); ++frame) {
+        if (samples[0][frame] == 0.0F && samples[1][frame] == 0.0F) {
+            const std::int64_t mark = Mark::frame(samples[0][0]) + static_cast<std::int64_t>(frame);
+            whole[0][frame] = Mark::sample(0, mark);
+            whole[1][frame] = Mark::sample(1, mark);
+            ++silent;
+        }
+    }
+    const std::size_t marked = markedFrames(whole);
+    if (samples.size() == 2 && marked > 0 && marked == samples[0].size() && silent == lost) {
         return testing::AssertionSuccess();
     }
-    return testing::AssertionFailure() << samples.size() << " channels, " << marked << " of "
-                                       << samples.front().size() << " frames are as played";
+    return testing::AssertionFailure()
+           << samples.size() << " channels, " << marked << " of " << samples.front().size()
+           << " frames are as played, " << silent << " of them silent, " << lost << " told";
+}
+
+std::int64_t framesLost(const std::vector<std::string>& lines) {
+    const std::string told = "The take has gaps: ";
+    std::int64_t lost = 0;
+    for (const std::string& line : lines) {
+        if (const std::size_t at = line.find(told); at != std::string::npos) {
+            lost += std::stoll(line.substr(at + told.size()));
+        }
+    }
+    return lost;
 }
 
 Heard::Heard(const Channels& sound, const Channels& loop) {

@@ -22,8 +22,10 @@ constexpr std::size_t kRampFrames = 144; // 3 ms
 // Frames from the start of which every channel has the consecutive marks of its own.
 std::size_t markedFrames(const Channels& samples);
 
-// All of it is what a microphone heard, without a gap.
-testing::AssertionResult isMarked(const Channels& samples);
+// All of it is what a microphone heard, but for that many frames, in whose place there is silence:
+// those of cycles that a busy machine has lost, as the program has told of the take.
+testing::AssertionResult isMarked(const Channels& samples, std::int64_t lost = 0);
+std::int64_t framesLost(const std::vector<std::string>& lines);
 
 // What the speaker put out from the first sound on, compared to a loop.
 struct Heard {
