@@ -58,13 +58,7 @@ public:
     SoakServer()
         : MeasuredServer(kQuantum) {}
 
-    void killSession() const {
-        std::ifstream file(folder_ / "wireplumber.pid");
-        pid_t id = 0;
-        if (!(file >> id) || id <= 1 || ::kill(id, SIGKILL) != 0) {
-            throw std::runtime_error("there is no session manager");
-        }
-    }
+    void killSession() const { signal("wireplumber", SIGKILL); }
     // After killSession(). On a desktop the devices are the session manager's and go and come with
     // it. Devices that it has not made it links to nobody, once it is restarted.
     void restartSession() {

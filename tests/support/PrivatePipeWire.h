@@ -61,7 +61,8 @@ public:
     void freeze(const char* process = "pipewire") const;
     void thaw(const char* process = "pipewire") const;
 
-private:
+protected:
+    // To one of those processes.
     void signal(const char* process, int number) const;
 };
 
