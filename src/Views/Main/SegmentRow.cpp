@@ -4,6 +4,7 @@
 #include <QSGRectangleNode>
 
 #include <algorithm>
+#include <cmath>
 #include <cstddef>
 #include <utility>
 #include <vector>
@@ -11,6 +12,8 @@
 namespace tessivo {
 
 namespace {
+
+constexpr float kLowestDecibels = -60.0F; // is position 0
 
 // Belongs to the thread that draws.
 class SegmentsNode final : public QSGNode {
@@ -67,6 +70,7 @@ SegmentRow::SegmentRow(QQuickItem* parent)
 void SegmentRow::setColors(const QList<QColor>& colors) {
     if (colors_ != colors) {
         colors_ = colors;
+        light();
         update();
         emit colorsChanged();
     }
@@ -86,8 +90,33 @@ void SegmentRow::setOpacityUnlit(qreal opacity) {
     }
 }
 
-void SegmentRow::setLitCount(int count) {
-    if (litCount_->exchange(count) != count) {
+void SegmentRow::setLevel(qreal level) {
+    if (std::exchange(level_, level) != level) {
+        light();
+        emit levelChanged();
+    }
+}
+
+float SegmentRow::position(qsizetype index) const {
+    return static_cast<float>(index) / static_cast<float>(colors_.size());
+}
+
+void SegmentRow::light() {
+    float reached = 0.0F;
+    if (level_ > 0.0) {
+        const float decibels = 20.0F * static_cast<float>(std::log10(level_));
+        reached = (std::max(decibels, kLowestDecibels) - kLowestDecibels) / -kLowestDecibels;
+    }
+    // The nearest count is corrected by the rounded positions, which decide.
+    auto count = static_cast<qsizetype>(reached * static_cast<float>(colors_.size()));
+    count = std::min(count, colors_.size());
+    while (count > 0 && position(count - 1) > reached) {
+        --count;
+    }
+    while (count < colors_.size() && position(count) <= reached) {
+        ++count;
+    }
+    if (litCount_->exchange(static_cast<int>(count)) != count) {
         // Not the item: its node finds the number itself.
         if (window() != nullptr) {
             window()->update();
