@@ -31,7 +31,7 @@ private:
 };
 
 PipeWireMidi::PipeWireMidi(const std::string& applicationName)
-    : parts_{.client{{"tessivo-midi", applicationName, kRoundTrips}, *this}} {}
+    : parts_{.client{{applicationName, kRoundTrips}, *this}} {}
 
 PipeWireMidi::~PipeWireMidi() {
     parts_.client.stop();

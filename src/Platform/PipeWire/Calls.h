@@ -63,6 +63,10 @@ inline spa_source* addTimer(pw_loop* loop, spa_source_timer_func_t function, voi
     return pw_loop_add_timer(loop, function, data);
 }
 
+inline void destroySource(pw_loop* loop, spa_source* source) {
+    pw_loop_destroy_source(loop, source);
+}
+
 inline void signalEvent(pw_loop* loop, spa_source* event) {
     pw_loop_signal_event(loop, event);
 }

@@ -18,15 +18,14 @@ constexpr auto kPollInterval = 100ms;
 Client::Client(Settings settings, User& user)
     : settings_(std::move(settings))
     , user_(user)
-    , loop_(settings_.threadName, [this] { reconcile(); }) {}
+    , loop_([this] { reconcile(); }) {}
 
 Client::~Client() {
     stop();
 }
 
 void Client::stop() {
-    locked([this] { disconnect(); });
-    loop_.stop();
+    loop_.stop([this] { disconnect(); });
 }
 
 bool Client::reach(std::chrono::nanoseconds limit) {

@@ -29,7 +29,6 @@ public:
     };
 
     struct Settings {
-        const char* threadName;
         std::string applicationName;
         int roundTrips; // see Connection
     };
@@ -40,7 +39,7 @@ public:
     Client(const Client&) = delete;
     Client& operator=(const Client&) = delete;
 
-    // Not locked. Ends the connection and the loop's thread.
+    // Not locked. Ends the connection; nothing is called any more.
     void stop();
 
     // The same as Loop::locked(), await() and wake().

@@ -4,28 +4,51 @@
 
 #include <chrono>
 #include <functional>
+#include <memory>
 #include <utility>
 
 namespace tessivo::pipewire {
 
-// A thread that runs a client's connections and calls its event functions, with the lock that
-// protects whatever they touch. Functions are for any thread unless they say otherwise.
+// The thread that runs the connections of all clients in the program, and the client library's
+// context, whose audio thread runs all their process calls: one thread is woken in each cycle,
+// however many nodes we have in it. Begins with the first client and ends with the last.
+class LoopThread {
+public:
+    // Throws std::system_error when there is no memory or no descriptor for a thread.
+    static std::shared_ptr<LoopThread> shared();
+    ~LoopThread();
+    LoopThread(const LoopThread&) = delete;
+    LoopThread& operator=(const LoopThread&) = delete;
+
+    pw_thread_loop* loop() const { return loop_.get(); }
+    pw_context* context() const { return context_.get(); }
+
+private:
+    LoopThread();
+
+    Owner<pw_thread_loop> loop_;
+    Owner<pw_context> context_;
+};
+
+// A client's share of that thread: the thread calls the client's event functions, and the lock
+// protects whatever they touch. It is the same lock for all clients. Functions are for any thread
+// unless they say otherwise.
 class Loop {
 public:
     // reconcile is called on the thread, with the loop locked, after each wake() and each poll
     // interval. Throws std::system_error when there is no memory or no descriptor for a thread.
-    Loop(const char* threadName, std::function<void()> reconcile);
+    explicit Loop(std::function<void()> reconcile);
     ~Loop();
     Loop(const Loop&) = delete;
     Loop& operator=(const Loop&) = delete;
 
     // Null when the client library is not installed completely.
-    pw_context* context() const { return context_.get(); }
+    pw_context* context() const { return thread_->context(); }
 
     // Runs work with the loop locked and returns what it returns. The loop's own thread may
     // lock again. Whoever is to await() must have locked it once only.
     template <typename Work> decltype(auto) locked(Work&& work) {
-        const Lock lock(loop_.get());
+        const Lock lock(thread_->loop());
         return std::forward<Work>(work)();
     }
 
@@ -41,18 +64,19 @@ public:
     template <typename Condition>
     bool await(std::chrono::nanoseconds limit, const Condition& condition) {
         timespec deadline{};
-        pw_thread_loop_get_time(loop_.get(), &deadline, limit.count());
+        pw_thread_loop_get_time(thread_->loop(), &deadline, limit.count());
         while (!condition()) {
-            if (pw_thread_loop_timed_wait_full(loop_.get(), &deadline) != 0) {
+            if (pw_thread_loop_timed_wait_full(thread_->loop(), &deadline) != 0) {
                 return condition();
             }
         }
         return true;
     }
 
-    // Not locked. When it returns, reconcile and event functions are not running and are not
-    // called again. Harmless when repeated.
-    void stop();
+    // Not locked, and not on the thread. Calls the function there, so that it may destroy what
+    // the thread uses. When it returns, reconcile is not running and is not called again, and
+    // wake() must not be called. Harmless when repeated.
+    void stop(std::function<void()> atLast);
 
 private:
     class Lock {
@@ -69,13 +93,16 @@ private:
         pw_thread_loop* loop_;
     };
 
+    pw_loop* loop() const { return pw_thread_loop_get_loop(thread_->loop()); }
+    void removeSources();
+
     static void onEvent(void* data, std::uint64_t count);
     static void onTimer(void* data, std::uint64_t expirations);
 
     std::function<void()> settle_;
-    Owner<pw_thread_loop> loop_;
-    Owner<pw_context> context_;
-    spa_source* event_ = nullptr; // of the loop, which frees both
+    std::function<void()> last_; // to be called instead, once
+    std::shared_ptr<LoopThread> thread_ = LoopThread::shared();
+    spa_source* event_ = nullptr;
     spa_source* timer_ = nullptr;
     std::chrono::milliseconds pollInterval_{0};
 };

@@ -56,6 +56,7 @@ private:
     // Where on the scale, from 0 to 1, a segment begins.
     float position(qsizetype index) const;
     void light();
+    void draw();
 
     QList<QColor> colors_;
     qreal spacing_ = 0.0;

@@ -41,7 +41,7 @@ PipeWireDuplexDevice::PipeWireDuplexDevice(const std::string& applicationName,
                                            std::chrono::milliseconds answerTime)
     : diagnostics_(std::move(diagnostics))
     , answerDue_(Clock::now() + answerTime)
-    , client_({"tessivo-sound", applicationName, kRoundTrips}, *this)
+    , client_({applicationName, kRoundTrips}, *this)
     , streams_(applicationName, cycles_, [this] { client_.wake(); }) {
     client_.locked([this] {
         try {
