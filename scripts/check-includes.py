@@ -28,8 +28,10 @@ ROOMS = {
     "Style": [],
     "Views": PLATFORM + MODELS + ["Audio", "ViewModels", "Style"],
     "SystemDevices.h": PLATFORM,
+    "CommandLine.h": [],
+    "CommandLine.cpp": SYSTEM + ["CommandLine.h"],
     "TessivoApp.cpp": PLATFORM + MODELS + ["Audio", "ViewModels", "Style", "Views",
-                                           "SystemDevices.h"],
+                                           "SystemDevices.h", "CommandLine.h"],
 }
 # ThreadSanitizer can judge these only without Qt.
 WITHOUT_QT = SERVER + ["Platform/Sound", "Platform/Midi"]

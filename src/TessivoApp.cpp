@@ -1,4 +1,5 @@
 #include "Audio/MIDIManager.h"
+#include "CommandLine.h"
 #include "Models/LibraryFile.h"
 #include "Platform/Midi/PipeWireMidi.h"
 #include "Platform/System/BackgroundQueue.h"
@@ -6,6 +7,7 @@
 #include "Platform/System/LogLine.h"
 #include "Platform/System/MainQueue.h"
 #include "Platform/System/Paths.h"
+#include "Platform/System/ProgramId.h"
 #include "Platform/System/SessionBus.h"
 #include "Platform/System/SingleProgram.h"
 #include "SystemDevices.h"
@@ -17,10 +19,13 @@
 #include <QPointer>
 #include <QQmlApplicationEngine>
 #include <QQuickStyle>
+#include <QStringList>
 #include <QThread>
 #include <QWindow>
 #include <QtQml/qqmlextensionplugin.h>
 
+#include <cstddef>
+#include <cstdio>
 #include <cstdlib>
 #include <malloc.h>
 #include <memory>
@@ -39,29 +44,38 @@ namespace tessivo {
 class TessivoApp {
 public:
     static int run(int argc, char* argv[]) {
-        shareHeap();
         ensureHome();
+        const CommandLine commandLine = readCommandLine({argv, static_cast<std::size_t>(argc)});
+        if (commandLine.answer) {
+            return give(*commandLine.answer);
+        }
+        shareHeap();
         leaveOutHungSessionBus();
         SingleProgram single;
         if (!single.isFirst()) {
             const QCoreApplication application(argc, argv);
-            if (!single.callFirst()) {
+            if (!single.callFirst(commandLine.files)) {
                 logLine("Tessivo is running already, and cannot be reached by the session bus");
                 return 1;
             }
         }
-        return single.isFirst() ? runFirst(argc, argv, single) : 0;
+        return single.isFirst() ? runFirst(argc, argv, single, commandLine.files) : 0;
     }
 
 private:
+    static int give(const CommandLine::Answer& answer) {
+        std::fputs(answer.text.toLocal8Bit().constData(), answer.status == 0 ? stdout : stderr);
+        return answer.status;
+    }
+
     // Each sheet is drawn by a thread of its own. With a heap for each thread, as is usual, every
     // one of them would keep what a renderer in software has needed at most.
     static void shareHeap() { mallopt(M_ARENA_MAX, 2); }
 
-    static int runFirst(int argc, char* argv[], SingleProgram& single) {
+    static int runFirst(int argc, char* argv[], SingleProgram& single, const QStringList& files) {
         QGuiApplication::setApplicationName(u"Tessivo"_s);
         QGuiApplication::setApplicationDisplayName(u"Tessivo"_s);
-        QGuiApplication::setDesktopFileName(u"tessivo"_s);
+        QGuiApplication::setDesktopFileName(QString::fromLatin1(kProgramId));
         // The sound server answers while the toolkit starts.
         std::unique_ptr<sound::AudioDevice> looperDevice = makeLooperDevice();
         TimedApplication application(argc, argv);
@@ -85,7 +99,11 @@ private:
         }
         auto* window = qobject_cast<QWindow*>(engine.rootObjects().constFirst());
         QObject::connect(&single, &SingleProgram::called, window,
-                         [window](const QByteArray& token) { show(*window, token); });
+                         [window, &viewModels](const QByteArray& token, const QStringList& more) {
+                             show(*window, token);
+                             offer(viewModels, more);
+                         });
+        offer(viewModels, files);
         single.listen();
         endSignals.emplace(); // not before: a start that hangs must end at once
         QObject::connect(&*endSignals, &EndSignals::received, [] { QCoreApplication::exit(0); });
@@ -103,6 +121,12 @@ private:
         qputenv("XDG_ACTIVATION_TOKEN", activationToken);
         QWindow* const sheet = QGuiApplication::modalWindow();
         (sheet != nullptr ? sheet : &window)->requestActivate();
+    }
+
+    static void offer(ViewModelFactory& viewModels, const QStringList& files) {
+        if (!files.isEmpty()) {
+            emit viewModels.filesGiven(files);
+        }
     }
 
     // When the display server goes, the toolkit ends the program from the midst of the event loop.

@@ -5,6 +5,7 @@
 #include "ViewModels/SimpleLooperViewModel.h"
 
 #include <QObject>
+#include <QStringList>
 
 #include <functional>
 #include <memory>
@@ -28,6 +29,11 @@ public:
     // Each belongs to the window that asks for it, and ends with that window.
     Q_INVOKABLE tessivo::SimpleLooperViewModel* makeLooper(QObject* window) const;
     Q_INVOKABLE tessivo::LoopLibraryViewModel* makeLibrary(QObject* window) const;
+
+signals:
+    // The program was given audio files (absolute paths) to take into the library, by its command
+    // line or later by another start of it. Sent when the main window is there.
+    void filesGiven(const QStringList& paths);
 
 private:
     MakeDevice looperDevice_;
