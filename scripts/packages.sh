@@ -9,6 +9,8 @@
 # display  to run it on a virtual display
 # test     to build and run the tests
 # check    to check the sources, and to build with the sanitizers and fuzzers
+# package  to make the Debian package and check it
+# bare     to try it on a bare system
 # peer     to measure another looper beside it
 set -euo pipefail
 # shellcheck source=scripts/lib.sh
@@ -28,6 +30,8 @@ declare -A groups=(
     [test]="libgtest-dev qml6-module-qttest at-spi2-core python3-pyatspi"
     [check]="clang-22 libclang-rt-22-dev llvm-22 clang-tidy-22 clang-format shellcheck python3
         qt6-declarative-dev-tools"
+    [package]="dpkg-dev file lintian desktop-file-utils appstream man-db qmake6"
+    [bare]="mmdebstrap"
     [peer]="sooperlooper pipewire-jack"
 )
 

@@ -99,6 +99,7 @@ case ${1:-} in
         stage "Sources: format, scripts, left-overs, layers" check_text
         stage "Build" build release -DTESSIVO_BENCHMARKS=ON
         stage "Sources: qmllint" cmake --build --preset release --target all_qmllint
+        stage "Package" scripts/package.sh
         stage "Sources: clang-tidy" check_code
         stage "RealtimeSanitizer" sanitized rtsan
         stage "ThreadSanitizer" sanitized tsan
