@@ -188,11 +188,15 @@ void LoopLibrary::change(const Change& change) {
 }
 
 void LoopLibrary::show(const Change& change) {
+    apply(change);
+    tellLoadingStores(change);
+}
+
+void LoopLibrary::apply(const Change& change) {
     // In place: the copy of a long list would be felt.
     emit objectWillChange();
     change(savedLoops_);
     emit savedLoopsChanged();
-    tellLoadingStores(change);
 }
 
 void LoopLibrary::tellLoadingStores(const Change& change) {
@@ -232,6 +236,15 @@ LoopError LoopLibrary::reportUnsaved(const QPointer<LoopLibrary>& library,
 
 void LoopLibrary::saveLoop(const SavedLoop& loop) {
     change(addition(loop));
+}
+
+void LoopLibrary::saveLoopInAllLists(const SavedLoop& loop) {
+    const Change add = addition(loop);
+    for (LoopLibrary* store : std::vector(allStores())) {
+        store->apply(add);
+    }
+    tellLoadingStores(add);
+    saveLibrary([add] { LibraryFile::change(add); });
 }
 
 // Shown only afterwards: a load that begins before that either reads the entry or is told of it.

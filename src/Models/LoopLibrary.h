@@ -50,6 +50,8 @@ public:
     // The same from another thread; returns when the file on the disk has the entry. If that
     // fails it throws saveFailure, and the entry is kept. The store must outlive the call.
     void saveLoopAndWait(const SavedLoop& loop);
+    // As saveLoop(), and at once in the lists of all stores.
+    void saveLoopInAllLists(const SavedLoop& loop);
     // The renamed entry has a new id and its old file. Throws saveFailure for a blank name,
     // duplicateName, or fileNotFound for an entry that is not in the list.
     void renameLoop(const SavedLoop& loop, const QString& newName);
@@ -82,6 +84,7 @@ private:
     void failRebuild(const std::string& reason);
     void publishLoaded(Loops loops);
     void change(const Change& change);
+    void apply(const Change& change);
     void show(const Change& change);
     static void tellLoadingStores(const Change& change);
     void saveLibrary(std::function<void()> write);

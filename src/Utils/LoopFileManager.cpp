@@ -122,20 +122,27 @@ SavedLoop LoopFileManager::saveTemporaryLoopAs(const QString& name, const QUrl& 
         throw LoopError(LoopError::Kind::fileNotFound);
     }
     const LoopMetadata metadata = getLoopMetadata(source);
+    const QString filename =
+        addFile(name, [&](files::AtomicFile& copy) { copy.copyFrom(pathOf(source)); });
+    return {name, filename, secondsSince2001Now(), metadata.duration, metadata.fileSize};
+}
+
+QString LoopFileManager::addFile(const QString& name,
+                                 const std::function<void(files::AtomicFile&)>& write) {
     const fs::path folder = presentFolder();
-    QString filename;
     try {
-        files::AtomicFile copy(folder, kInProgress, S_IRUSR | S_IWUSR);
-        copy.copyFrom(pathOf(source));
-        // Another save may take the name while this one is being copied.
+        QString filename;
+        files::AtomicFile file(folder, kInProgress, S_IRUSR | S_IWUSR);
+        write(file);
+        // Another save may take the name while this one is being written.
         do {
             filename = generateUniqueFilename(name);
-        } while (!copy.becomeNew(folder / filename.toStdString()));
+        } while (!file.becomeNew(folder / filename.toStdString()));
         files::syncFolder(folder);
+        return filename;
     } catch (const std::system_error& error) {
         throw saveFailure(error);
     }
-    return {name, filename, secondsSince2001Now(), metadata.duration, metadata.fileSize};
 }
 
 void LoopFileManager::removeStaleCopies() {
@@ -169,7 +176,11 @@ void LoopFileManager::checkDiskSpaceForFile(const QUrl& file) {
 }
 
 void LoopFileManager::checkDiskSpaceForFile(const QUrl& file, qint64 availableBytes) {
-    if (availableBytes < sizeOf(pathOf(file)) + kFreeSpaceReserve) {
+    checkDiskSpaceFor(sizeOf(pathOf(file)), availableBytes);
+}
+
+void LoopFileManager::checkDiskSpaceFor(qint64 bytes, qint64 availableBytes) {
+    if (availableBytes < bytes + kFreeSpaceReserve) {
         throw LoopError(LoopError::Kind::insufficientDiskSpace);
     }
 }

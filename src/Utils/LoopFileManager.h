@@ -5,9 +5,14 @@
 #include <QString>
 #include <QUrl>
 
+#include <functional>
 #include <optional>
 
 namespace tessivo {
+
+namespace files {
+class AtomicFile;
+}
 
 // All file operations on saved loops. Only the source of a save and the destination of an
 // export may be outside the saved-loops folder: if an entry's file name has a directory part or
@@ -28,11 +33,18 @@ public:
     // dated now. After a failure there is no copy, not even part of one. Throws fileNotFound,
     // invalidAudioFile, saveFailure or a system error.
     static SavedLoop saveTemporaryLoopAs(const QString& name, const QUrl& source);
+    // Makes a new file in the folder and returns its name, which is made from the loop's. Whatever
+    // the function that writes it throws is passed on, system errors as a saveFailure; there is no
+    // file then.
+    static QString addFile(const QString& name,
+                           const std::function<void(files::AtomicFile&)>& write);
 
     // Removes the part of a copy or of the metadata that a killed program has left in the folder.
     // Never throws.
     static void removeStaleCopies();
 
+    // A loop's name as a file name may have it.
+    static QString sanitizeFilename(const QString& name);
     // A file name with extension, made from a loop's name and free in the folder.
     static QString generateUniqueFilename(const QString& name);
 
@@ -42,6 +54,8 @@ public:
     // system error when the size cannot be read.
     static void checkDiskSpaceForFile(const QUrl& file);
     static void checkDiskSpaceForFile(const QUrl& file, qint64 availableBytes);
+    // The same for a file of so many bytes.
+    static void checkDiskSpaceFor(qint64 bytes, qint64 availableBytes);
 
     struct LoopMetadata {
         double duration = 0.0; // seconds, positive and finite
@@ -67,9 +81,6 @@ public:
     // The location of an entry's file; nothing when its file name leads out of the folder or
     // into a folder below it.
     static std::optional<QUrl> locationOf(const SavedLoop& loop);
-
-private:
-    static QString sanitizeFilename(const QString& name);
 };
 
 } // namespace tessivo

@@ -5,6 +5,7 @@
 #include "Models/SimpleLoopState.h"
 #include "Platform/Sound/File/AudioFile.h"
 #include "Platform/System/ObservableObject.h"
+#include "ViewModels/Library/LoopImport.h"
 #include "ViewModels/Main/CommandQueue.h"
 #include "ViewModels/Main/LooperWatch.h"
 #include "ViewModels/Main/Notices.h"
@@ -40,6 +41,7 @@ class SimpleLooperViewModel : public ObservableObject {
     Q_DISABLE_COPY(SimpleLooperViewModel)
     Q_PROPERTY(tessivo::SimpleLoopState* loopState READ loopState CONSTANT)
     Q_PROPERTY(tessivo::Notices* notices READ notices CONSTANT)
+    Q_PROPERTY(tessivo::LoopImport* loopImport READ loopImport CONSTANT)
     // A command waits for the disk.
     Q_PROPERTY(bool isWaitingForDisk READ isWaitingForDisk NOTIFY isWaitingForDiskChanged)
 
@@ -53,6 +55,8 @@ public:
     SimpleLoopState* loopState() { return &loopState_; }
     // What the performer is told; likewise.
     Notices* notices() { return &notices_; }
+    // What brings files into the library; likewise.
+    LoopImport* loopImport() { return &loopImport_; }
     bool isWaitingForDisk() const { return commands_.isWaiting(); }
     // The library that save adds to; likewise.
     LoopLibrary& loopLibrary() { return loopLibrary_; }
@@ -133,6 +137,7 @@ private:
     CommandQueue commands_;
     LooperWatch watch_{audioEngine_, loopState_, notices_};
     TakeOffer offer_{loopState_, notices_};
+    LoopImport loopImport_{loopLibrary_, loopState_, notices_};
     SimpleRecorder* recorder_ = nullptr; // the engine's, from the first recording on
     SimplePlayer* player_ = nullptr;     // the engine's, from the first playback on
     int queuedRecords_ = 0;              // for the first of them the input is held

@@ -5,6 +5,7 @@
 #include "Models/SavedLoop.h"
 #include "Models/SimpleLoopState.h"
 #include "ViewModels/Library/LoopExporter.h"
+#include "ViewModels/Library/LoopImport.h"
 #include "ViewModels/Library/SortOrder.h"
 #include "ViewModels/LoopLibraryViewModel.h"
 #include "ViewModels/MIDI/MIDISettings.h"
@@ -87,6 +88,13 @@ struct NoticesForeign {
     QML_FOREIGN(tessivo::Notices)
     QML_NAMED_ELEMENT(Notices)
     QML_UNCREATABLE("The controller has them")
+};
+
+struct LoopImportForeign {
+    Q_GADGET
+    QML_FOREIGN(tessivo::LoopImport)
+    QML_NAMED_ELEMENT(LoopImport)
+    QML_UNCREATABLE("The controller has it")
 };
 
 struct LoopLibraryViewModelForeign {

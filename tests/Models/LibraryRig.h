@@ -58,6 +58,23 @@ private:
     std::filesystem::path path_;
 };
 
+// A small disk in place of a folder.
+class SmallDisk {
+public:
+    explicit SmallDisk(const std::filesystem::path& folder, const char* size = "size=1m")
+        : folder_(folder)
+        , mounted_(::mount("tmpfs", folder.c_str(), "tmpfs", 0, size) == 0) {
+        EXPECT_TRUE(mounted_) << "only root can mount";
+    }
+    ~SmallDisk() { ::umount2(folder_.c_str(), MNT_DETACH); }
+    SmallDisk(const SmallDisk&) = delete;
+    SmallDisk& operator=(const SmallDisk&) = delete;
+
+private:
+    std::filesystem::path folder_;
+    bool mounted_;
+};
+
 // A saved-loops folder with loops in it, and the lines that are written about them.
 struct LibraryRig {
     // A loop of a fiftieth of a second, in the folder, with its record.

@@ -7,7 +7,6 @@
 #include <linux/filter.h>
 #include <linux/seccomp.h>
 #include <set>
-#include <sys/mount.h>
 #include <sys/prctl.h>
 #include <sys/syscall.h>
 
@@ -17,23 +16,6 @@ namespace fs = std::filesystem;
 using Files = LoopFileManager;
 
 namespace {
-
-// A disk of one megabyte in place of a folder.
-class SmallDisk {
-public:
-    explicit SmallDisk(const fs::path& folder)
-        : folder_(folder)
-        , mounted_(::mount("tmpfs", folder.c_str(), "tmpfs", 0, "size=1m") == 0) {
-        EXPECT_TRUE(mounted_) << "only root can mount";
-    }
-    ~SmallDisk() { ::umount2(folder_.c_str(), MNT_DETACH); }
-    SmallDisk(const SmallDisk&) = delete;
-    SmallDisk& operator=(const SmallDisk&) = delete;
-
-private:
-    fs::path folder_;
-    bool mounted_;
-};
 
 // Runs work on a thread on which those system calls fail with those errors.
 template <class Work>

@@ -16,11 +16,13 @@
 #include <QDir>
 #include <QFile>
 #include <QGuiApplication>
+#include <QMimeData>
 #include <QPalette>
 #include <QQuickItem>
 #include <QTest>
 #include <QWindow>
 #include <QtQml/qqml.h>
+#include <qpa/qplatformdrag.h>
 #include <qpa/qwindowsysteminterface.h>
 
 #include <future>
@@ -79,6 +81,23 @@ public:
         QWindowSystemInterface::sendWindowSystemEvents(QEventLoop::AllEvents);
     }
 
+    // Another program would like to move files here, or a text without any: it goes over the
+    // window, and is dropped there or leaves. Returns whether a copy is wanted.
+    Q_INVOKABLE bool drag(QWindow* window, QPoint place, const QList<QUrl>& files) {
+        dragged_.clear();
+        files.isEmpty() ? dragged_.setText(QStringLiteral("text")) : dragged_.setUrls(files);
+        return isCopy(QWindowSystemInterface::handleDrag(window, &dragged_, place,
+                                                         Qt::CopyAction | Qt::MoveAction,
+                                                         Qt::LeftButton, Qt::ShiftModifier));
+    }
+    Q_INVOKABLE bool drop(QWindow* window, QPoint place) {
+        return isCopy(QWindowSystemInterface::handleDrop(
+            window, &dragged_, place, Qt::CopyAction | Qt::MoveAction, {}, Qt::ShiftModifier));
+    }
+    Q_INVOKABLE void dragOut(QWindow* window) {
+        QWindowSystemInterface::handleDrag(window, nullptr, {}, Qt::IgnoreAction, {}, {});
+    }
+
     // Does every action that the item offers to assistive technology, and names them.
     Q_INVOKABLE QStringList doAllActions(QQuickItem* item) {
         QAccessible::setActive(true);
@@ -106,6 +125,11 @@ public:
     }
 
 private:
+    static bool isCopy(const QPlatformDropQtResponse& answer) {
+        return answer.isAccepted() && answer.acceptedAction() == Qt::CopyAction;
+    }
+
+    QMimeData dragged_;
     sound::OfflineDevice* device_ = nullptr; // of the newest window
     ViewModelFactory viewModels_{
         [this] {

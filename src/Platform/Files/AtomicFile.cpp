@@ -98,7 +98,7 @@ AtomicFile::~AtomicFile() {
 }
 
 // Not std::filesystem::copy_file(): its error does not show whether the disk is full or broken.
-void AtomicFile::copyFrom(const fs::path& source) {
+void AtomicFile::copyFrom(const fs::path& source, const std::function<void()>& afterBlock) {
     const FileDescriptor from(source, O_RDONLY);
     std::vector<char> buffer(std::size_t{1} << 20);
     for (;;) {
@@ -110,8 +110,13 @@ void AtomicFile::copyFrom(const fs::path& source) {
             break;
         }
         write({buffer.data(), static_cast<std::size_t>(count)});
+        afterBlock();
     }
     complete(permissionsOf(from.get(), source));
+}
+
+void AtomicFile::completeLike(const fs::path& source) {
+    complete(permissionsOf(FileDescriptor(source, O_RDONLY).get(), source));
 }
 
 void AtomicFile::write(std::string_view bytes) {

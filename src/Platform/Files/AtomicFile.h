@@ -3,6 +3,7 @@
 #include "Platform/Files/FileDescriptor.h"
 
 #include <filesystem>
+#include <functional>
 #include <string>
 #include <string_view>
 
@@ -36,8 +37,12 @@ public:
     FileDescriptor& descriptor() { return descriptor_; }
 
     // Writes the content of the source, gives the file the source's permissions and brings it
-    // to the disk, where the file system has permissions and can sync.
-    void copyFrom(const std::filesystem::path& source);
+    // to the disk, where the file system has permissions and can sync. The function is called
+    // after each megabyte; what it throws ends the copy.
+    void copyFrom(
+        const std::filesystem::path& source, const std::function<void()>& afterBlock = [] {});
+    // The last two of these, for content that was written through the descriptor.
+    void completeLike(const std::filesystem::path& source);
 
     // Writes the bytes, with the target's permissions where there is a target, brings them to the
     // disk and takes the target's place. A target that must not be written to is left alone.

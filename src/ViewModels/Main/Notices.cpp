@@ -30,6 +30,12 @@ Words wordsOf(Notices::Kind kind) {
         return {u"The disk is full. Nothing more is recorded."_s};
     case Notices::Kind::takeIncomplete:
         return {u"Part of this take could not be written."_s};
+    case Notices::Kind::importFailed:
+        return {u"%1"_s};
+    case Notices::Kind::importOffered:
+        return {u"Import %1 into the library?"_s, u"waveform"_s, u"Import"_s};
+    case Notices::Kind::imported:
+        return {u"Imported into the library: %1"_s, u"waveform"_s};
     case Notices::Kind::noSoundServer:
         return {u"No sound server. Start it, then Tessivo again."_s, u"speaker.slash.fill"_s};
     case Notices::Kind::playFailed:
@@ -99,6 +105,8 @@ void Notices::press() {
         emit midiSettingsRequested();
     } else if (shows(Kind::takeFound)) {
         emit foundTakeRequested();
+    } else if (shows(Kind::importOffered)) {
+        emit importRequested();
     }
 }
 

@@ -29,6 +29,9 @@ public:
         libraryUnread,
         diskFull,
         takeIncomplete,
+        importFailed,  // detail: what is to be told
+        importOffered, // detail: the files
+        imported,      // likewise
         noSoundServer,
         playFailed,
         noDevices,
@@ -66,6 +69,7 @@ signals:
     void changed(); // another notice shows, or none
     void midiSettingsRequested();
     void foundTakeRequested();
+    void importRequested();
 
 private:
     struct Reason {

@@ -9,6 +9,7 @@ Sheet {
     id: root
 
     required property LoopLibraryViewModel viewModel
+    required property LoopImport loopImport
     // The panel that asks for the destination of an export, while it does.
     readonly property QtObject savePanel: exporting.savePanel
 
@@ -32,7 +33,8 @@ Sheet {
     width: maximumWidth
     height: maximumHeight
 
-    isCovered: rename.visible || deletion.visible || failure.visible || exporting.isAsking
+    isCovered: rename.visible || deletion.visible || failure.visible || report.visible
+        || exporting.isAsking
     Component.onCompleted: header.search.begin(Qt.OtherFocusReason)
     onClosing: close => {
         close.accepted = !isCovered;
@@ -40,6 +42,8 @@ Sheet {
             dismissed();
         else if (failure.visible)
             failure.close();
+        else if (report.visible)
+            report.close();
         else if (deletion.visible)
             deletion.close();
         else if (exporting.isAsking)
@@ -92,6 +96,23 @@ Sheet {
         onLoad: loop => root.load(loop)
         onExportLoop: loop => exporting.begin(loop)
         onTyped: text => header.search.append(text)
+    }
+
+    LoopDropArea {
+        anchors.top: header.bottom
+        anchors.bottom: parent.bottom
+        anchors.left: parent.left
+        anchors.right: parent.right
+        enabled: !root.isCovered
+        onFilesDropped: files => root.loopImport.importFiles(files)
+    }
+
+    LoopImportView {
+        anchors.bottom: parent.bottom
+        anchors.left: parent.left
+        anchors.right: parent.right
+        anchors.margins: Theme.panelPadding
+        loopImport: root.loopImport
     }
 
     Patience {
@@ -157,5 +178,14 @@ Sheet {
         message: root.viewModel.errorMessage
         visible: root.viewModel.showingError
         onClosed: if (root.viewModel.showingError) root.viewModel.clearError()
+    }
+
+    Alert {
+        id: report
+
+        title: qsTr("Import")
+        message: root.loopImport.report
+        visible: root.loopImport.report !== "" && !failure.visible
+        onClosed: if (!failure.visible) root.loopImport.clearReport()
     }
 }

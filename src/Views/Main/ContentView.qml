@@ -80,6 +80,7 @@ T.ApplicationWindow {
             id: library
 
             viewModel: (() => root.viewModels.makeLibrary(library))()
+            loopImport: root.viewModel.loopImport
             onLoadLoop: loop => root.viewModel.loadLoop(loop)
             onDismissed: root.loopState.showingLoopLibrary = false
         }

@@ -19,6 +19,7 @@ namespace tessivo::sound {
 namespace {
 
 constexpr auto kTakeWithoutName = ".take-";
+constexpr auto kNotCreated = "The recording could not be created:";
 
 struct CloseSoundFile {
     void operator()(SNDFILE* file) const { sf_close(file); }
@@ -44,6 +45,13 @@ AudioError soundFailure(const std::string& what, const std::filesystem::path& pa
 // no longer be ours: what we closed after that could be another thread's.
 SoundFile handedOver(files::FileDescriptor& descriptor, int mode, SF_INFO& info) {
     return SoundFile(sf_open_fd(descriptor.release(), mode, &info, SF_TRUE));
+}
+
+bool isLittleEndianFloatWav(int format) {
+    const int type = format & SF_FORMAT_TYPEMASK;
+    return (type == SF_FORMAT_WAV || type == SF_FORMAT_WAVEX || type == SF_FORMAT_RF64) &&
+           (format & SF_FORMAT_SUBMASK) == SF_FORMAT_FLOAT &&
+           (format & SF_FORMAT_ENDMASK) != SF_ENDIAN_BIG;
 }
 
 } // namespace
@@ -76,6 +84,8 @@ AudioFileReader::AudioFileReader(const std::filesystem::path& path)
     }
     format_ = AudioFormat(info.samplerate, static_cast<std::uint32_t>(info.channels));
     length_ = info.frames;
+    isLengthExact_ = (info.format & SF_FORMAT_TYPEMASK) != SF_FORMAT_MPEG;
+    isFloatWav_ = isLittleEndianFloatWav(info.format);
 }
 
 AudioFileReader::~AudioFileReader() = default;
@@ -115,31 +125,43 @@ AudioFileWriter::AudioFileWriter(const std::filesystem::path& path,
         settings.sampleRate > std::numeric_limits<int>::max()) {
         throw AudioError("There is no audio input to record from");
     }
-    SF_INFO info{};
-    info.samplerate = static_cast<int>(std::lround(settings.sampleRate));
-    info.channels = static_cast<int>(settings.channelCount);
-    info.format = SF_FORMAT_RF64 | SF_FORMAT_FLOAT;
-    const std::string failed = "The recording could not be created:";
     try {
         // Has its header before it has its name: a failure leaves what was there, and whoever
         // opens the file by its name can read it.
         files::AtomicFile file(path.parent_path(), kTakeWithoutName, 0666);
-        handle_->file = handedOver(file.descriptor(), SFM_WRITE, info);
-        if (!handle_->file) {
-            throw soundFailure(failed, path, nullptr);
-        }
-        sf_command(handle_->file.get(), SFC_RF64_AUTO_DOWNGRADE, nullptr, SF_TRUE);
-        updateHeader();
+        begin(file.descriptor(), path);
         do {
             handle_->path =
                 files::freeName(path.parent_path(), path.stem().string(), path.extension());
         } while (!file.becomeNew(handle_->path));
     } catch (const std::system_error& error) {
-        throw systemFailure(failed, path, error);
+        throw systemFailure(kNotCreated, path, error);
     }
 }
 
+AudioFileWriter::AudioFileWriter(files::AtomicFile& file, const std::filesystem::path& path,
+                                 const AudioFileSettings& settings)
+    : handle_(std::make_unique<Handle>())
+    , settings_(settings) {
+    files::FileDescriptor descriptor(fcntl(file.descriptor().get(), F_DUPFD_CLOEXEC, 0));
+    begin(descriptor, path);
+}
+
 AudioFileWriter::~AudioFileWriter() = default;
+
+void AudioFileWriter::begin(files::FileDescriptor& descriptor, const std::filesystem::path& path) {
+    SF_INFO info{};
+    info.samplerate = static_cast<int>(std::lround(settings_.sampleRate));
+    info.channels = static_cast<int>(settings_.channelCount);
+    info.format = SF_FORMAT_RF64 | SF_FORMAT_FLOAT;
+    handle_->file = handedOver(descriptor, SFM_WRITE, info);
+    if (!handle_->file) {
+        throw soundFailure(kNotCreated, path, nullptr);
+    }
+    handle_->path = path;
+    sf_command(handle_->file.get(), SFC_RF64_AUTO_DOWNGRADE, nullptr, SF_TRUE);
+    updateHeader();
+}
 
 void AudioFileWriter::removeStale(const std::filesystem::path& folder) {
     files::AtomicFile::removeStale(folder, kTakeWithoutName);
@@ -153,12 +175,16 @@ void AudioFileWriter::write(const AudioPCMBuffer& buffer) {
     if (buffer.format().channelCount() != settings_.channelCount) {
         throw AudioError("The buffer has another number of channels than the recording");
     }
-    const auto frames = buffer.frameLength();
     buffer.interleave(interleaved_);
+    write(interleaved_);
+}
+
+void AudioFileWriter::write(std::span<const float> interleaved) {
+    const auto frames = static_cast<sf_count_t>(interleaved.size() / settings_.channelCount);
     // A failed write may leave part of a frame in the file; the next one overwrites that.
-    const sf_count_t written = sf_writef_float(handle_->file.get(), interleaved_.data(), frames);
+    const sf_count_t written = sf_writef_float(handle_->file.get(), interleaved.data(), frames);
     framesWritten_ += written;
-    if (written != static_cast<sf_count_t>(frames)) {
+    if (written != frames) {
         const std::string reason = sf_strerror(handle_->file.get());
         sf_seek(handle_->file.get(), framesWritten_, SEEK_SET);
         updateHeader();

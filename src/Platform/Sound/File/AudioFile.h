@@ -9,6 +9,11 @@
 #include <span>
 #include <vector>
 
+namespace tessivo::files {
+class AtomicFile;
+class FileDescriptor;
+} // namespace tessivo::files
+
 namespace tessivo::sound {
 
 // An audio file that is open for reading. format() and length() may be called on any thread;
@@ -24,6 +29,10 @@ public:
 
     const AudioFormat& format() const { return format_; }
     std::int64_t length() const { return length_; } // frames, at least 1
+    // Whether that is known, and no estimate as with MP3.
+    bool isLengthExact() const { return isLengthExact_; }
+    // Whether it is what AudioFileWriter writes: WAV of 32-bit float samples.
+    bool isFloatWav() const { return isFloatWav_; }
 
     // Goes to a frame. Throws AudioError when it is out of range.
     void seek(std::int64_t frame);
@@ -37,6 +46,8 @@ private:
     std::unique_ptr<Handle> handle_;
     AudioFormat format_;
     std::int64_t length_ = 0;
+    bool isLengthExact_ = false;
+    bool isFloatWav_ = false;
 };
 
 // Opens a file that is to be heard. Throws AudioError also when its rate is so extreme that it
@@ -51,6 +62,10 @@ public:
     // Creates a new file. A file that has the name keeps it: the new one is "<stem>-1.wav", "-2"
     // and so on. Throws AudioError when the file cannot be created.
     AudioFileWriter(const std::filesystem::path& path, const AudioFileSettings& settings);
+    // Writes into a new file that is open, and that gets this path from its owner afterwards. The
+    // owner completes it when this has gone.
+    AudioFileWriter(files::AtomicFile& file, const std::filesystem::path& path,
+                    const AudioFileSettings& settings);
     ~AudioFileWriter();
     AudioFileWriter(const AudioFileWriter&) = delete;
     AudioFileWriter& operator=(const AudioFileWriter&) = delete;
@@ -62,18 +77,21 @@ public:
     // AudioError when not all could be written; those that were stay readable, and the next call
     // appends after them.
     void write(const AudioPCMBuffer& buffer);
+    // The same for whole interleaved frames.
+    void write(std::span<const float> interleaved);
 
     // Takes back all frames behind the first `frames`. Harmless when there are no more. Throws
     // AudioError when the file cannot be made shorter; it is then as before.
     void cut(std::int64_t frames);
 
-    // The name that it was given.
+    // The name that it was or will be given.
     const std::filesystem::path& path() const;
 
     std::int64_t framesWritten() const { return framesWritten_; }
 
 private:
     struct Handle;
+    void begin(files::FileDescriptor& descriptor, const std::filesystem::path& path);
     void updateHeader();
 
     std::unique_ptr<Handle> handle_;

@@ -1,0 +1,77 @@
+import QtQuick
+import Tessivo
+import TessivoTest
+
+// Files that come into the library by the pointer.
+LibraryTestCase {
+    id: test
+
+    name: "LoopFiles"
+
+    readonly property point middle: Qt.point(250, 400)
+    readonly property string invitation: "Drop files to import them into the library"
+    property url folder
+    property url file
+
+    function init() {
+        Disk.fill(["Beat", "50% Größe #1"]);
+        folder = Disk.emptyFolder();
+        file = Disk.linkTo(0, folder, true);
+        open();
+    }
+    function drop(...files) {
+        verify(Machine.drag(sheet, middle, files));
+        verify(Machine.drop(sheet, middle));
+    }
+
+    function test_files_that_are_dropped_become_loops() {
+        verify(!Machine.drag(sheet, middle, []), "a text");
+        verify(!shown(invitation));
+        Machine.dragOut(sheet);
+        verify(Machine.drag(sheet, middle, [file]));
+        verify(shown(invitation));
+        Machine.dragOut(sheet);
+        tryVerify(() => !shown(invitation));
+
+        drop(file);
+        verify(!shown(invitation));
+        tryVerify(() => lists("link", "Beat", "50% Größe #1"));
+        Disk.finish();
+        compare(Disk.names(), ["link", "Beat", "50% Größe #1"]);
+        verify(!shown("Import"));
+
+        // Also while the list is being read, and from an empty one.
+        viewModel.refreshLibrary();
+        drop(file);
+        tryVerify(() => !viewModel.isLoading && lists("link_1", "link", "Beat", "50% Größe #1"));
+        Disk.clear();
+        viewModel.refreshLibrary();
+        tryVerify(() => shown("No Saved Loops"));
+        Disk.writeLoop();
+        drop(file);
+        tryVerify(() => lists("link"));
+        Disk.finish();
+    }
+
+    function test_what_cannot_be_imported_is_told() {
+        drop(folder, "http://host/a.wav");
+        const message = "Exports: This is a folder\nhttp://host/a.wav is not on this computer";
+        tryVerify(() => shown("Import") && shown(message) && item("OK").activeFocus);
+        verify(!Machine.drag(sheet, middle, [file]), "behind the alert");
+        Machine.dragOut(sheet);
+        keyClick(Qt.Key_Escape);
+        tryVerify(() => !shown("Import"));
+        verify(lists("Beat", "50% Größe #1"));
+    }
+
+    function test_a_long_import_can_be_cancelled() {
+        Disk.hold();
+        drop(file);
+        verify(!shown("Importing link.wav"), "at once");
+        tryVerify(() => shown("Importing link.wav"));
+        click(item("Cancel Import"));
+        Disk.finish();
+        tryVerify(() => !shown("Importing link.wav"));
+        verify(lists("Beat", "50% Größe #1") && !shown("Import"));
+    }
+}
