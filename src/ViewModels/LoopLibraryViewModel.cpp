@@ -3,6 +3,7 @@
 #include "Audio/LoopPreviewEngine.h"
 #include "Platform/System/Formatters.h"
 #include "Platform/System/MainQueue.h"
+#include "Utils/LoopFileManager.h"
 #include "ViewModels/Library/LoopCatalogue.h"
 #include "ViewModels/Library/LoopListModel.h"
 
@@ -152,6 +153,11 @@ QString LoopLibraryViewModel::selectedLoopName() const {
 
 bool LoopLibraryViewModel::isPreviewingLoop(const SavedLoop& loop) const {
     return previewEngine_->isPreviewingLoop(loop);
+}
+
+QString LoopLibraryViewModel::uriOf(const SavedLoop& loop) {
+    return QString::fromLatin1(
+        LoopFileManager::locationOf(loop).value_or(QUrl()).toEncoded(QUrl::FullyEncoded));
 }
 
 // The rows change before the signal, so that its receivers see the new result if it can be had.

@@ -106,6 +106,10 @@ public:
     // `loops` stays marked though.
     Q_INVOKABLE bool isPreviewingLoop(const tessivo::SavedLoop& loop) const;
 
+    // The location of a loop's file as other programs are told it, percent-encoded; empty when the
+    // record leads nowhere.
+    Q_INVOKABLE static QString uriOf(const tessivo::SavedLoop& loop);
+
 public slots:
     // Opens the rename dialog with the record's name in its field.
     void renameLoop(const tessivo::SavedLoop& loop);

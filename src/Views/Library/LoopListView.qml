@@ -77,6 +77,7 @@ RowList {
             root.pointerInUse = !byTouch;
         }
         onMenuRequested: (place, byKeyboard) => menu.openFor(row, place, byKeyboard)
+        onDragBegun: parcel.dragOut(row)
 
         Rectangle {
             anchors.bottom: parent.bottom
@@ -87,6 +88,13 @@ RowList {
             height: 1
             color: Theme.separator
         }
+    }
+
+    LoopParcel {
+        id: parcel
+
+        parent: root
+        viewModel: root.viewModel
     }
 
     LoopContextMenu {

@@ -26,6 +26,10 @@ Rectangle {
     signal deleteLoop()
     signal picked(byTouch: bool)
     signal menuRequested(place: point, byKeyboard: bool)
+    // The pointer takes the row along; it still does for as long as isDragged holds.
+    signal dragBegun()
+
+    readonly property bool isDragged: dragging.active
 
     // Does what the key stands for, and tells whether it stands for anything.
     function handleKey(event: KeyEvent): bool {
@@ -93,6 +97,15 @@ Rectangle {
     TapHandler {
         acceptedDevices: PointerDevice.Mouse | PointerDevice.TouchPad
         onTapped: root.picked(false)
+    }
+
+    // A finger moves the list instead.
+    DragHandler {
+        id: dragging
+
+        target: null
+        acceptedDevices: PointerDevice.Mouse | PointerDevice.TouchPad
+        onActiveChanged: if (active) root.dragBegun()
     }
 
     // A finger cannot hover: a tap shows the buttons, and a long press opens the menu.

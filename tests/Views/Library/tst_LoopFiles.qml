@@ -1,8 +1,9 @@
 import QtQuick
+import QtTest
 import Tessivo
 import TessivoTest
 
-// Files that come into the library by the pointer.
+// Files that come into the library and go out of it by the pointer.
 LibraryTestCase {
     id: test
 
@@ -73,5 +74,47 @@ LibraryTestCase {
         Disk.finish();
         tryVerify(() => !shown("Importing link.wav"));
         verify(lists("Beat", "50% Größe #1") && !shown("Import"));
+    }
+
+    SignalSpy {
+        id: journeys
+
+        signalName: "dragStarted"
+    }
+
+    // Here nothing can be dropped: the offscreen platform ends every drag at once.
+    function test_a_row_goes_out_as_a_file() {
+        const parcel = Array.from(list.children).find(child => child instanceof LoopParcel);
+        journeys.target = parcel.Drag;
+        const files = [["Beat", "loop0.wav"], ["50% Größe #1", "loop1.wav"]];
+        for (const [name, file] of files) {
+            journeys.clear();
+            mousePress(row(name), 100, 20);
+            for (const y of [22, 30, 40, 50])
+                mouseMove(row(name), 100, y);
+            tryCompare(journeys, "count", 1);
+            mouseRelease(row(name), 100, 50);
+            const uri = parcel.Drag.mimeData["text/uri-list"];
+            verify(uri.startsWith("file:///") && uri.endsWith("/Documents/SavedLoops/" + file));
+            compare([parcel.name, parcel.Drag.supportedActions], [name, Qt.CopyAction]);
+            verify(String(parcel.Drag.imageSource) !== "");
+        }
+        // The pointer does afterwards what it did before, and a finger moves the list.
+        compare([list.contentY, names().join()], [list.originY, "Beat,50% Größe #1"]);
+        mouseClick(row("Beat"), 100, 20, Qt.RightButton);
+        tryVerify(() => shown("Export"));
+        keyClick(Qt.Key_Escape);
+        tryVerify(() => !shown("Export"));
+        const finger = touchEvent(list);
+        finger.press(0, row("Beat"), 100, 20).commit();
+        for (const y of [22, 30, 40, 50])
+            finger.move(0, row("Beat"), 100, y).commit();
+        finger.release(0, row("Beat"), 100, 50).commit();
+        wait(50);
+        compare(journeys.count, 1);
+        click(find(row("Beat"), "Load"));
+        tryCompare(window, "librarySheet", null);
+        Disk.finish();
+        compare(window.loopState.fileURL.toString().split("/").pop(), "loop0.wav");
     }
 }
