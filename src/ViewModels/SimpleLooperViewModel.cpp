@@ -12,6 +12,7 @@
 #include "Platform/System/Paths.h"
 #include "Utils/AudioUtils.h"
 #include "Utils/LoopFileManager.h"
+#include "ViewModels/Main/TakesFolder.h"
 
 #include <QMetaMethod>
 #include <QPointer>
@@ -420,6 +421,13 @@ void SimpleLooperViewModel::showSaveDialog() {
 
 void SimpleLooperViewModel::showLoopLibrary() {
     post([this] { loopState_.setShowingLoopLibrary(true); });
+}
+
+void SimpleLooperViewModel::showFolderOfTakes() {
+    if (!openFolderOfTakes()) {
+        notices_.tell(Notices::Kind::folderNotShown,
+                      AudioUtils::getLooperRecordingsDirectory().toLocalFile());
+    }
 }
 
 void SimpleLooperViewModel::setCurrentAudio(const QUrl& file) {

@@ -89,6 +89,8 @@ public slots:
     // Show the save sheet, if there is something to save, and the library window.
     void showSaveDialog();
     void showLoopLibrary();
+    // In the desktop's file manager.
+    void showFolderOfTakes();
 
 signals:
     void isWaitingForDiskChanged();

@@ -13,6 +13,7 @@
 #include "support/VirtualMidi.h"
 
 #include <QAccessible>
+#include <QDesktopServices>
 #include <QDir>
 #include <QFile>
 #include <QGuiApplication>
@@ -27,6 +28,7 @@
 
 #include <future>
 #include <optional>
+#include <utility>
 
 namespace tessivo {
 
@@ -59,6 +61,10 @@ class Machine : public QObject {
     Q_PROPERTY(tessivo::ViewModelFactory* viewModels READ viewModels CONSTANT)
 
 public:
+    Machine() { QDesktopServices::setUrlHandler(QStringLiteral("file"), this, "show"); }
+    ~Machine() override { QDesktopServices::unsetUrlHandler(QStringLiteral("file")); }
+    Q_DISABLE_COPY(Machine)
+
     ViewModelFactory* viewModels() { return &viewModels_; }
 
     Q_INVOKABLE void hold(QWindow* window, int key, int repeats) {
@@ -98,6 +104,10 @@ public:
         QWindowSystemInterface::handleDrag(window, nullptr, {}, Qt::IgnoreAction, {}, {});
     }
 
+    // What the file manager was asked to show since the last call.
+    Q_INVOKABLE QList<QUrl> shownFolders() { return std::exchange(shownFolders_, {}); }
+    Q_INVOKABLE void show(const QUrl& folder) { shownFolders_ += folder; }
+
     // Does every action that the item offers to assistive technology, and names them.
     Q_INVOKABLE QStringList doAllActions(QQuickItem* item) {
         QAccessible::setActive(true);
@@ -130,6 +140,7 @@ private:
     }
 
     QMimeData dragged_;
+    QList<QUrl> shownFolders_;
     sound::OfflineDevice* device_ = nullptr; // of the newest window
     ViewModelFactory viewModels_{
         [this] {

@@ -36,6 +36,8 @@ Words wordsOf(Notices::Kind kind) {
         return {u"Import %1 into the library?"_s, u"waveform"_s, u"Import"_s};
     case Notices::Kind::imported:
         return {u"Imported into the library: %1"_s, u"waveform"_s};
+    case Notices::Kind::folderNotShown:
+        return {u"The folder of takes could not be opened."_s, u"folder.fill"_s};
     case Notices::Kind::noSoundServer:
         return {u"No sound server. Start it, then Tessivo again."_s, u"speaker.slash.fill"_s};
     case Notices::Kind::playFailed:

@@ -32,6 +32,7 @@ public:
         importFailed,  // detail: what is to be told
         importOffered, // detail: the files
         imported,      // likewise
+        folderNotShown,
         noSoundServer,
         playFailed,
         noDevices,

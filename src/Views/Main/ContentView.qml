@@ -51,6 +51,7 @@ T.ApplicationWindow {
         keysEnabled: !root.showingSheet
         onSave: root.viewModel.showSaveDialog()
         onShowLibrary: root.viewModel.showLoopLibrary()
+        onShowFolderOfTakes: root.viewModel.showFolderOfTakes()
         onShowMIDISettings: root.showingMIDISettings = true
     }
 

@@ -12,6 +12,7 @@ Item {
 
     signal save()
     signal showLibrary()
+    signal showFolderOfTakes()
     signal showMIDISettings()
 
     implicitWidth: items.implicitWidth + 2 * Theme.toolbarMargin
@@ -37,6 +38,8 @@ Item {
             }
 
             ToolbarButton {
+                id: library
+
                 name: "Library"
                 symbol: "folder.fill"
                 toolTip: "Library [Ctrl+O]"
@@ -44,6 +47,19 @@ Item {
                 keys: ["Ctrl+O"]
                 keysEnabled: root.keysEnabled
                 onTriggered: root.showLibrary()
+
+                Keys.onPressed: event => {
+                    event.accepted = event.key === Qt.Key_Menu
+                        || (event.key === Qt.Key_F10 && event.modifiers === Qt.ShiftModifier);
+                    if (event.accepted)
+                        menu.openAt(library, Qt.point(0, library.height), 0);
+                }
+
+                // Not while a take is recorded, like the button itself.
+                TapHandler {
+                    acceptedButtons: Qt.RightButton
+                    onTapped: menu.openAt(library, point.position, -1)
+                }
             }
         }
 
@@ -55,6 +71,15 @@ Item {
             keys: []
             keysEnabled: root.keysEnabled
             onTriggered: root.showMIDISettings()
+        }
+    }
+
+    ContextMenu {
+        id: menu
+
+        ContextMenuItem {
+            text: qsTr("Open Folder of Takes")
+            onTriggered: root.showFolderOfTakes()
         }
     }
 }

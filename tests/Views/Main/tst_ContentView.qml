@@ -118,6 +118,33 @@ SheetTestCase {
         compare(outcomes[0], outcomes[1]);
     }
 
+    function test_the_library_button_shows_the_folder_of_takes() {
+        makeWindow();
+        activate(window);
+        const library = find(window.header, "Library");
+        const command = "Open Folder of Takes";
+        mouseClick(library, 5, 5, Qt.RightButton);
+        tryVerify(() => shown(command, window));
+        click(item(command, window));
+        tryVerify(() => !shown(command, window));
+        library.forceActiveFocus(Qt.TabFocusReason);
+        keyClick(Qt.Key_Menu);
+        tryVerify(() => shown(command, window));
+        keyClick(Qt.Key_Return);
+        tryVerify(() => !shown(command, window));
+        compare(Machine.shownFolders().map(folder => folder.toString().split("/").pop()),
+            ["LooperFiles", "LooperFiles"]);
+        verify(!window.loopState.showingLoopLibrary);
+        compare(window.loopState.transportState, TransportStates.stopped);
+
+        window.viewModel.recordButtonPressed();
+        tryVerify(() => !library.enabled);
+        mouseClick(library, 5, 5, Qt.RightButton);
+        verify(!shown(command, window), "nothing is in the way of a take");
+        window.viewModel.stopButtonPressed();
+        Disk.finish();
+    }
+
     function test_a_notice_takes_only_space_that_nothing_else_has() {
         makeWindow();
         activate(window);
