@@ -45,7 +45,7 @@ public:
 
     // Asks by a notice whether files are wanted in the library, which then opens if it can. The
     // question waits while a take is recorded. With the library open they are imported at once.
-    void offer(const QStringList& paths);
+    Q_INVOKABLE void offer(const QStringList& paths);
 
     // A file of the library itself is left out.
     Q_INVOKABLE void importFiles(const QList<QUrl>& files);
