@@ -113,6 +113,23 @@ function(tessivo_qml_module name)
     tessivo_batch_generated(${name})
 endfunction()
 
+# tessivo_translations(variable FILE...): translations as the toolkit reads them, made of those that
+# translators write; to be compiled into a QML module, in its folder "translations".
+function(tessivo_translations variable)
+    find_program(TESSIVO_LRELEASE NAMES lrelease lrelease6 lrelease-qt6 REQUIRED
+        HINTS ${QT6_INSTALL_PREFIX}/${QT6_INSTALL_BINS} ${QT6_INSTALL_PREFIX}/${QT6_INSTALL_LIBEXECS})
+    foreach(source ${ARGN})
+        cmake_path(GET source STEM name)
+        set(file ${CMAKE_CURRENT_BINARY_DIR}/${name}.qm)
+        add_custom_command(OUTPUT ${file}
+            COMMAND ${TESSIVO_LRELEASE} -silent ${source} -qm ${file}
+            DEPENDS ${source} VERBATIM)
+        set_source_files_properties(${file} PROPERTIES QT_RESOURCE_ALIAS translations/${name}.qm)
+        list(APPEND files ${file})
+    endforeach()
+    set(${variable} ${files} PARENT_SCOPE)
+endfunction()
+
 # tessivo_batch_generated(target): compiles what the QML compiler made for a module in batches of
 # ten files, as each reads the same headers, and without our warnings, which are for what is
 # written here.

@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # Looks for what does not belong into the repository: left-overs of editing and merging,
 # excuses, switched-off tests and checks, files that no target builds, includes that no layer
-# allows; and for too many or too few tests.
+# allows, texts without a translation; and for too many or too few tests.
 set -euo pipefail
 # shellcheck source=scripts/lib.sh
 source "$(dirname "${BASH_SOURCE[0]}")/lib.sh"
@@ -52,6 +52,8 @@ while read -r file; do
 done < <(find src tests benchmarks \( -name '*.cpp' -o -name '*.qml' -o -name '*.svg' \))
 
 found=$(scripts/check-includes.py 2>&1) || fault "includes that no layer allows:" "$found"
+
+found=$(scripts/translations.sh check 2>&1) || fault "texts:" "$found"
 
 # Lines without blanks and comments.
 lines_in() {

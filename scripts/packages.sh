@@ -19,7 +19,7 @@ source "$(dirname "${BASH_SOURCE[0]}")/lib.sh"
 declare -A groups=(
     [build]="g++ cmake ninja-build pkg-config libpipewire-0.3-dev libsndfile1-dev
         libsamplerate0-dev libicu-dev qt6-base-dev qt6-base-private-dev
-        qt6-declarative-dev qt6-svg-dev libqt6opengl6-dev"
+        qt6-declarative-dev qt6-svg-dev libqt6opengl6-dev qt6-l10n-tools"
     [run]="procps x11-utils pipewire-bin fonts-dejavu-core libgl1-mesa-dri qt6-wayland
         qml6-module-qtqml qml6-module-qtqml-workerscript qml6-module-qtquick
         qml6-module-qtquick-controls qml6-module-qtquick-layouts qml6-module-qtquick-shapes

@@ -12,6 +12,7 @@
 #include "Platform/System/SingleProgram.h"
 #include "SystemDevices.h"
 #include "ViewModels/Main/HeldKeys.h"
+#include "ViewModels/Main/Language.h"
 #include "ViewModels/Main/TimedApplication.h"
 #include "ViewModels/Main/ViewModelFactory.h"
 
@@ -81,6 +82,7 @@ private:
         TimedApplication application(argc, argv);
         QGuiApplication::setWindowIcon(
             QIcon(u":/qt-project.org/imports/Tessivo/icons/tessivo.svg"_s));
+        const Language language(u":/qt-project.org/imports/Tessivo/translations"_s);
         QQuickStyle::setStyle(u"Basic"_s);
         MIDIManager::setSharedSystem(std::make_shared<midi::PipeWireMidi>("Tessivo"));
 

@@ -3,39 +3,60 @@
 namespace tessivo {
 namespace {
 
-QString describe(LoopError::Kind kind, const QString& message) {
+const char* textOf(LoopError::Kind kind) {
     switch (kind) {
     case LoopError::Kind::saveFailure:
-        return QStringLiteral("Failed to save loop: ") + message;
+        return QT_TRANSLATE_NOOP("LoopError", "Failed to save loop: ");
     case LoopError::Kind::loadFailure:
-        return QStringLiteral("Failed to load loop: ") + message;
+        return QT_TRANSLATE_NOOP("LoopError", "Failed to load loop: ");
     case LoopError::Kind::noAudioToSave:
-        return QStringLiteral("No audio recorded to save");
+        return QT_TRANSLATE_NOOP("LoopError", "No audio recorded to save");
     case LoopError::Kind::fileNotFound:
-        return QStringLiteral("Loop file not found");
+        return QT_TRANSLATE_NOOP("LoopError", "Loop file not found");
     case LoopError::Kind::duplicateName:
-        return QStringLiteral("A loop with this name already exists");
+        return QT_TRANSLATE_NOOP("LoopError", "A loop with this name already exists");
     case LoopError::Kind::libraryCorrupted:
-        return QStringLiteral("Loop library is corrupted and needs to be rebuilt");
+        return QT_TRANSLATE_NOOP("LoopError", "Loop library is corrupted and needs to be rebuilt");
     case LoopError::Kind::invalidAudioFile:
-        return QStringLiteral("Invalid or corrupted audio file");
+        return QT_TRANSLATE_NOOP("LoopError", "Invalid or corrupted audio file");
     case LoopError::Kind::insufficientDiskSpace:
-        return QStringLiteral("Insufficient disk space to save loop");
+        return QT_TRANSLATE_NOOP("LoopError", "Insufficient disk space to save loop");
     }
-    return {};
+    return "";
 }
 
 } // namespace
 
-LoopError::LoopError(Kind kind, const QString& message)
+LoopError::LoopError(Kind kind, const QString& message, const QString& cause)
     : kind_(kind)
-    , description_(describe(kind, message).toStdString())
-    , message_(message) {}
+    , description_(textOf(kind) + (message + cause).toStdString())
+    , message_(message)
+    , cause_(cause) {}
 
-QString LoopError::reasonOf(const std::exception& error) {
+QString LoopError::errorDescription() const {
+    return tr(textOf(kind_)) + shownMessage();
+}
+
+// What the system said is in no list of texts, and stays as it is.
+QString LoopError::shownMessage() const {
+    return message_.isEmpty() ? cause_ : tr(message_.toUtf8()) + cause_;
+}
+
+QString LoopError::shown(const std::exception& error) {
     const auto* const ours = dynamic_cast<const LoopError*>(&error);
-    return ours != nullptr && !ours->message_.isEmpty() ? ours->message_
-                                                        : QString::fromUtf8(error.what());
+    return ours != nullptr ? ours->errorDescription() : QString::fromUtf8(error.what());
+}
+
+std::string LoopError::reasonOf(const std::exception& error) {
+    const auto* const ours = dynamic_cast<const LoopError*>(&error);
+    return ours != nullptr && !ours->message_.isEmpty()
+               ? (ours->message_ + ours->cause_).toStdString()
+               : error.what();
+}
+
+QString LoopError::shownReasonOf(const std::exception& error) {
+    const auto* const ours = dynamic_cast<const LoopError*>(&error);
+    return ours != nullptr && !ours->message_.isEmpty() ? ours->shownMessage() : shown(error);
 }
 
 } // namespace tessivo

@@ -223,8 +223,9 @@ void LoopLibrary::writeOrReport(const QPointer<LoopLibrary>& library,
 
 LoopError LoopLibrary::reportUnsaved(const QPointer<LoopLibrary>& library,
                                      const std::exception& error) {
-    auto failure = LoopError::saveFailure(QStringLiteral("Failed to save library metadata: ") +
-                                          QString::fromUtf8(error.what()));
+    auto failure =
+        LoopError::saveFailure(QT_TRANSLATE_NOOP("LoopError", "Failed to save library metadata: "),
+                               QString::fromUtf8(error.what()));
     MainQueue::post([library, failure] {
         for (LoopLibrary* store : library ? std::vector{library.data()} : allStores()) {
             store->publish(store->lastError_, failure, &LoopLibrary::lastErrorChanged);
@@ -264,7 +265,7 @@ void LoopLibrary::saveLoopAndWait(const SavedLoop& loop) {
 
 void LoopLibrary::renameLoop(const SavedLoop& loop, const QString& newName) {
     if (newName.trimmed().isEmpty()) {
-        throw LoopError::saveFailure(QStringLiteral("Loop name cannot be empty"));
+        throw LoopError::saveFailure(QT_TRANSLATE_NOOP("LoopError", "Loop name cannot be empty"));
     }
     const auto isOther = [&](const SavedLoop& other) {
         return sameText(other.name(), newName) && other.id() != loop.id();
@@ -285,11 +286,12 @@ void LoopLibrary::deleteLoop(const SavedLoop& loop, const DeleteHandler& deleted
         try {
             LoopFileManager::deleteLoopFile(loop);
         } catch (const std::exception& error) {
-            MainQueue::post([self, deleted, failure = QString::fromUtf8(error.what())] {
+            MainQueue::post([self, deleted, failure = LoopError::shown(error),
+                             line = std::string(error.what())] {
                 if (self) {
                     deleted(failure);
                 } else {
-                    logLine("Failed to delete loop: " + failure.toStdString());
+                    logLine("Failed to delete loop: " + line);
                 }
             });
             return;

@@ -16,7 +16,7 @@ ModalPopup {
     // if there is none.
     property list<AlertAction> actions: [
         AlertAction {
-            text: "OK"
+            text: qsTr("OK")
         }
     ]
 

@@ -21,10 +21,9 @@ Item {
 
     signal triggered()
 
-    Shortcut {
-        sequences: root.keys
+    KeyShortcut {
+        keys: root.keys
         enabled: root.keysEnabled && (root.available || root.mayBecomeAvailable)
-        autoRepeat: false
         onActivated: root.triggered()
     }
 
@@ -38,8 +37,7 @@ Item {
         anchors.fill: parent
         enabled: root.available
         text: root.name
+        description: root.toolTip
         onTriggered: root.triggered()
-
-        Accessible.description: root.toolTip
     }
 }

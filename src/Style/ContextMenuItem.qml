@@ -11,13 +11,14 @@ T.MenuItem {
     // Leaves room for a symbol, so that the texts of a menu with symbols are aligned.
     property bool hasSymbolColumn: false
 
+    readonly property real symbolColumn: hasSymbolColumn
+        ? Theme.popUpChevronSize + Theme.iconLabelSpacing : 0
     readonly property color faceColor: highlighted ? Theme.accentText : tint
 
     implicitWidth: implicitContentWidth + leftPadding + rightPadding
     implicitHeight: implicitContentHeight + topPadding + bottomPadding
-    leftPadding: Theme.menuItemHorizontalPadding
-        + (hasSymbolColumn ? Theme.popUpChevronSize + Theme.iconLabelSpacing : 0)
-    rightPadding: Theme.menuItemHorizontalPadding
+    leftPadding: Theme.menuItemHorizontalPadding + (mirrored ? 0 : symbolColumn)
+    rightPadding: Theme.menuItemHorizontalPadding + (mirrored ? symbolColumn : 0)
     topPadding: Theme.menuItemVerticalPadding
     bottomPadding: Theme.menuItemVerticalPadding
     font: Theme.body
@@ -30,6 +31,7 @@ T.MenuItem {
         text: root.text
         font: root.font
         color: root.faceColor
+        horizontalAlignment: Text.AlignLeft
     }
 
     background: Rectangle {
@@ -38,7 +40,8 @@ T.MenuItem {
     }
 
     Icon {
-        x: Theme.menuItemHorizontalPadding
+        anchors.left: parent.left
+        anchors.leftMargin: Theme.menuItemHorizontalPadding
         anchors.verticalCenter: parent.verticalCenter
         visible: root.symbol !== ""
         symbol: root.symbol

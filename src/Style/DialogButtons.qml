@@ -14,7 +14,7 @@ Row {
     spacing: Theme.pushButtonSpacing
 
     PushButton {
-        text: "Cancel"
+        text: qsTr("Cancel")
         onTriggered: root.cancelled()
     }
 

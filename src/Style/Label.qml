@@ -6,6 +6,8 @@ import Tessivo.Style
 Text {
     font: Theme.body
     color: Theme.primaryText
+    // Otherwise the script of the text would decide, and not the direction of the window.
+    horizontalAlignment: Text.AlignLeft
 
     Accessible.role: Accessible.StaticText
     Accessible.name: text

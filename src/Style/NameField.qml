@@ -32,6 +32,8 @@ Grid {
         id: caption
 
         visible: text !== ""
+        width: root.labelBefore ? implicitWidth : root.width
+        horizontalAlignment: Text.AlignLeft
         text: root.label
         font: Theme.headline
         color: Theme.primaryText

@@ -12,6 +12,8 @@ Item {
     id: root
 
     required property string text
+    // What more a screen reader says.
+    property string description: ""
     property real focusRingRadius: 6
     property real focusRingGap: Theme.focusRingGap
 
@@ -39,6 +41,9 @@ Item {
 
     Accessible.role: Accessible.Button
     Accessible.name: text
+    // The toolkit does not tell it that the button is disabled.
+    Accessible.description: description + (enabled ? ""
+        : (description === "" ? "" : ", ") + qsTr("unavailable"))
     Accessible.focusable: true
     Accessible.onPressAction: root.triggerByScreenReader()
 

@@ -14,6 +14,8 @@ PlainButton {
 
     signal picked(index: int)
 
+    description: choice
+
     // Wide enough for every choice, so that the size does not depend on the chosen one.
     implicitWidth: Math.ceil(name.implicitWidth + widestChoice()) + Theme.popUpChevronSize
         + 2 * (Theme.iconLabelSpacing + Theme.popUpPadding)
@@ -29,7 +31,6 @@ PlainButton {
     }
 
     Accessible.role: Accessible.ButtonMenu
-    Accessible.description: choice
 
     FontMetrics {
         id: metrics
@@ -46,7 +47,8 @@ PlainButton {
     Text {
         id: name
 
-        x: Theme.popUpPadding
+        anchors.left: parent.left
+        anchors.leftMargin: Theme.popUpPadding
         anchors.verticalCenter: parent.verticalCenter
         text: root.text
         font: Theme.caption

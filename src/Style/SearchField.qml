@@ -66,7 +66,7 @@ Rectangle {
         anchors.rightMargin: Theme.searchHorizontalPadding - (width - iconSize) / 2
         anchors.verticalCenter: parent.verticalCenter
         visible: field.length > 0
-        text: "Clear search"
+        text: qsTr("Clear search")
         symbol: "xmark.circle.fill"
         color: Theme.secondaryText
         onTriggered: {

@@ -17,6 +17,7 @@ Item {
     Icon {
         id: icon
 
+        anchors.left: parent.left
         anchors.verticalCenter: parent.verticalCenter
         symbol: root.symbol
         color: Theme.secondaryText

@@ -15,6 +15,9 @@ T.ApplicationWindow {
     // The sheet is not wanted any more.
     signal dismissed()
 
+    LayoutMirroring.enabled: Application.layoutDirection === Qt.RightToLeft
+    LayoutMirroring.childrenInherit: true
+
     visible: true
     modality: Qt.WindowModal
     flags: Qt.Dialog

@@ -22,7 +22,7 @@ Rectangle {
         anchors.left: parent.left
         anchors.leftMargin: Theme.sheetHeaderHorizontalPadding
         anchors.verticalCenter: parent.verticalCenter
-        text: "Cancel"
+        text: qsTr("Cancel")
         minimumWidth: 0
         onTriggered: root.cancelled()
     }

@@ -25,7 +25,8 @@ T.Slider {
         color: Theme.separator
 
         Rectangle {
-            width: root.handle.x + root.handle.width / 2
+            anchors.left: parent.left
+            width: root.position * (parent.width - root.handle.width) + root.handle.width / 2
             height: parent.height
             radius: height / 2
             color: Theme.accent

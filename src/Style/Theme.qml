@@ -65,26 +65,33 @@ QtObject {
     // Used where it is installed; elsewhere the desktop's font takes its place.
     readonly property font productName: Qt.font({
         family: "CircularStd-Bold",
-        pixelSize: 24,
+        pixelSize: scaled(24),
         weight: Font.Bold
     })
 
+    // What holds or accompanies texts grows with the desktop's font, from the largest one that a
+    // desktop has by default.
+    readonly property real scale: Math.max(1, Application.font.pointSize > 0
+        ? Application.font.pointSize / 11 : Application.font.pixelSize / 15)
+    readonly property real transportButtonSize: scaled(60)
+    readonly property real meterWidth: scaled(300)
+    readonly property real meterHeight: scaled(20)
     readonly property real contentMargin: 40
     readonly property real contentSpacing: 30
     readonly property real buttonSpacing: 20
     readonly property real toggleSpacing: 8
     readonly property real iconLabelSpacing: 6
-    readonly property real meterSpacing: 2
-    readonly property real badgeRadius: 12
-    readonly property real badgeHorizontalPadding: 16
-    readonly property real badgeVerticalPadding: 8
-    readonly property real buttonIconSize: 24
-    readonly property real toggleIconWidth: 20
-    readonly property real toggleIconHeight: 16
+    readonly property real meterSpacing: scaled(2)
+    readonly property real badgeRadius: scaled(12)
+    readonly property real badgeHorizontalPadding: scaled(16)
+    readonly property real badgeVerticalPadding: scaled(8)
+    readonly property real buttonIconSize: scaled(24)
+    readonly property real toggleIconWidth: scaled(20)
+    readonly property real toggleIconHeight: scaled(16)
     readonly property real toolbarMargin: 8
     readonly property real toolbarSpacing: 8
-    readonly property real toolbarButtonSize: 32
-    readonly property real toolbarIconSize: 20
+    readonly property real toolbarButtonSize: scaled(32)
+    readonly property real toolbarIconSize: scaled(20)
     readonly property real standardPadding: 16
     readonly property real controlRadius: 6
     readonly property real fieldPadding: 7
@@ -97,31 +104,31 @@ QtObject {
     readonly property real panelPadding: 12
     readonly property real panelRadius: 8
     readonly property real panelSpacing: 8
-    readonly property real captionIconSize: 14
-    readonly property real headingIconSize: 18
+    readonly property real captionIconSize: scaled(14)
+    readonly property real headingIconSize: scaled(18)
     readonly property real headingSpacing: 10
     readonly property real scrollBarWidth: 6
     readonly property real scrollBarMargin: 3
     readonly property real scrollBarMinimumLength: 30
     readonly property real scrollStep: 40
-    readonly property real saveSheetWidth: 400
+    readonly property real saveSheetWidth: scaled(400)
     readonly property real sheetPadding: 24
     readonly property real sheetHeaderHorizontalPadding: 20
     readonly property real sheetHeaderVerticalPadding: 16
     readonly property real sectionSpacing: 24
     readonly property real screenMargin: 40
-    readonly property real statusDotSize: 8
+    readonly property real statusDotSize: scaled(8)
     readonly property real deviceRowPadding: 2
     readonly property real mappingRowPadding: 4
     readonly property real mappingRowRadius: 4
     readonly property real mappingColumnSpacing: 4
-    readonly property real mappingIconSize: 16
-    readonly property real mappingLabelWidth: 60
+    readonly property real mappingIconSize: scaled(16)
+    readonly property real mappingLabelWidth: scaled(60)
     readonly property real noteNameWidth: Math.max(40, widestNoteName.advanceWidth)
     readonly property real noteNumberWidth: Math.max(35, widestNoteNumber.advanceWidth)
     readonly property real sheetSpacing: 20
-    readonly property real librarySheetWidth: 500
-    readonly property real librarySheetHeight: 600
+    readonly property real librarySheetWidth: scaled(500)
+    readonly property real librarySheetHeight: scaled(600)
     readonly property real libraryHeaderPadding: 20
     readonly property real libraryHeaderSpacing: 16
     readonly property real searchSpacing: 12
@@ -129,21 +136,21 @@ QtObject {
     readonly property real searchVerticalPadding: 8
     readonly property real sortMenuWidth: 140
     readonly property real popUpPadding: 8
-    readonly property real popUpChevronSize: 12
-    readonly property real volumeSliderWidth: 60
-    readonly property real sliderGroove: 4
-    readonly property real sliderKnob: 14
-    readonly property real emptyIconSize: 48
+    readonly property real popUpChevronSize: scaled(12)
+    readonly property real volumeSliderWidth: scaled(60)
+    readonly property real sliderGroove: scaled(4)
+    readonly property real sliderKnob: scaled(14)
+    readonly property real emptyIconSize: scaled(48)
     readonly property real rowSpacing: 12
     readonly property real rowHorizontalPadding: 16
     readonly property real rowVerticalPadding: 12
     readonly property real rowRadius: 8
     readonly property real rowTextSpacing: 4
     readonly property real rowDetailSpacing: 8
-    readonly property real rowIconFrame: 24
-    readonly property real rowIconSize: 18
-    readonly property real rowButtonIconSize: 14
-    readonly property real rowButtonSize: 22
+    readonly property real rowIconFrame: scaled(24)
+    readonly property real rowIconSize: scaled(18)
+    readonly property real rowButtonIconSize: scaled(14)
+    readonly property real rowButtonSize: scaled(22)
     readonly property real rowButtonSpacing: 4
     readonly property real loadButtonHorizontalPadding: 12
     readonly property real loadButtonVerticalPadding: 6
@@ -151,15 +158,15 @@ QtObject {
     readonly property real menuItemHorizontalPadding: 12
     readonly property real menuItemVerticalPadding: 5
     readonly property real menuMinimumWidth: 140
-    readonly property real renameSheetWidth: 300
-    readonly property real savePanelWidth: 560
-    readonly property real savePanelHeight: 460
+    readonly property real renameSheetWidth: scaled(300)
+    readonly property real savePanelWidth: scaled(560)
+    readonly property real savePanelHeight: scaled(460)
     readonly property real sheetRadius: 12
-    readonly property real alertWidth: 320
+    readonly property real alertWidth: scaled(320)
     readonly property real alertMargin: 12
     readonly property real alertPadding: 20
     readonly property real alertSpacing: 14
-    readonly property real spinnerSize: 28
+    readonly property real spinnerSize: scaled(28)
     readonly property real loadingScale: 1.2
     readonly property real focusRingWidth: 2
     readonly property real focusRingGap: 3
@@ -180,6 +187,10 @@ QtObject {
 
     function icon(symbol: string): url {
         return Qt.resolvedUrl("icons/" + symbol + ".svg");
+    }
+
+    function scaled(size: real): real {
+        return Math.round(size * scale);
     }
 
     // The desktop gives the size of its font in points or in pixels; the other one is -1.

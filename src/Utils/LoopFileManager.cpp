@@ -209,10 +209,12 @@ void LoopFileManager::copyLoopFile(const QUrl& from, const QUrl& to) {
     const fs::path target = pathOf(to);
     std::error_code ignored;
     if (fs::equivalent(source, target, ignored)) {
-        throw LoopError::saveFailure(QStringLiteral("A loop cannot be copied onto itself"));
+        throw LoopError::saveFailure(
+            QT_TRANSLATE_NOOP("LoopError", "A loop cannot be copied onto itself"));
     }
     if (fs::is_directory(target, ignored)) {
-        throw LoopError::saveFailure(QStringLiteral("There is a folder of that name"));
+        throw LoopError::saveFailure(
+            QT_TRANSLATE_NOOP("LoopError", "There is a folder of that name"));
     }
     try {
         files::AtomicFile::removeStale(target.parent_path(), kExportInProgress);
@@ -233,7 +235,7 @@ void LoopFileManager::deleteLoopFile(const SavedLoop& loop) {
     }
     throwAway(pathOf(*location), error);
     if (error) {
-        throw LoopError::saveFailure(QStringLiteral("Failed to delete file: ") +
+        throw LoopError::saveFailure(QT_TRANSLATE_NOOP("LoopError", "Failed to delete file: "),
                                      QString::fromStdString(error.message()));
     }
 }

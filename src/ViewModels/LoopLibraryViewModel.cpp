@@ -1,6 +1,7 @@
 #include "ViewModels/LoopLibraryViewModel.h"
 
 #include "Audio/LoopPreviewEngine.h"
+#include "Models/LoopError.h"
 #include "Platform/System/Formatters.h"
 #include "Platform/System/MainQueue.h"
 #include "Utils/LoopFileManager.h"
@@ -21,28 +22,30 @@ namespace {
 
 struct LabelledOrder {
     SortOrder order = SortOrder::dateDescending;
-    QStringView label;
+    const char* label = nullptr;
 };
 
 constexpr std::array kSortOrders{
-    LabelledOrder{SortOrder::dateDescending, u"Newest First"},
-    LabelledOrder{SortOrder::dateAscending, u"Oldest First"},
-    LabelledOrder{SortOrder::nameAscending, u"Name A-Z"},
-    LabelledOrder{SortOrder::nameDescending, u"Name Z-A"},
-    LabelledOrder{SortOrder::durationAscending, u"Shortest First"},
-    LabelledOrder{SortOrder::durationDescending, u"Longest First"},
+    LabelledOrder{SortOrder::dateDescending,
+                  QT_TRANSLATE_NOOP("tessivo::LoopLibraryViewModel", "Newest First")},
+    LabelledOrder{SortOrder::dateAscending,
+                  QT_TRANSLATE_NOOP("tessivo::LoopLibraryViewModel", "Oldest First")},
+    LabelledOrder{SortOrder::nameAscending,
+                  QT_TRANSLATE_NOOP("tessivo::LoopLibraryViewModel", "Name A-Z")},
+    LabelledOrder{SortOrder::nameDescending,
+                  QT_TRANSLATE_NOOP("tessivo::LoopLibraryViewModel", "Name Z-A")},
+    LabelledOrder{SortOrder::durationAscending,
+                  QT_TRANSLATE_NOOP("tessivo::LoopLibraryViewModel", "Shortest First")},
+    LabelledOrder{SortOrder::durationDescending,
+                  QT_TRANSLATE_NOOP("tessivo::LoopLibraryViewModel", "Longest First")},
 };
-
-QString describe(const std::exception& error) {
-    return QString::fromUtf8(error.what());
-}
 
 } // namespace
 
 QString LoopLibraryViewModel::label(SortOrder order) {
     const auto* const found = std::find_if(kSortOrders.begin(), kSortOrders.end(),
                                            [&](const auto& each) { return each.order == order; });
-    return found != kSortOrders.end() ? found->label.toString() : QString();
+    return found != kSortOrders.end() ? QString::fromLatin1(found->label) : QString();
 }
 
 std::optional<SortOrder> LoopLibraryViewModel::sortOrder(const QString& label) {
@@ -54,8 +57,7 @@ std::optional<SortOrder> LoopLibraryViewModel::sortOrder(const QString& label) {
 QVariantList LoopLibraryViewModel::sortOrders() {
     QVariantList orders;
     for (const auto& [order, label] : kSortOrders) {
-        orders.append(
-            QVariantMap{{u"label"_s, label.toString()}, {u"order"_s, static_cast<int>(order)}});
+        orders.append(QVariantMap{{u"label"_s, tr(label)}, {u"order"_s, static_cast<int>(order)}});
     }
     return orders;
 }
@@ -96,7 +98,7 @@ void LoopLibraryViewModel::observePreview() {
     connect(previewEngine_.get(), &LoopPreviewEngine::isOpeningChanged, this,
             &LoopLibraryViewModel::isWaitingForDiskChanged);
     connect(previewEngine_.get(), &LoopPreviewEngine::previewFailed, this,
-            [this](const QString& reason) { alert(u"Failed to preview loop: "_s + reason); });
+            [this](const QString& reason) { alert(tr("Failed to preview loop: %1").arg(reason)); });
 }
 
 void LoopLibraryViewModel::takeLoops() {
@@ -139,8 +141,9 @@ bool LoopLibraryViewModel::isWaitingForDisk() const {
 
 QString LoopLibraryViewModel::libraryStats() const {
     const std::size_t count = loopLibrary_.savedLoops().size();
-    return QString::number(count) + (count == 1 ? u" loop"_s : u" loops"_s) + u" \u2022 "_s +
-           formatFileSize(loopLibrary_.totalSize());
+    const QString loops =
+        count == 1 ? tr("1 loop") : tr("%n loops", nullptr, static_cast<int>(count));
+    return loops + u" \u2022 "_s + formatFileSize(loopLibrary_.totalSize());
 }
 
 QString LoopLibraryViewModel::selectedLoopName() const {
@@ -215,13 +218,13 @@ void LoopLibraryViewModel::confirmRename() {
     }
     const QString name = newLoopName_.trimmed();
     if (name.isEmpty()) {
-        alert(u"Loop name cannot be empty"_s);
+        alert(tr("Loop name cannot be empty"));
         return;
     }
     try {
         loopLibrary_.renameLoop(*selectedLoop_, name);
     } catch (const std::exception& error) {
-        alert(u"Failed to rename loop: "_s + describe(error));
+        alert(tr("Failed to rename loop: %1").arg(LoopError::shown(error)));
         return;
     }
     setSelectedLoop(std::nullopt);
@@ -249,7 +252,7 @@ void LoopLibraryViewModel::loopDeleted(const SavedLoop& loop, const QString& fai
     publish(beingDeleted_, beingDeleted_ - QSet{loop.id()},
             &LoopLibraryViewModel::isWaitingForDiskChanged);
     if (!failure.isEmpty()) {
-        alert(u"Failed to delete loop: "_s + failure);
+        alert(tr("Failed to delete loop: %1").arg(failure));
         return;
     }
     // A deleted loop must not go on sounding. Compared by file, because a rename replaces the

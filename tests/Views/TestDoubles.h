@@ -20,6 +20,7 @@
 #include <QMimeData>
 #include <QPalette>
 #include <QQuickItem>
+#include <QQuickWindow>
 #include <QTest>
 #include <QWindow>
 #include <QtQml/qqml.h>
@@ -59,6 +60,7 @@ class Machine : public QObject {
     QML_ELEMENT
     QML_SINGLETON
     Q_PROPERTY(tessivo::ViewModelFactory* viewModels READ viewModels CONSTANT)
+    Q_PROPERTY(QString language READ language CONSTANT)
 
 public:
     Machine() { QDesktopServices::setUrlHandler(QStringLiteral("file"), this, "show"); }
@@ -108,6 +110,15 @@ public:
     Q_INVOKABLE QList<QUrl> shownFolders() { return std::exchange(shownFolders_, {}); }
     Q_INVOKABLE void show(const QUrl& folder) { shownFolders_ += folder; }
 
+    // The key of that code on a keyboard that has this symbol there.
+    Q_INVOKABLE void pressInPlace(QWindow* window, int key, int modifiers, int code) {
+        for (const auto type : {QEvent::KeyPress, QEvent::KeyRelease})
+            QWindowSystemInterface::handleExtendedKeyEvent(
+                window, type, key, Qt::KeyboardModifiers(modifiers), static_cast<quint32>(code), 0,
+                0, QString(QChar(key)));
+        QWindowSystemInterface::sendWindowSystemEvents(QEventLoop::AllEvents);
+    }
+
     // Does every action that the item offers to assistive technology, and names them.
     Q_INVOKABLE QStringList doAllActions(QQuickItem* item) {
         QAccessible::setActive(true);
@@ -132,6 +143,27 @@ public:
         QPalette palette(text, base, base, base, base, text, base);
         palette.setColor(QPalette::Window, base);
         QGuiApplication::setPalette(palette);
+    }
+
+    // For those who read from right to left.
+    Q_INVOKABLE void setMirrored(bool mirrored) {
+        QGuiApplication::setLayoutDirection(mirrored ? Qt::RightToLeft : Qt::LeftToRight);
+    }
+    QString language() const { return qEnvironmentVariable("TESSIVO_TEST_LANGUAGE"); }
+    // Saves a picture of the window, where somebody wants to look at it.
+    Q_INVOKABLE void keep(QQuickWindow* window, const QString& name) {
+        if (const QString folder = qEnvironmentVariable("TESSIVO_PICTURES"); !folder.isEmpty())
+            window->grabWindow().save(folder + u'/' + name + QStringLiteral(".png"));
+    }
+
+    // The value that the item has for assistive technology, and the limits of it.
+    Q_INVOKABLE QVariantList valueOf(QQuickItem* item) {
+        QAccessible::setActive(true);
+        QAccessibleInterface* accessible = QAccessible::queryAccessibleInterface(item);
+        QAccessibleValueInterface* value = accessible ? accessible->valueInterface() : nullptr;
+        return value ? QVariantList{value->currentValue(), value->minimumValue(),
+                                    value->maximumValue()}
+                     : QVariantList{};
     }
 
 private:

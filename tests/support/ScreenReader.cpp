@@ -21,6 +21,18 @@ def found(matches):
                     window, lambda c: c.getState().contains(pyatspi.STATE_SHOWING) and matches(c))
 )";
 
+std::vector<std::string> linesOf(const std::string& script,
+                                 const std::vector<std::string>& arguments) {
+    std::vector<std::string> command{"/usr/bin/python3", "-c", kReader + script};
+    command.insert(command.end(), arguments.begin(), arguments.end());
+    std::istringstream lines(runProgram(command, 10s));
+    std::vector<std::string> all;
+    for (std::string line; std::getline(lines, line);) {
+        all.push_back(line);
+    }
+    return all;
+}
+
 } // namespace
 
 void touch(const std::string& window, const std::string& name) {
@@ -43,19 +55,38 @@ while not touched():
 }
 
 std::vector<std::string> listed(const std::string& window) {
-    std::istringstream lines(runProgram({"/usr/bin/python3", "-c", std::string(kReader) + R"(
+    return linesOf(R"(
 def place(item):
     return item.queryComponent().getExtents(pyatspi.DESKTOP_COORDS).y
 for item in sorted(found(lambda c: c.getRoleName() == 'list item'), key=place):
     print(item.name)
 )",
-                                         window},
-                                        10s));
-    std::vector<std::string> all;
-    for (std::string line; std::getline(lines, line);) {
-        all.push_back(line);
+                   {window});
+}
+
+void press(const std::string& window,
+           const std::vector<std::pair<std::string, std::string>>& keysAndWords) {
+    std::vector<std::string> arguments{window};
+    for (const auto& [key, words] : keysAndWords) {
+        arguments.insert(arguments.end(), {key, words});
     }
-    return all;
+    linesOf(R"(
+import subprocess
+from gi.repository import GLib
+said = []
+def hear(event):
+    if event.detail1 and event.source.getRoleName() == 'notification':
+        said.append(event.source.name)
+while not list(found(lambda c: c.getRoleName() == 'notification')):
+    time.sleep(0.05)
+pyatspi.Registry.registerEventListener(hear, 'object:state-changed:showing')
+for key, words in zip(sys.argv[2::2], sys.argv[3::2]):
+    subprocess.run(['xdotool', 'key', key])
+    while words not in said:
+        GLib.MainContext.default().iteration(True)
+    said.clear()
+)",
+            arguments);
 }
 
 } // namespace tessivo::test

@@ -1,5 +1,7 @@
 #include "Platform/System/Formatters.h"
 
+#include <QCoreApplication>
+
 #include <array>
 #include <cmath>
 #include <cstddef>
@@ -10,24 +12,30 @@ namespace tessivo {
 namespace {
 
 struct Unit {
-    const char16_t* name;
+    const char* text;
     int decimals;
 };
 
-constexpr std::array<Unit, 6> kUnits{
-    {{u"KB", 0}, {u"MB", 1}, {u"GB", 2}, {u"TB", 2}, {u"PB", 2}, {u"EB", 2}}};
+constexpr std::array<Unit, 6> kUnits{{{QT_TRANSLATE_NOOP("Formatters", "%1 KB"), 0},
+                                      {QT_TRANSLATE_NOOP("Formatters", "%1 MB"), 1},
+                                      {QT_TRANSLATE_NOOP("Formatters", "%1 GB"), 2},
+                                      {QT_TRANSLATE_NOOP("Formatters", "%1 TB"), 2},
+                                      {QT_TRANSLATE_NOOP("Formatters", "%1 PB"), 2},
+                                      {QT_TRANSLATE_NOOP("Formatters", "%1 EB"), 2}}};
+
+struct Formatters {
+    Q_DECLARE_TR_FUNCTIONS(Formatters)
+};
 
 } // namespace
 
 QString formatFileSize(qint64 bytes, const QLocale& locale) {
     if (bytes <= 0) {
-        return u"Zero KB"_s;
-    }
-    if (bytes == 1) {
-        return locale.toString(bytes) + u" byte"_s;
+        return Formatters::tr("Zero KB");
     }
     if (bytes < 1000) {
-        return locale.toString(bytes) + u" bytes"_s;
+        return (bytes == 1 ? Formatters::tr("%1 byte") : Formatters::tr("%1 bytes"))
+            .arg(locale.toString(bytes));
     }
     double value = static_cast<double>(bytes);
     double hundredths = 0.0;
@@ -46,8 +54,8 @@ QString formatFileSize(qint64 bytes, const QLocale& locale) {
     for (double digits = hundredths; decimals > 0 && std::fmod(digits, 10.0) == 0.0; digits /= 10) {
         --decimals;
     }
-    return locale.toString(hundredths / 100.0, 'f', decimals) + u' ' +
-           QString::fromUtf16(kUnits.at(unit).name);
+    return Formatters::tr(kUnits.at(unit).text)
+        .arg(locale.toString(hundredths / 100.0, 'f', decimals));
 }
 
 QString formatShortDate(const QDateTime& date, const QLocale& locale) {

@@ -6,22 +6,32 @@
 #include "Utils/LoopFileManager.h"
 
 #include <exception>
+#include <optional>
+#include <string>
 
 namespace tessivo {
 
 namespace {
 
-// Copies, and returns why that failed; empty when it did not.
-QString failureOfExport(const SavedLoop& loop, const QUrl& destination) {
+struct Failure {
+    QString message;
+    std::string line;
+};
+
+// Copies, and returns why that failed; nothing when it did not.
+std::optional<Failure> failureOfExport(const SavedLoop& loop, const QUrl& destination) {
     if (!destination.isLocalFile()) {
-        return QStringLiteral("%1 is not a folder of this computer")
-            .arg(destination.adjusted(QUrl::RemoveFilename).toDisplayString());
+        const char* const text =
+            QT_TRANSLATE_NOOP("tessivo::LoopExporter", "%1 is not a folder of this computer");
+        const QString folder = destination.adjusted(QUrl::RemoveFilename).toDisplayString();
+        return Failure{LoopExporter::tr(text).arg(folder),
+                       QString::fromLatin1(text).arg(folder).toStdString()};
     }
     try {
         LoopFileManager::exportLoop(loop, destination);
-        return {};
+        return std::nullopt;
     } catch (const std::exception& error) {
-        return LoopError::reasonOf(error);
+        return Failure{LoopError::shownReasonOf(error), LoopError::reasonOf(error)};
     }
 }
 
@@ -29,15 +39,15 @@ QString failureOfExport(const SavedLoop& loop, const QUrl& destination) {
 
 void LoopExporter::exportLoop(const SavedLoop& loop, const QUrl& destination) {
     addRunning(1);
-    const auto finish = [this](const QString& failure) {
+    const auto finish = [this](const std::optional<Failure>& failure) {
         addRunning(-1);
-        if (!failure.isEmpty()) {
-            emit failed(failure);
+        if (failure) {
+            emit failed(failure->message);
         }
     };
-    const auto report = [](const QString& failure) {
-        if (!failure.isEmpty()) {
-            logLine("Failed to export loop: " + failure.toStdString());
+    const auto report = [](const std::optional<Failure>& failure) {
+        if (failure) {
+            logLine("Failed to export loop: " + failure->line);
         }
     };
     runInBackground(

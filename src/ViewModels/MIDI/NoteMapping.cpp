@@ -8,6 +8,20 @@ NoteMapping::NoteMapping(TransportAction action, QObject* parent)
     : QObject(parent)
     , action_(action) {}
 
+QString NoteMapping::label() const {
+    switch (action_) {
+    case TransportAction::record:
+        return tr("Record");
+    case TransportAction::play:
+        return tr("Play");
+    case TransportAction::stop:
+        return tr("Stop");
+    case TransportAction::clear:
+        return tr("Clear");
+    }
+    return {};
+}
+
 QString NoteMapping::noteName() const {
     return MIDIUtils::midiNoteToName(shown_.note);
 }

@@ -29,7 +29,7 @@ public:
     NoteMapping(TransportAction action, QObject* parent);
 
     TransportAction action() const { return action_; }
-    QString label() const { return displayName(action_); }
+    QString label() const;
     int note() const { return shown_.note; }
     QString noteName() const;
     bool isListening() const { return shown_.isListening; }

@@ -30,9 +30,10 @@ constexpr double kSecondsOfFullDisk = 1;
 QString minutesOf(double seconds) {
     const int minutes = static_cast<int>(seconds / 60);
     if (minutes == 0) {
-        return QStringLiteral("less than a minute");
+        return LooperWatch::tr("less than a minute");
     }
-    return minutes == 1 ? QStringLiteral("a minute") : QStringLiteral("%1 minutes").arg(minutes);
+    return minutes == 1 ? LooperWatch::tr("a minute")
+                        : LooperWatch::tr("%n minutes", nullptr, minutes);
 }
 
 } // namespace
@@ -90,7 +91,7 @@ void LooperWatch::followLibrary(LoopLibrary& library) {
         if (const auto& error = library.lastError()) {
             const bool isUnread = error->kind() == LoopError::Kind::libraryCorrupted;
             notices_.tell(isUnread ? Kind::libraryUnread : Kind::libraryUnwritten,
-                          LoopError::reasonOf(*error));
+                          LoopError::shownReasonOf(*error));
         }
     });
 }

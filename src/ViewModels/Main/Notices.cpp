@@ -19,47 +19,51 @@ struct Words {
 Words wordsOf(Notices::Kind kind) {
     switch (kind) {
     case Notices::Kind::saveFailed:
-        return {u"The loop was not saved. Save it again."_s};
+        return {Notices::tr("The loop was not saved. Save it again.")};
     case Notices::Kind::loadFailed:
-        return {u"The loop could not be loaded."_s};
+        return {Notices::tr("The loop could not be loaded.")};
     case Notices::Kind::libraryUnwritten:
-        return {u"The list of loops could not be written. It is tried again."_s};
+        return {Notices::tr("The list of loops could not be written. It is tried again.")};
     case Notices::Kind::libraryUnread:
-        return {u"The list of loops was damaged."_s};
+        return {Notices::tr("The list of loops was damaged.")};
     case Notices::Kind::diskFull:
-        return {u"The disk is full. Nothing more is recorded."_s};
+        return {Notices::tr("The disk is full. Nothing more is recorded.")};
     case Notices::Kind::takeIncomplete:
-        return {u"Part of this take could not be written."_s};
+        return {Notices::tr("Part of this take could not be written.")};
     case Notices::Kind::importFailed:
         return {u"%1"_s};
     case Notices::Kind::importOffered:
-        return {u"Import %1 into the library?"_s, u"waveform"_s, u"Import"_s};
+        return {Notices::tr("Import %1 into the library?"), u"waveform"_s, Notices::tr("Import")};
     case Notices::Kind::imported:
-        return {u"Imported into the library: %1"_s, u"waveform"_s};
+        return {Notices::tr("Imported into the library: %1"), u"waveform"_s};
     case Notices::Kind::folderNotShown:
-        return {u"The folder of takes could not be opened."_s, u"folder.fill"_s};
+        return {Notices::tr("The folder of takes could not be opened."), u"folder.fill"_s};
     case Notices::Kind::noSoundServer:
-        return {u"No sound server. Start it, then Tessivo again."_s, u"speaker.slash.fill"_s};
+        return {Notices::tr("No sound server. Start it, then Tessivo again."),
+                u"speaker.slash.fill"_s};
     case Notices::Kind::playFailed:
-        return {u"The loop could not be played."_s};
+        return {Notices::tr("The loop could not be played.")};
     case Notices::Kind::noDevices:
-        return {u"No microphone and no speaker were found."_s, u"speaker.slash.fill"_s};
+        return {Notices::tr("No microphone and no speaker were found."), u"speaker.slash.fill"_s};
     case Notices::Kind::soundStopped:
-        return {u"No sound arrives: nothing is recorded or heard."_s, u"speaker.slash.fill"_s};
+        return {Notices::tr("No sound arrives: nothing is recorded or heard."),
+                u"speaker.slash.fill"_s};
     case Notices::Kind::takeFound:
-        return {u"A take that was cut off has been kept."_s, u"waveform"_s, u"Use It"_s};
+        return {Notices::tr("A take that was cut off has been kept."), u"waveform"_s,
+                Notices::tr("Use It")};
     case Notices::Kind::noMicrophone:
-        return {u"No microphone was found to record from."_s, u"mic.slash"_s};
+        return {Notices::tr("No microphone was found to record from."), u"mic.slash"_s};
     case Notices::Kind::recordFailed:
-        return {u"The recording could not be started."_s};
+        return {Notices::tr("The recording could not be started.")};
     case Notices::Kind::takeHasGap:
-        return {u"This take has a gap: some sound was lost."_s};
+        return {Notices::tr("This take has a gap: some sound was lost.")};
     case Notices::Kind::diskAlmostFull:
-        return {u"Disk almost full: room for %1 of recording."_s};
+        return {Notices::tr("Disk almost full: room for %1 of recording.")};
     case Notices::Kind::controllerWaiting:
-        return {u"Controller found: %1"_s, u"cable.connector"_s, u"MIDI Settings"_s};
+        return {Notices::tr("Controller found: %1"), u"cable.connector"_s,
+                Notices::tr("MIDI Settings")};
     case Notices::Kind::soundInterrupted:
-        return {u"The sound was interrupted for a moment."_s, u"waveform"_s};
+        return {Notices::tr("The sound was interrupted for a moment."), u"waveform"_s};
     }
     return {};
 }

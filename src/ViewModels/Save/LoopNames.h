@@ -16,7 +16,7 @@ public:
 
     // The name that the save sheet proposes now.
     Q_INVOKABLE QString proposal() {
-        return QStringLiteral("Loop ") + formatShortDate(QDateTime::currentDateTime());
+        return tr("Loop %1").arg(formatShortDate(QDateTime::currentDateTime()));
     }
     // Without white space and line breaks at both ends, as the library trims names.
     Q_INVOKABLE QString trimmed(const QString& name) { return name.trimmed(); }

@@ -7,6 +7,7 @@
 
 #include <exception>
 #include <optional>
+#include <string>
 
 namespace tessivo {
 namespace {
@@ -14,6 +15,7 @@ namespace {
 struct Failure {
     QString message;
     QString reason;
+    std::string line;
 };
 
 } // namespace
@@ -24,7 +26,8 @@ void LoopSaver::save(SimpleLooperViewModel* viewModel, const QString& name) {
             viewModel->saveCurrentLoop(name);
             return std::nullopt;
         } catch (const std::exception& error) {
-            return Failure{QString::fromUtf8(error.what()), LoopError::reasonOf(error)};
+            return Failure{LoopError::shown(error), LoopError::shownReasonOf(error),
+                           LoopError::reasonOf(error)};
         }
     };
     const auto tell = [this](const std::optional<Failure>& failure) {
@@ -36,7 +39,7 @@ void LoopSaver::save(SimpleLooperViewModel* viewModel, const QString& name) {
     };
     const auto report = [viewModel](const std::optional<Failure>& failure) {
         if (failure) {
-            logLine("Failed to save loop: " + failure->reason.toStdString());
+            logLine("Failed to save loop: " + failure->line);
             viewModel->notices()->tell(Notices::Kind::saveFailed, failure->reason);
         }
     };

@@ -112,7 +112,7 @@ QString SaveLocations::makeFolder(const QUrl& in, const QString& name) const {
         return {};
     }
     return error ? QString::fromStdString(error.message())
-                 : QStringLiteral("Something of that name is already there");
+                 : tr("Something of that name is already there");
 }
 
 } // namespace tessivo

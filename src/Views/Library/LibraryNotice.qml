@@ -19,7 +19,7 @@ Item {
 
         Label {
             anchors.horizontalCenter: parent.horizontalCenter
-            text: "Loading loops..."
+            text: qsTr("Loading loops...")
             color: Theme.secondaryText
 
             Accessible.role: Accessible.ProgressBar
@@ -41,7 +41,7 @@ Item {
 
         Label {
             anchors.horizontalCenter: parent.horizontalCenter
-            text: "No Saved Loops"
+            text: qsTr("No Saved Loops")
             font: Theme.mediumTitle
 
             Accessible.role: Accessible.Heading
@@ -51,7 +51,7 @@ Item {
             width: parent.width
             horizontalAlignment: Text.AlignHCenter
             wrapMode: Text.Wrap
-            text: "Record and save your first loop to get started"
+            text: qsTr("Record and save your first loop to get started")
             color: Theme.secondaryText
         }
     }

@@ -24,31 +24,31 @@ ContextMenu {
     }
 
     ContextMenuItem {
-        text: "Load"
+        text: qsTr("Load")
         onTriggered: root.load(root.loop)
     }
 
     ContextMenuItem {
-        text: root.isPreviewing ? "Stop Preview" : "Preview"
+        text: root.isPreviewing ? qsTr("Stop Preview") : qsTr("Preview")
         onTriggered: root.preview(root.loop, root.isPreviewing)
     }
 
     ContextMenuSeparator { }
 
     ContextMenuItem {
-        text: "Rename"
+        text: qsTr("Rename")
         onTriggered: root.rename(root.loop)
     }
 
     ContextMenuItem {
-        text: "Export"
+        text: qsTr("Export")
         onTriggered: root.exportLoop(root.loop)
     }
 
     ContextMenuSeparator { }
 
     ContextMenuItem {
-        text: "Delete"
+        text: qsTr("Delete")
         tint: Theme.red
         onTriggered: root.deleteLoop(root.loop)
     }

@@ -76,6 +76,6 @@ Item {
     ProgressOverlay {
         anchors.centerIn: parent
         visible: patience.isOver
-        text: "Exporting..."
+        text: qsTr("Exporting...")
     }
 }

@@ -36,7 +36,7 @@ Rectangle {
 
                 anchors.left: parent.left
                 anchors.verticalCenter: parent.verticalCenter
-                text: "Loop Library"
+                text: qsTr("Loop Library")
                 font: Theme.title
 
                 Accessible.role: Accessible.Heading
@@ -47,7 +47,7 @@ Rectangle {
 
                 anchors.right: parent.right
                 anchors.verticalCenter: parent.verticalCenter
-                text: "Done"
+                text: qsTr("Done")
                 minimumWidth: 0
                 onTriggered: root.done()
             }
@@ -64,7 +64,7 @@ Rectangle {
                 anchors.right: sort.left
                 anchors.rightMargin: Theme.searchSpacing
                 anchors.verticalCenter: parent.verticalCenter
-                placeholderText: "Search loops..."
+                placeholderText: qsTr("Search loops...")
                 text: root.viewModel.searchText
                 onTextChanged: if (text !== root.viewModel.searchText) root.viewModel.searchText = text
                 onLeftDownwards: root.leftDownwards()
@@ -76,7 +76,7 @@ Rectangle {
                 anchors.right: parent.right
                 anchors.verticalCenter: parent.verticalCenter
                 width: Math.max(Theme.sortMenuWidth, implicitWidth)
-                text: "Sort"
+                text: qsTr("Sort")
                 choices: root.orders.map(choice => choice.label)
                 chosen: root.orders.findIndex(choice => choice.order === root.viewModel.sortOrder)
                 onPicked: index => root.viewModel.sortOrder = root.orders[index].order
@@ -114,7 +114,7 @@ Rectangle {
 
                 anchors.right: parent.right
                 anchors.verticalCenter: parent.verticalCenter
-                text: "Refresh"
+                text: qsTr("Refresh")
                 small: true
                 tint: Theme.blue
                 onTriggered: root.viewModel.refreshLibrary()

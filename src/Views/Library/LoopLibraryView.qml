@@ -22,7 +22,7 @@ Sheet {
         dismissed();
     }
 
-    title: "Loop Library"
+    title: qsTr("Loop Library")
     color: Theme.controlBackground
     // Large system fonts may need more than the usual size, and a small screen may not have it.
     minimumWidth: Math.max(Theme.librarySheetWidth, Math.ceil(header.implicitWidth))
@@ -60,10 +60,9 @@ Sheet {
         interval: Application.styleHints.mouseDoubleClickInterval
     }
 
-    Shortcut {
-        sequences: ["Ctrl+F"]
+    KeyShortcut {
+        keys: ["Ctrl+F"]
         enabled: !root.isCovered
-        autoRepeat: false
         onActivated: header.search.begin(Qt.ShortcutFocusReason)
     }
 
@@ -124,7 +123,7 @@ Sheet {
     ProgressOverlay {
         anchors.centerIn: list
         visible: patience.isOver
-        text: "Waiting for the disk..."
+        text: qsTr("Waiting for the disk...")
     }
 
     LoopExport {
@@ -133,7 +132,7 @@ Sheet {
         anchors.fill: parent
         window: root
         onFailed: message => {
-            root.viewModel.errorMessage = "Failed to export loop: " + message;
+            root.viewModel.errorMessage = qsTr("Failed to export loop: %1").arg(message);
             root.viewModel.showingError = true;
         }
     }
@@ -149,17 +148,17 @@ Sheet {
     Alert {
         id: deletion
 
-        title: "Delete Loop"
+        title: qsTr("Delete Loop")
         message: root.viewModel.selectedLoopName === "" ? ""
-            : "Are you sure you want to delete '" + root.viewModel.selectedLoopName
-                + "'? This action cannot be undone."
+            : qsTr("Are you sure you want to delete '%1'? This action cannot be undone.")
+                .arg(root.viewModel.selectedLoopName)
         actions: [
             AlertAction {
-                text: "Cancel"
+                text: qsTr("Cancel")
                 role: AlertAction.Cancel
             },
             AlertAction {
-                text: "Delete"
+                text: qsTr("Delete")
                 role: AlertAction.Destructive
                 onTriggered: root.viewModel.confirmDelete()
             }
@@ -174,7 +173,7 @@ Sheet {
     Alert {
         id: failure
 
-        title: "Error"
+        title: qsTr("Error")
         message: root.viewModel.errorMessage
         visible: root.viewModel.showingError
         onClosed: if (root.viewModel.showingError) root.viewModel.clearError()

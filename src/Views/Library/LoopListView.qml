@@ -40,7 +40,7 @@ RowList {
     onSearchTextChanged: showTop()
     onSortOrderChanged: showTop()
 
-    Accessible.name: "Saved loops"
+    Accessible.name: qsTr("Saved loops")
 
     Keys.onPressed: event => {
         if (!event.accepted)

@@ -36,7 +36,7 @@ Row {
 
         IconButton {
             activeFocusOnTab: root.isInTabOrder
-            text: root.isCurrentlyPreviewing ? "Stop preview" : "Preview loop"
+            text: root.isCurrentlyPreviewing ? qsTr("Stop preview") : qsTr("Preview loop")
             symbol: root.isCurrentlyPreviewing ? "pause.fill" : "play.fill"
             color: root.isCurrentlyPreviewing ? Theme.orange : Theme.blue
             onTriggered: root.preview()
@@ -44,21 +44,21 @@ Row {
 
         IconButton {
             activeFocusOnTab: root.isInTabOrder
-            text: "Export loop"
+            text: qsTr("Export loop")
             symbol: "square.and.arrow.up"
             onTriggered: root.exportLoop()
         }
 
         IconButton {
             activeFocusOnTab: root.isInTabOrder
-            text: "Rename loop"
+            text: qsTr("Rename loop")
             symbol: "pencil"
             onTriggered: root.rename()
         }
 
         IconButton {
             activeFocusOnTab: root.isInTabOrder
-            text: "Delete loop"
+            text: qsTr("Delete loop")
             symbol: "trash"
             color: Theme.red
             onTriggered: root.deleteLoop()
@@ -67,14 +67,13 @@ Row {
 
     PushButton {
         activeFocusOnTab: root.isInTabOrder
-        text: "Load"
+        text: qsTr("Load")
         small: true
         prominent: true
         font: Theme.emphasizedCaption
         horizontalPadding: Theme.loadButtonHorizontalPadding
         verticalPadding: Theme.loadButtonVerticalPadding
+        description: root.loopName
         onTriggered: root.load()
-
-        Accessible.description: root.loopName
     }
 }

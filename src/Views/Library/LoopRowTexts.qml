@@ -27,6 +27,7 @@ Column {
     }
 
     Row {
+        width: parent.width
         spacing: Theme.rowDetailSpacing
 
         Repeater {

@@ -73,7 +73,7 @@ Rectangle {
     Accessible.role: Accessible.ListItem
     Accessible.name: loop.name
     Accessible.description: durationText + ", " + fileSizeText + ", " + createdText
-        + (isCurrentlyPreviewing ? ", previewing" : "")
+        + (isCurrentlyPreviewing ? ", " + qsTr("previewing") : "")
     Accessible.focusable: true
     Accessible.onPressAction: root.load()
 

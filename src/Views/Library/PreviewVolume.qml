@@ -22,7 +22,7 @@ Row {
     Slider {
         anchors.verticalCenter: parent.verticalCenter
         width: Theme.volumeSliderWidth
-        name: "Preview volume"
+        name: qsTr("Preview volume")
         from: 0
         to: 1
         value: root.volume
@@ -31,7 +31,7 @@ Row {
 
     Text {
         anchors.verticalCenter: parent.verticalCenter
-        text: "Preview"
+        text: qsTr("Preview")
         font: Theme.caption
         color: Theme.secondaryText
     }

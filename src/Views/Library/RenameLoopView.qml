@@ -11,11 +11,11 @@ NameDialog {
     // False while an alert in front of the dialog has the keyboard focus.
     required property bool keysEnabled
 
-    title: "Rename Loop"
+    title: qsTr("Rename Loop")
     titleFont: Theme.title
-    label: "New Name:"
-    placeholderText: "Enter new name"
-    acceptText: "Rename"
+    label: qsTr("New Name:")
+    placeholderText: qsTr("Enter new name")
+    acceptText: qsTr("Rename")
     canAccept: LoopNames.trimmed(viewModel.newLoopName) !== ""
     name: viewModel.newLoopName
     onNameChanged: if (name !== viewModel.newLoopName) viewModel.newLoopName = name

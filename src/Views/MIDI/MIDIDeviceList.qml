@@ -18,7 +18,7 @@ Column {
         Label {
             anchors.left: parent.left
             anchors.verticalCenter: parent.verticalCenter
-            text: "Available Devices:"
+            text: qsTr("Available Devices:")
             font: Theme.caption
             color: Theme.secondaryText
         }
@@ -27,7 +27,7 @@ Column {
             id: refresh
 
             anchors.right: parent.right
-            text: "Refresh"
+            text: qsTr("Refresh")
             small: true
             onTriggered: root.settings.refresh()
         }

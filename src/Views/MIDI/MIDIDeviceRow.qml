@@ -31,6 +31,7 @@ PlainButton {
         textFormat: Text.PlainText
         maximumLineCount: 1
         elide: Text.ElideRight
+        horizontalAlignment: Text.AlignLeft
         font: root.isCurrent ? Theme.emphasizedBody : Theme.body
         color: root.isCurrent ? Theme.blue : Theme.primaryText
     }

@@ -16,13 +16,14 @@ Column {
     SectionHeading {
         width: parent.width
         symbol: "cable.connector"
-        text: "MIDI Device"
+        text: qsTr("MIDI Device")
     }
 
     Box {
         width: parent.width
 
         Row {
+            width: parent.width
             spacing: Theme.iconLabelSpacing
 
             Rectangle {
@@ -34,7 +35,7 @@ Column {
             }
 
             Label {
-                text: root.isConnected ? "Connected" : "Disconnected"
+                text: root.isConnected ? qsTr("Connected") : qsTr("Disconnected")
                 font: Theme.subheadline
                 color: root.statusColor
             }
@@ -45,7 +46,7 @@ Column {
 
             width: parent.width
             visible: root.settings.hasDevice
-            text: "Device: " + root.settings.deviceName
+            text: qsTr("Device: %1").arg(root.settings.deviceName)
             textFormat: Text.PlainText
             maximumLineCount: 1
             elide: Text.ElideRight
@@ -64,8 +65,9 @@ Column {
         }
 
         Label {
+            width: parent.width
             visible: root.settings.devices.count === 0
-            text: "No MIDI devices found"
+            text: qsTr("No MIDI devices found")
             font: Theme.caption
             color: Theme.secondaryText
         }

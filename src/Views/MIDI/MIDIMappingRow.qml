@@ -22,7 +22,7 @@ Rectangle {
 
     Accessible.role: Accessible.Grouping
     Accessible.name: mapping.label + ": " + noteText
-    Accessible.description: mapping.isTriggered ? "Triggered" : ""
+    Accessible.description: mapping.isTriggered ? qsTr("Triggered") : ""
 
     Row {
         id: command
@@ -42,6 +42,7 @@ Rectangle {
             anchors.verticalCenter: parent.verticalCenter
             width: Math.max(Theme.mappingLabelWidth, implicitWidth)
             text: root.mapping.label
+            horizontalAlignment: Text.AlignLeft
             font: Theme.body
             color: Theme.primaryText
         }
@@ -68,6 +69,7 @@ Rectangle {
         Text {
             anchors.baseline: noteName.baseline
             width: Theme.noteNumberWidth
+            horizontalAlignment: Text.AlignLeft
             text: "(" + root.mapping.note + ")"
             font: Theme.monospacedCaption
             color: Theme.secondaryText
@@ -90,24 +92,24 @@ Rectangle {
         small: true
         tint: root.mapping.isListening ? Theme.red : Theme.blue
         enabled: root.settings.midiManager.isConnected
+        description: root.noteText
         onTriggered: root.settings.toggleLearning(root.mapping)
 
-        Accessible.name: (root.mapping.isListening ? "Listening for " : "Learn ")
-            + root.mapping.label
-        Accessible.description: root.noteText
+        Accessible.name: (root.mapping.isListening ? qsTr("Listening for %1") : qsTr("Learn %1"))
+            .arg(root.mapping.label)
 
         TextMetrics {
             id: learnTitle
 
             font: learning.font
-            text: "Learn"
+            text: qsTr("Learn")
         }
 
         TextMetrics {
             id: listeningTitle
 
             font: learning.font
-            text: "Listening..."
+            text: qsTr("Listening...")
         }
     }
 }

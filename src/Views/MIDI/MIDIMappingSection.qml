@@ -15,10 +15,10 @@ Column {
     SectionHeading {
         width: parent.width
         symbol: "music.note"
-        text: "Note Mappings"
+        text: qsTr("Note Mappings")
 
         PushButton {
-            text: "Stop Learning"
+            text: qsTr("Stop Learning")
             small: true
             tint: Theme.red
             visible: root.midiManager.isLearningMode

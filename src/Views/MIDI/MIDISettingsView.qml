@@ -17,7 +17,7 @@ Sheet {
         dismissed();
     }
 
-    title: "MIDI Settings"
+    title: qsTr("MIDI Settings")
     color: Theme.windowBackground
     // Large system fonts may need more than the usual width, and a small screen may not have
     // the usual height; the content is scrolled when it does not fit.
@@ -53,7 +53,7 @@ Sheet {
             anchors.left: parent.left
             anchors.right: parent.right
             title: root.title
-            acceptText: "Save"
+            acceptText: qsTr("Save")
             onCancelled: root.dismissed()
             onAccepted: root.save()
         }
@@ -87,7 +87,7 @@ Sheet {
 
             PushButton {
                 anchors.horizontalCenter: parent.horizontalCenter
-                text: "Reset to Defaults"
+                text: qsTr("Reset to Defaults")
                 tint: Theme.red
                 onTriggered: root.showingResetConfirmation = true
             }
@@ -97,15 +97,15 @@ Sheet {
     Alert {
         id: alert
 
-        title: "Reset MIDI Configuration"
-        message: "This will reset all MIDI note mappings to their default values."
+        title: qsTr("Reset MIDI Configuration")
+        message: qsTr("This will reset all MIDI note mappings to their default values.")
         actions: [
             AlertAction {
-                text: "Cancel"
+                text: qsTr("Cancel")
                 role: AlertAction.Cancel
             },
             AlertAction {
-                text: "Reset"
+                text: qsTr("Reset")
                 role: AlertAction.Destructive
                 onTriggered: settings.reset()
             }

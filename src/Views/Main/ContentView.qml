@@ -33,6 +33,9 @@ T.ApplicationWindow {
     title: Application.displayName
     color: Theme.controlBackground
 
+    LayoutMirroring.enabled: Application.layoutDirection === Qt.RightToLeft
+    LayoutMirroring.childrenInherit: true
+
     // Larger than usual when large system fonts need it, so that nothing is cut off. The size is that
     // of the content; the toolbar adds its height.
     readonly property int neededHeight: Math.ceil(stack.implicitHeight + 2 * Theme.contentSpacing
@@ -116,15 +119,15 @@ T.ApplicationWindow {
         LevelMeterView {
             anchors.horizontalCenter: parent.horizontalCenter
             level: root.loopState.inputLevel
-            meterHeight: 20
-            meterWidth: 300
+            meterHeight: Theme.meterHeight
+            meterWidth: Theme.meterWidth
             segmentCount: 20
         }
 
         TransportControlsView {
             anchors.horizontalCenter: parent.horizontalCenter
             loopState: root.loopState
-            buttonSize: 60
+            buttonSize: Theme.transportButtonSize
             keysEnabled: !root.showingSheet
             isWaitingForDisk: root.viewModel.isWaitingForDisk
             onRecord: root.viewModel.recordButtonPressed()

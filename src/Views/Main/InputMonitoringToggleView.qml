@@ -17,7 +17,7 @@ Item {
         id: toggle
 
         anchors.horizontalCenter: parent.horizontalCenter
-        text: "Input Monitor"
+        text: qsTr("Input Monitor")
         isOn: root.isMonitoringEnabled
         onTriggered: root.toggleMonitoring()
     }

@@ -25,6 +25,11 @@ SegmentRow {
     height: meterHeight
     spacing: Theme.meterSpacing
 
-    Accessible.role: Accessible.Indicator
-    Accessible.name: "Input level"
+    transform: Scale {
+        origin.x: root.width / 2
+        xScale: root.LayoutMirroring.enabled ? -1 : 1
+    }
+
+    Accessible.role: Accessible.ProgressBar
+    Accessible.name: qsTr("Input level")
 }

@@ -1,7 +1,10 @@
 #include "Views/Main/SegmentRow.h"
 
+#include <QAccessibleObject>
 #include <QCoreApplication>
 #include <QEvent>
+#include <QQmlContext>
+#include <QQmlProperty>
 #include <QQuickWindow>
 #include <QSGRectangleNode>
 #include <QSGRendererInterface>
@@ -11,6 +14,8 @@
 #include <cstddef>
 #include <utility>
 #include <vector>
+
+using namespace Qt::StringLiterals;
 
 namespace tessivo {
 
@@ -63,11 +68,86 @@ private:
     std::size_t shown_ = 0; // so many have been painted as lit
 };
 
+// What assistive technology reads of a row: the name and description that QML gives it, and the
+// level as a value, in decibels, which the toolkit grants QML items only where it can be set.
+// Changes are not told, so that a level costs nothing: it changes too often to be spoken, and is
+// there when it is asked for.
+class LevelReading final : public QAccessibleObject, public QAccessibleValueInterface {
+public:
+    // For all rows, from now on.
+    static void install() { QAccessible::installFactory(make); }
+
+    QWindow* window() const override { return row().window(); }
+
+    QRect rect() const override {
+        const QRectF inScene = row().mapRectToScene(row().boundingRect());
+        return window() != nullptr
+                   ? inScene.translated(window()->mapToGlobal(QPointF())).toAlignedRect()
+                   : QRect();
+    }
+
+    // Items that are only there to arrange others have no interface.
+    QAccessibleInterface* parent() const override {
+        const QQuickItem* const root =
+            window() != nullptr ? row().window()->contentItem() : nullptr;
+        for (auto* item = row().parentItem(); item != nullptr && item != root;
+             item = item->parentItem()) {
+            if (auto* const found = QAccessible::queryAccessibleInterface(item)) {
+                return found;
+            }
+        }
+        return QAccessible::queryAccessibleInterface(window());
+    }
+
+    QAccessibleInterface* child(int /*index*/) const override { return nullptr; }
+    int childCount() const override { return 0; }
+    int indexOfChild(const QAccessibleInterface* /*child*/) const override { return -1; }
+
+    QString text(QAccessible::Text kind) const override {
+        const QString property = kind == QAccessible::Name          ? u"Accessible.name"_s
+                                 : kind == QAccessible::Description ? u"Accessible.description"_s
+                                                                    : QString();
+        return QQmlProperty::read(&row(), property, qmlContext(&row())).toString();
+    }
+
+    QAccessible::Role role() const override { return QAccessible::ProgressBar; }
+
+    QAccessible::State state() const override {
+        QAccessible::State state;
+        state.readOnly = true;
+        state.invisible = !row().isVisible();
+        return state;
+    }
+
+    void* interface_cast(QAccessible::InterfaceType type) override {
+        return type == QAccessible::ValueInterface ? static_cast<QAccessibleValueInterface*>(this)
+                                                   : nullptr;
+    }
+
+    QVariant currentValue() const override { return std::min(row().decibels(), 0.0F); }
+    void setCurrentValue(const QVariant& /*value*/) override {}
+    QVariant minimumValue() const override { return kLowestDecibels; }
+    QVariant maximumValue() const override { return 0.0F; }
+    QVariant minimumStepSize() const override { return 0.0F; }
+
+private:
+    using QAccessibleObject::QAccessibleObject;
+
+    static QAccessibleInterface* make(const QString& className, QObject* object) {
+        const bool isRow = className == QLatin1String(SegmentRow::staticMetaObject.className());
+        return isRow ? new LevelReading(object) : nullptr;
+    }
+
+    SegmentRow& row() const { return *static_cast<SegmentRow*>(object()); }
+};
+
 } // namespace
 
 SegmentRow::SegmentRow(QQuickItem* parent)
     : QQuickItem(parent) {
     setFlag(ItemHasContents);
+    static const bool readable = (LevelReading::install(), true);
+    Q_UNUSED(readable)
 }
 
 void SegmentRow::setColors(const QList<QColor>& colors) {
@@ -104,12 +184,13 @@ float SegmentRow::position(qsizetype index) const {
     return static_cast<float>(index) / static_cast<float>(colors_.size());
 }
 
+float SegmentRow::decibels() const {
+    return level_ > 0.0 ? std::max(20.0F * static_cast<float>(std::log10(level_)), kLowestDecibels)
+                        : kLowestDecibels;
+}
+
 void SegmentRow::light() {
-    float reached = 0.0F;
-    if (level_ > 0.0) {
-        const float decibels = 20.0F * static_cast<float>(std::log10(level_));
-        reached = (std::max(decibels, kLowestDecibels) - kLowestDecibels) / -kLowestDecibels;
-    }
+    const float reached = (decibels() - kLowestDecibels) / -kLowestDecibels;
     // The nearest count is corrected by the rounded positions, which decide.
     auto count = static_cast<qsizetype>(reached * static_cast<float>(colors_.size()));
     count = std::min(count, colors_.size());

@@ -35,6 +35,8 @@ public:
     qreal opacityUnlit() const { return opacityUnlit_; }
     qreal level() const { return level_; }
     int litCount() const { return *litCount_; }
+    // The level, not below the scale, but perhaps above it. A screen reader is told it on demand.
+    float decibels() const;
 
     void setColors(const QList<QColor>& colors);
     void setSpacing(qreal spacing);

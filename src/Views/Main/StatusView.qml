@@ -15,10 +15,10 @@ Rectangle {
 
     readonly property string statusText: {
         if (isRecording)
-            return "Recording...";
+            return qsTr("Recording...");
         if (isPlaying)
-            return "Playing Loop";
-        return loopState.hasAudio ? "Paused" : "Press Record";
+            return qsTr("Playing Loop");
+        return loopState.hasAudio ? qsTr("Paused") : qsTr("Press Record");
     }
     readonly property color statusColor: {
         if (isRecording)
@@ -43,6 +43,13 @@ Rectangle {
         text: root.statusText
         font: Theme.headline
         color: root.statusColor
+        // A screen reader says what appears, and not what changes.
+        onTextChanged: {
+            visible = false;
+            visible = true;
+        }
+
+        Accessible.role: Accessible.Notification
     }
 
     Patience {
@@ -58,6 +65,6 @@ Rectangle {
         visible: patience.isOver
 
         Accessible.role: Accessible.ProgressBar
-        Accessible.name: "Waiting for the disk..."
+        Accessible.name: qsTr("Waiting for the disk...")
     }
 }

@@ -28,9 +28,9 @@ Item {
 
         Row {
             ToolbarButton {
-                name: "Save"
+                name: qsTr("Save")
                 symbol: "square.and.arrow.down"
-                toolTip: "Save [Ctrl+S]"
+                toolTip: qsTr("Save [Ctrl+S]")
                 available: root.loopState.canSave
                 keys: ["Ctrl+S"]
                 keysEnabled: root.keysEnabled
@@ -40,9 +40,9 @@ Item {
             ToolbarButton {
                 id: library
 
-                name: "Library"
+                name: qsTr("Library")
                 symbol: "folder.fill"
-                toolTip: "Library [Ctrl+O]"
+                toolTip: qsTr("Library [Ctrl+O]")
                 available: root.loopState.transportState === TransportStates.stopped
                 keys: ["Ctrl+O"]
                 keysEnabled: root.keysEnabled
@@ -64,9 +64,9 @@ Item {
         }
 
         ToolbarButton {
-            name: "MIDI Settings"
+            name: qsTr("MIDI Settings")
             symbol: "gearshape"
-            toolTip: "MIDI Settings"
+            toolTip: qsTr("MIDI Settings")
             available: true
             keys: []
             keysEnabled: root.keysEnabled

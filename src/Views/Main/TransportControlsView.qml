@@ -35,9 +35,9 @@ Row {
     spacing: Theme.buttonSpacing
 
     TransportButton {
-        name: "Record"
+        name: qsTr("Record")
         symbol: "circle.fill"
-        toolTip: "Record [Return]"
+        toolTip: qsTr("Record [Return]")
         color: root.recordButtonColor
         size: root.buttonSize
         available: root.recordButtonEnabled
@@ -50,9 +50,9 @@ Row {
     // While recording, Space stops. Play is disabled then, but has another key, so that no key ever
     // belongs to two buttons.
     TransportButton {
-        name: "Play"
+        name: qsTr("Play")
         symbol: "play.fill"
-        toolTip: "Play [Space]"
+        toolTip: qsTr("Play [Space]")
         color: root.playButtonColor
         size: root.buttonSize
         available: root.playButtonEnabled
@@ -63,9 +63,9 @@ Row {
     }
 
     TransportButton {
-        name: "Stop"
+        name: qsTr("Stop")
         symbol: "stop.fill"
-        toolTip: "Stop [Space]"
+        toolTip: qsTr("Stop [Space]")
         color: root.faceColor(root.loopState.canStop, Theme.yellow, false)
         size: root.buttonSize
         available: root.loopState.canStop
@@ -76,9 +76,9 @@ Row {
     }
 
     TransportButton {
-        name: "Clear"
+        name: qsTr("Clear")
         symbol: "xmark"
-        toolTip: "Clear [Cmd+Delete]"
+        toolTip: qsTr("Clear [Cmd+Delete]")
         color: root.faceColor(root.loopState.canClear, Theme.orange, false)
         size: root.buttonSize
         available: root.loopState.canClear

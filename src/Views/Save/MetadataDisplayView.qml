@@ -25,6 +25,7 @@ Rectangle {
         Icon {
             id: icon
 
+            anchors.left: parent.left
             anchors.verticalCenter: parent.verticalCenter
             symbol: figure.symbol
             color: Theme.secondaryText
@@ -75,13 +76,13 @@ Rectangle {
 
         Figure {
             symbol: "clock"
-            label: "Duration:"
+            label: qsTr("Duration:")
             value: measurement.duration
         }
 
         Figure {
             symbol: "doc"
-            label: "Size:"
+            label: qsTr("Size:")
             value: measurement.fileSize
         }
     }

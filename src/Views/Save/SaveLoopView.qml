@@ -16,7 +16,7 @@ Sheet {
 
     function saveLoop() {
         if (name === "") {
-            showError("Please enter a loop name");
+            showError(qsTr("Please enter a loop name"));
             return;
         }
         isSaving = true;
@@ -28,7 +28,7 @@ Sheet {
         alert.open();
     }
 
-    title: "Save Loop"
+    title: qsTr("Save Loop")
     color: Theme.controlBackground
     // One from the other, so that the limits never hold back a size that follows the content.
     minimumWidth: Theme.saveSheetWidth
@@ -72,7 +72,7 @@ Sheet {
 
         Label {
             anchors.horizontalCenter: parent.horizontalCenter
-            text: "Save Loop"
+            text: qsTr("Save Loop")
             font: Theme.title
 
             Accessible.role: Accessible.Heading
@@ -82,8 +82,8 @@ Sheet {
             id: nameField
 
             width: parent.width
-            label: "Loop Name:"
-            placeholderText: "Enter loop name"
+            label: qsTr("Loop Name:")
+            placeholderText: qsTr("Enter loop name")
             onAccepted: if (root.canAccept) root.saveLoop()
         }
 
@@ -94,7 +94,7 @@ Sheet {
 
         DialogButtons {
             anchors.horizontalCenter: parent.horizontalCenter
-            acceptText: "Save"
+            acceptText: qsTr("Save")
             canAccept: root.canAccept
             onCancelled: root.dismissed()
             onAccepted: root.saveLoop()
@@ -104,13 +104,13 @@ Sheet {
     ProgressOverlay {
         anchors.centerIn: parent
         visible: root.isSaving
-        text: "Saving..."
+        text: qsTr("Saving...")
     }
 
     Alert {
         id: alert
 
-        title: "Error"
+        title: qsTr("Error")
         message: ""
     }
 }

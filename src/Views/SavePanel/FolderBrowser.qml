@@ -30,9 +30,10 @@ Item {
         IconButton {
             id: up
 
+            anchors.left: parent.left
             anchors.verticalCenter: parent.verticalCenter
             enabled: root.folder !== SaveLocations.parentOf(root.folder)
-            text: "Enclosing folder"
+            text: qsTr("Enclosing folder")
             symbol: "arrow.up"
             onTriggered: root.show(SaveLocations.parentOf(root.folder))
         }
@@ -43,7 +44,7 @@ Item {
             anchors.left: up.right
             anchors.leftMargin: Theme.panelSpacing
             anchors.verticalCenter: parent.verticalCenter
-            text: "Home folder"
+            text: qsTr("Home folder")
             symbol: "house"
             onTriggered: root.show(SaveLocations.home)
         }

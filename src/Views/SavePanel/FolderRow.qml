@@ -10,10 +10,9 @@ PlainButton {
     required property bool fileIsDir
 
     text: fileName
+    description: fileIsDir ? qsTr("Folder") : qsTr("File")
     implicitHeight: label.implicitHeight + 2 * Theme.menuItemVerticalPadding
     focusRingGap: -Theme.focusRingWidth
-
-    Accessible.description: fileIsDir ? "Folder" : "File"
 
     Icon {
         id: icon

@@ -15,9 +15,10 @@ FileDialog {
     signal dismissed()
 
     parentWindow: window
-    title: "Export Loop"
+    title: qsTr("Export Loop")
     fileMode: FileDialog.SaveFile
-    nameFilters: ["Audio files (*.wav *.wave *.aif *.aiff *.flac *.ogg *.mp3 *.m4a)", "All files (*)"]
+    nameFilters: [qsTr("Audio files") + " (*.wav *.wave *.aif *.aiff *.flac *.ogg *.mp3 *.m4a)",
+        qsTr("All files") + " (*)"]
     currentFolder: SaveLocations.folder
     selectedFile: SaveLocations.inFolder(SaveLocations.folder, proposedName)
     Component.onCompleted: open()

@@ -7,9 +7,9 @@ NameDialog {
 
     signal folderNamed(folderName: string)
 
-    title: "New Folder"
-    placeholderText: "Enter folder name"
-    acceptText: "Create"
+    title: qsTr("New Folder")
+    placeholderText: qsTr("Enter folder name")
+    acceptText: qsTr("Create")
     canAccept: SaveLocations.isFileName(name)
     closePolicy: T.Popup.CloseOnEscape
     onAboutToShow: name = ""

@@ -9,15 +9,15 @@ Alert {
 
     signal confirmed()
 
-    title: "Replace File"
-    message: "'" + fileName + "' already exists. Do you want to replace it?"
+    title: qsTr("Replace File")
+    message: qsTr("'%1' already exists. Do you want to replace it?").arg(fileName)
     actions: [
         AlertAction {
-            text: "Cancel"
+            text: qsTr("Cancel")
             role: AlertAction.Cancel
         },
         AlertAction {
-            text: "Replace"
+            text: qsTr("Replace")
             role: AlertAction.Destructive
             onTriggered: root.confirmed()
         }

@@ -26,7 +26,7 @@ Sheet {
     }
 
     transientParent: window
-    title: "Export Loop"
+    title: qsTr("Export Loop")
     color: Theme.windowBackground
     minimumWidth: Math.ceil(buttons.implicitWidth + 2 * Theme.sheetPadding)
     minimumHeight: Math.ceil(name.implicitHeight + buttons.implicitHeight
@@ -49,7 +49,7 @@ Sheet {
         anchors.left: parent.left
         anchors.right: parent.right
         anchors.margins: Theme.sheetPadding
-        label: "Save As:"
+        label: qsTr("Save As:")
         labelBefore: true
         onAccepted: root.save()
     }
@@ -79,7 +79,8 @@ Sheet {
         PushButton {
             id: newFolder
 
-            text: "New Folder"
+            anchors.left: parent.left
+            text: qsTr("New Folder")
             onTriggered: folderName.open()
         }
 
@@ -87,7 +88,7 @@ Sheet {
             id: answers
 
             anchors.right: parent.right
-            acceptText: "Save"
+            acceptText: qsTr("Save")
             canAccept: root.canAccept
             onCancelled: root.dismissed()
             onAccepted: root.save()
@@ -116,7 +117,7 @@ Sheet {
     Alert {
         id: failure
 
-        title: "Error"
+        title: qsTr("Error")
         message: ""
     }
 }

@@ -91,6 +91,26 @@ SheetTestCase {
         }
     }
 
+    function test_keys_without_latin_letters_count_by_their_places() {
+        const placeOfO = 32;
+        for (const [key, isO] of [[0x0429, true], [0x03a9, true], [0x0627, true], [Qt.Key_U, false],
+                [Qt.Key_F1, false], [Qt.Key_1, false]]) {
+            makeWindow();
+            activate(window);
+            Machine.pressInPlace(window, key, Qt.ControlModifier, placeOfO);
+            wait(50);
+            compare(window.librarySheet !== null, isO, key);
+            if (!isO)
+                continue;
+            tryVerify(() => window.librarySheet.active);
+            const field = window.librarySheet.activeFocusItem;
+            Machine.pressInPlace(window.librarySheet, key, Qt.NoModifier, placeOfO);
+            compare(field.text, String.fromCharCode(key), "what it types");
+            Machine.pressInPlace(window.librarySheet, 0x0444, Qt.ControlModifier, 38);
+            compare(field.selectedText, field.text, "Ctrl+A");
+        }
+    }
+
     function test_keys_that_come_at_once_act_as_two_presses_data() {
         const keys = { Record: Qt.Key_Return, Play: Qt.Key_Space, Stop: Qt.Key_Period,
             Clear: Qt.Key_Delete | Qt.ControlModifier };

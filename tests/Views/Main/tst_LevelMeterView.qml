@@ -47,5 +47,13 @@ Item {
                     `segment ${i} at ${level}`));
             }
         }
+
+        function test_a_screen_reader_finds_the_level_in_decibels() {
+            compare(meter.Accessible.role, Accessible.ProgressBar);
+            for (const [level, decibels] of [[0, -60], [1e-9, -60], [0.1, -20], [2, 0]]) {
+                meter.level = level;
+                compare(Machine.valueOf(meter).map(Math.round), [decibels, -60, 0]);
+            }
+        }
     }
 }

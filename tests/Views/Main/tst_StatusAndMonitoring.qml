@@ -1,4 +1,5 @@
 import QtQuick
+import QtTest
 import Tessivo
 import Tessivo.Style
 import TessivoTest
@@ -26,6 +27,11 @@ Item {
         onToggleMonitoring: ++scene.calls
     }
 
+    SignalSpy {
+        id: appearances
+        signalName: "visibleChanged"
+    }
+
     ViewTestCase {
         name: "StatusAndMonitoring"
 
@@ -44,9 +50,14 @@ Item {
                 enter();
                 const label = find(status, text);
                 verify(label, text);
+                appearances.target = label;
                 verify(Qt.colorEqual(label.color, colour), text);
                 verify(Qt.colorEqual(status.color, Qt.alpha(background, 0.2)), text);
             }
+            appearances.clear();
+            state.record();
+            compare(appearances.count, 2, "a screen reader says it");
+            verify(find(status, "Recording...").visible);
         }
 
         // The view asks and never decides: what it shows stays until its owner changes it.

@@ -141,7 +141,8 @@ Item {
             compare(scene.calls, ["record"], "a disabled button stays disabled");
             const keys = { Record: "Return", Play: "Space", Stop: "Space", Clear: "Cmd+Delete" };
             for (const name in keys) {
-                compare(button(name).Accessible.description, `${name} [${keys[name]}]`);
+                compare(button(name).Accessible.description,
+                    `${name} [${keys[name]}]` + (button(name).enabled ? "" : ", unavailable"));
                 compare(button(name).Accessible.role, Accessible.Button);
             }
         }
