@@ -121,9 +121,10 @@ function(tessivo_translations variable)
     foreach(source ${ARGN})
         cmake_path(GET source STEM name)
         set(file ${CMAKE_CURRENT_BINARY_DIR}/${name}.qm)
-        add_custom_command(OUTPUT ${file}
-            COMMAND ${TESSIVO_LRELEASE} -silent ${source} -qm ${file}
-            DEPENDS ${source} VERBATIM)
+        set(release ${TESSIVO_LRELEASE} -silent ${source} -qm ${file})
+        # Now as well, because the toolkit copies resources while it configures.
+        execute_process(COMMAND ${release} COMMAND_ERROR_IS_FATAL ANY)
+        add_custom_command(OUTPUT ${file} COMMAND ${release} DEPENDS ${source} VERBATIM)
         set_source_files_properties(${file} PROPERTIES QT_RESOURCE_ALIAS translations/${name}.qm)
         list(APPEND files ${file})
     endforeach()

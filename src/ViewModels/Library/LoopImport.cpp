@@ -18,6 +18,7 @@
 #include <exception>
 #include <filesystem>
 #include <optional>
+#include <string>
 #include <system_error>
 #include <utility>
 
@@ -45,7 +46,8 @@ bool isInLibrary(const fs::path& file) {
 
 struct LoopImport::Outcome {
     std::optional<ImportedAudio> audio;
-    QString problem; // empty as well for a file that is left out
+    QString problem;  // in the user's language; empty as well for a file that is left out
+    std::string line; // the same in English
 };
 
 LoopImport::LoopImport(LoopLibrary& library, SimpleLoopState& state, Notices& notices)
@@ -173,25 +175,30 @@ void LoopImport::importNext() {
 
 LoopImport::Outcome LoopImport::importFile(const QUrl& file,
                                            const std::function<void(double)>& progress) {
-    const auto problem = [&](const QString& reason) {
-        return Outcome{std::nullopt, u"%1: %2"_s.arg(file.fileName(), reason)};
+    const auto problem = [&](const QString& shown, const std::string& reason) {
+        const QString name = file.isLocalFile() ? file.fileName() : file.toDisplayString();
+        return Outcome{std::nullopt, u"%1: %2"_s.arg(name, shown),
+                       name.toStdString() + ": " + reason};
+    };
+    const auto refused = [&](const char* reason) {
+        return problem(tr(reason), reason);
     };
     try {
         if (!file.isLocalFile()) {
-            return {std::nullopt, tr("%1 is not on this computer").arg(file.toDisplayString())};
+            return refused(QT_TR_NOOP("This is not on this computer"));
         }
         std::error_code ignored;
         const fs::path path = pathOf(file);
         if (fs::is_directory(path, ignored)) {
-            return problem(tr("This is a folder"));
+            return refused(QT_TR_NOOP("This is a folder"));
         }
-        return isInLibrary(path) ? Outcome() : Outcome{importAudio(file, progress), {}};
+        return isInLibrary(path) ? Outcome() : Outcome{importAudio(file, progress), {}, {}};
     } catch (const ImportCancelled&) {
         return {};
     } catch (const LoopError& error) {
-        return problem(LoopError::reasonOf(error));
+        return problem(LoopError::shownReasonOf(error), LoopError::reasonOf(error));
     } catch (const std::exception& error) {
-        return {std::nullopt, QString::fromUtf8(error.what())};
+        return {std::nullopt, QString::fromUtf8(error.what()), error.what()};
     }
 }
 
@@ -212,7 +219,7 @@ void LoopImport::take(const Outcome& outcome) {
                                  .arg(channels));
         }
     } else if (!outcome.problem.isEmpty()) {
-        logLine("Failed to import loop: " + outcome.problem.toStdString());
+        logLine("Failed to import loop: " + outcome.line);
         problems_.append(outcome.problem);
     }
     if (++done_ < files_.size()) {

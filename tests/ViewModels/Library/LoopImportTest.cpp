@@ -53,7 +53,7 @@ TEST(LoopImportTest, ABadFileDoesNotStopTheOthersAndEachIsTold) {
                 rig.make("wide.wav", 3), rig.make("last.wav")});
     EXPECT_EQ(rig.stored(), (Names{"last", "wide", "first"}));
     EXPECT_EQ(rig.import_().report(), "Not an audio file: \"notes.txt\": Format not recognised.\n"
-                                      "http://host/a.wav is not on this computer\n"
+                                      "http://host/a.wav: This is not on this computer\n"
                                       "folder.wav: This is a folder\n"
                                       "Not an audio file: \"pipe.wav\"\n"
                                       "wide: Of its 3 channels the first two are heard");

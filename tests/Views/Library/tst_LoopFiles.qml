@@ -56,7 +56,7 @@ LibraryTestCase {
 
     function test_what_cannot_be_imported_is_told() {
         drop(folder, "http://host/a.wav");
-        const message = "Exports: This is a folder\nhttp://host/a.wav is not on this computer";
+        const message = "Exports: This is a folder\nhttp://host/a.wav: This is not on this computer";
         tryVerify(() => shown("Import") && shown(message) && item("OK").activeFocus);
         verify(!Machine.drag(sheet, middle, [file]), "behind the alert");
         Machine.dragOut(sheet);
