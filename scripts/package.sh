@@ -4,7 +4,8 @@
 #   scripts/package.sh              needs some seconds where the release preset is built
 #   scripts/package.sh bare-root    also installs it on a bare Debian, with nothing but what the
 #                                   package itself asks for, and starts it there: as root, in some
-#                                   minutes; leaves a picture of the window in build/package/
+#                                   minutes; leaves a picture of the window in build/package/.
+#                                   Reads the manifest for Flatpak too
 set -euo pipefail
 # shellcheck source=scripts/lib.sh
 source "$(dirname "${BASH_SOURCE[0]}")/lib.sh"
@@ -146,4 +147,8 @@ version=$(sed -nE 's/^project\(tessivo VERSION ([0-9.]+) .*/\1/p' CMakeLists.txt
 build
 check_tree
 check_package
-(($# == 0)) || check_bare_root
+if (($# > 0)); then
+    holds "the manifest" flatpak-builder --state-dir="$private/flatpak" --show-manifest \
+        "packaging/flatpak/$id.yml"
+    check_bare_root
+fi

@@ -10,7 +10,7 @@
 # test     to build and run the tests
 # check    to check the sources, and to build with the sanitizers and fuzzers
 # package  to make the Debian package and check it
-# bare     to try it on a bare system
+# bare     to try it on a bare system, and to read the manifest for Flatpak
 # peer     to measure another looper beside it
 set -euo pipefail
 # shellcheck source=scripts/lib.sh
@@ -31,7 +31,7 @@ declare -A groups=(
     [check]="clang-22 libclang-rt-22-dev llvm-22 clang-tidy-22 clang-format shellcheck python3
         qt6-declarative-dev-tools"
     [package]="dpkg-dev file lintian desktop-file-utils appstream man-db qmake6"
-    [bare]="mmdebstrap"
+    [bare]="mmdebstrap flatpak-builder"
     [peer]="sooperlooper pipewire-jack"
 )
 
