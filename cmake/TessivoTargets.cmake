@@ -62,6 +62,22 @@ function(tessivo_library name)
     tessivo_precompile(${name})
 endfunction()
 
+# tessivo_set_up_qt(): what a folder of Qt targets needs after it has found Qt. Newer versions have
+# each folder of a QML module know that it belongs to one.
+macro(tessivo_set_up_qt)
+    qt_standard_project_setup()
+    if(QT_KNOWN_POLICY_QTP0004)
+        qt_policy(SET QTP0004 NEW)
+    endif()
+endmacro()
+
+# tessivo_find_private_gui(): finds Qt's GUI with its private headers, which newer versions have as
+# a package of its own.
+macro(tessivo_find_private_gui)
+    find_package(Qt6 6.4 REQUIRED COMPONENTS Gui)
+    find_package(Qt6GuiPrivate QUIET HINTS ${Qt6_DIR}/..)
+endmacro()
+
 # tessivo_test(name SOURCES ... [LINK ...] [TIMEOUT s] [REALTIME] [SERIAL]): a GoogleTest
 # program, one CTest entry per case. REALTIME is for tests on a running sound server, which get
 # the label "realtime"; SERIAL for those of them that must have the machine to themselves.
@@ -87,7 +103,9 @@ function(tessivo_test name)
     gtest_discover_tests(${name} DISCOVERY_MODE PRE_TEST NO_PRETTY_VALUES PROPERTIES ${properties})
 endfunction()
 
-# tessivo_describe_types(target): descriptions of a Qt library's types for the QML compiler.
+# tessivo_describe_types(target): descriptions of a Qt library's types for the QML compiler and the
+# linter, which need to know the properties of the types that Views/ForeignTypes.h registers. In the
+# library's own folder: from another one newer versions of Qt describe nothing.
 function(tessivo_describe_types target)
     qt_extract_metatypes(${target})
     # In a build folder from before the library was described, its generated code lacks them

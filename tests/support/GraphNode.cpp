@@ -1,5 +1,7 @@
 #include "support/GraphNode.h"
 
+#include "Platform/PipeWire/Loop.h"
+
 #include <pipewire/filter.h>
 #include <pipewire/pipewire.h>
 
@@ -34,8 +36,9 @@ GraphNode::GraphNode(const std::string& name, Properties properties,
     }();
     pw_init(nullptr, nullptr);
     loop_ = pw_thread_loop_new(name.c_str(), nullptr);
-    context_ = pw_context_new(pw_thread_loop_get_loop(loop_),
-                              pw_properties_new(PW_KEY_CONFIG_NAME, "client-rt.conf", nullptr), 0);
+    context_ = pw_context_new(
+        pw_thread_loop_get_loop(loop_),
+        pw_properties_new(PW_KEY_CONFIG_NAME, pipewire::realtimeConfiguration(), nullptr), 0);
     pw_core* const core = context_ != nullptr ? pw_context_connect(context_, nullptr, 0) : nullptr;
     if (core == nullptr) {
         stop();

@@ -3,6 +3,7 @@
 #include "Platform/PipeWire/Calls.h"
 
 #include <cerrno>
+#include <cstring>
 #include <mutex>
 #include <system_error>
 #include <utility>
@@ -14,6 +15,11 @@ namespace {
 constexpr const char* kThreadName = "tessivo-sound";
 
 } // namespace
+
+const char* realtimeConfiguration() {
+    // It became every client's in the first release candidate of 1.4.
+    return ::strverscmp(pw_get_library_version(), "1.3.81") < 0 ? "client-rt.conf" : "client.conf";
+}
 
 std::shared_ptr<LoopThread> LoopThread::shared() {
     static std::mutex mutex;
@@ -31,10 +37,9 @@ LoopThread::LoopThread() {
     static const bool initialised = (pw_init(nullptr, nullptr), true);
     loop_.reset(initialised ? pw_thread_loop_new(kThreadName, nullptr) : nullptr);
     if (loop_ != nullptr) {
-        // This configuration gives the audio thread its real-time priority.
-        context_.reset(
-            pw_context_new(pw_thread_loop_get_loop(loop_.get()),
-                           pw_properties_new(PW_KEY_CONFIG_NAME, "client-rt.conf", nullptr), 0));
+        context_.reset(pw_context_new(
+            pw_thread_loop_get_loop(loop_.get()),
+            pw_properties_new(PW_KEY_CONFIG_NAME, realtimeConfiguration(), nullptr), 0));
     }
     if (loop_ == nullptr || pw_thread_loop_start(loop_.get()) < 0) {
         throw std::system_error(errno, std::system_category(), kThreadName);

@@ -9,6 +9,10 @@
 
 namespace tessivo::pipewire {
 
+// The name of the configuration that gives a client's audio thread its real-time priority, with the
+// library that is there.
+const char* realtimeConfiguration();
+
 // The thread that runs the connections of all clients in the program, and the client library's
 // context, whose audio thread runs all their process calls: one thread is woken in each cycle,
 // however many nodes we have in it. Begins with the first client and ends with the last.
