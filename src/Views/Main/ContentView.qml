@@ -161,6 +161,14 @@ T.ApplicationWindow {
         }
     }
 
+    Connections {
+        target: root.viewModels
+
+        function onFilesGiven(paths) {
+            root.viewModel.loopImport.offer(paths);
+        }
+    }
+
     Label {
         id: productName
 
