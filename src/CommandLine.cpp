@@ -24,6 +24,7 @@ A second start shows the window of the first. Audio files are offered to the lib
 Options
   -h, --help             tells this
   -v, --version          tells the version
+  --open-takes           opens the folder of takes in the file manager
 
 Keys
   Return                 starts a take; during a take, ends it and plays it
@@ -57,26 +58,28 @@ CommandLine readCommandLine(std::span<const char* const> arguments) {
     }
     const QCommandLineOption help(QStringList{u"h"_s, u"help"_s});
     const QCommandLineOption version(QStringList{u"v"_s, u"version"_s});
+    const QCommandLineOption openTakes(u"open-takes"_s);
     // A session manager that starts the program again adds it, for the toolkit.
     const QCommandLineOption session(u"session"_s, {}, u"id"_s);
     QCommandLineParser parser;
     parser.setSingleDashWordOptionMode(QCommandLineParser::ParseAsLongOptions);
-    parser.addOptions({help, version, session});
+    parser.addOptions({help, version, openTakes, session});
     if (!parser.parse(texts)) {
         return {{},
+                false,
                 {{u"tessivo: %1\nTry 'tessivo --help'.\n"_s.arg(parser.errorText()), kWrongUsage}}};
     }
     if (parser.isSet(help)) {
-        return {{}, {{helpText(), 0}}};
+        return {{}, false, {{helpText(), 0}}};
     }
     if (parser.isSet(version)) {
-        return {{}, {{u"Tessivo " TESSIVO_VERSION "\n"_s, 0}}};
+        return {{}, false, {{u"Tessivo " TESSIVO_VERSION "\n"_s, 0}}};
     }
     QStringList files = parser.positionalArguments();
     for (QString& file : files) {
         file = QFileInfo(file).absoluteFilePath();
     }
-    return {files, {}};
+    return {files, parser.isSet(openTakes), {}};
 }
 
 } // namespace tessivo

@@ -17,6 +17,7 @@ struct CommandLine {
     };
 
     QStringList files; // absolute paths, in the order given; they need not exist
+    bool opensTakes = false; // in place of a start
     std::optional<Answer> answer;
 };
 

@@ -13,6 +13,7 @@
 #include "SystemDevices.h"
 #include "ViewModels/Main/HeldKeys.h"
 #include "ViewModels/Main/Language.h"
+#include "ViewModels/Main/TakesFolder.h"
 #include "ViewModels/Main/TimedApplication.h"
 #include "ViewModels/Main/ViewModelFactory.h"
 
@@ -52,6 +53,10 @@ public:
         }
         shareHeap();
         leaveOutHungSessionBus();
+        if (commandLine.opensTakes) {
+            const QGuiApplication application(argc, argv);
+            return openFolderOfTakes() ? 0 : 1;
+        }
         SingleProgram single;
         if (!single.isFirst()) {
             const QCoreApplication application(argc, argv);

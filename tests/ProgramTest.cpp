@@ -71,6 +71,7 @@ TEST(ProgramTest, QuestionsAndWrongArgumentsAreAnsweredWithoutADisplay) {
         {{"--help"}, 0, {"--version", "Ctrl+Backspace", takes + "\n", "PIPEWIRE_REMOTE"}},
         {{"take.wav", "--loud"}, 2, {"loud", "--help"}},
         {{"-x"}, 2, {"'x'"}},
+        {{"--open-takes=x"}, 2, {"open-takes"}},
         {{"--version=2"}, 2, {"version"}},
     };
     for (const auto& c : cases) {
