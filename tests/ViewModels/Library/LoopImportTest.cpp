@@ -1,4 +1,5 @@
 #include "Models/LibraryRig.h"
+#include "Platform/System/BackgroundQueue.h"
 #include "ViewModels/LooperRig.h"
 
 #include <sys/stat.h>
@@ -78,12 +79,12 @@ TEST(LoopImportTest, EveryListShowsWhatCameAlsoOneThatIsLoading) {
     const ImportRig rig;
     LoopLibrary shown;
     settle();
-    const QUrl file = rig.make("Beat.wav");
-    std::optional<StalledDisk> stalled(std::in_place);
-    LoopLibrary loading;
-    rig.import_().importFiles({file, rig.make("Vibe.wav")});
+    rig.import_().importFiles({rig.make("Beat.wav"), rig.make("Vibe.wav")});
     EXPECT_EQ(rig.import_().activity(), "Importing 1 of 2: Beat.wav");
-    stalled.reset();
+    BackgroundQueue::waitForAll();
+    LoopLibrary loading; // has read the file before the first one is in it
+    BackgroundQueue::waitForAll();
+    settle();
     EXPECT_FALSE(rig.import_().isImporting());
     for (const LoopLibrary* library : {&shown, &loading, &rig.looper->loopLibrary()}) {
         EXPECT_EQ(namesOf(library->savedLoops()), (Names{"Vibe", "Beat"}));
