@@ -27,8 +27,9 @@ Rectangle {
     }
 
     visible: false
-    width: content.implicitWidth + 2 * Theme.panelPadding
-    height: content.implicitHeight + 2 * Theme.panelSpacing
+    // Known as soon as the name is: a row of items would take its size only with the next frame.
+    width: icon.width + Theme.iconLabelSpacing + words.width + 2 * Theme.panelPadding
+    height: Math.max(icon.height, words.height) + 2 * Theme.panelSpacing
     radius: Theme.rowRadius
     color: Theme.controlBackground
     border.color: Theme.menuBorder
@@ -37,27 +38,28 @@ Rectangle {
     Drag.supportedActions: Qt.CopyAction
     Drag.hotSpot: Qt.point(Theme.panelPadding, height / 2)
 
-    Row {
-        id: content
+    Icon {
+        id: icon
 
-        anchors.centerIn: parent
-        spacing: Theme.iconLabelSpacing
+        anchors.left: parent.left
+        anchors.leftMargin: Theme.panelPadding
+        anchors.verticalCenter: parent.verticalCenter
+        symbol: "waveform"
+        color: Theme.blue
+        size: Theme.rowIconSize
+    }
 
-        Icon {
-            anchors.verticalCenter: parent.verticalCenter
-            symbol: "waveform"
-            color: Theme.blue
-            size: Theme.rowIconSize
-        }
+    Text {
+        id: words
 
-        Text {
-            anchors.verticalCenter: parent.verticalCenter
-            width: Math.min(implicitWidth, Theme.alertWidth)
-            text: root.name.replace(/\s+/g, " ")
-            textFormat: Text.PlainText
-            elide: Text.ElideRight
-            font: Theme.headline
-            color: Theme.primaryText
-        }
+        anchors.left: icon.right
+        anchors.leftMargin: Theme.iconLabelSpacing
+        anchors.verticalCenter: parent.verticalCenter
+        width: Math.min(implicitWidth, Theme.alertWidth)
+        text: root.name.replace(/\s+/g, " ")
+        textFormat: Text.PlainText
+        elide: Text.ElideRight
+        font: Theme.headline
+        color: Theme.primaryText
     }
 }
