@@ -1,7 +1,6 @@
 #include "Utils/AudioImport.h"
 
 #include "Models/LibraryRig.h"
-#include "Platform/Sound/AudioError.h"
 
 #include <limits>
 #include <sndfile.h>
