@@ -30,14 +30,16 @@ TEST(AccessTest, KeysOfARussianKeyboardAloneCommandByTheirPlaces) {
     app.awaitWindow("Loop Library");
 }
 
-TEST(AccessTest, ScreenReaderHearsOfEveryState) {
+TEST(AccessTest, ScreenReaderHearsOfEveryStateInTheLanguageOfTheSession) {
     Stage stage;
-    stage.start(kReadable);
+    std::vector<std::string> german = kReadable;
+    german.emplace_back("LC_ALL=de_DE.UTF-8");
+    stage.start(german);
     stage.feed();
-    press("Tessivo", {{"Return", "Recording..."},
-                      {"Return", "Playing Loop"},
-                      {"period", "Paused"},
-                      {"ctrl+BackSpace", "Press Record"}});
+    press("Tessivo", {{"Return", "Aufnahme läuft …"},
+                      {"Return", "Loop läuft"},
+                      {"period", "Angehalten"},
+                      {"ctrl+BackSpace", "Aufnehmen drücken"}});
 }
 
 } // namespace
