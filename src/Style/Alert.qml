@@ -30,7 +30,7 @@ ModalPopup {
     // width would stay on one line.
     width: Math.min(Theme.alertWidth, parent?.width > 0 ? parent.width - 2 * margins : Infinity)
     height: Math.min(implicitHeight, parent ? parent.height - 2 * margins : 0)
-    implicitHeight: heading.implicitHeight + words.implicitHeight + row.implicitHeight
+    implicitHeight: heading.implicitHeight + measured.implicitHeight + row.implicitHeight
         + 2 * Theme.alertSpacing + topPadding + bottomPadding
     padding: Theme.alertPadding
     closePolicy: T.Popup.CloseOnEscape
@@ -54,6 +54,18 @@ ModalPopup {
         Accessible.role: Accessible.AlertMessage
         Accessible.name: root.title
         Accessible.description: root.message
+    }
+
+    // The whole message, for its height: what an elided text needs depends on what it has.
+    Text {
+        id: measured
+
+        visible: false
+        width: words.width
+        text: words.text
+        textFormat: words.textFormat
+        wrapMode: words.wrapMode
+        font: words.font
     }
 
     // A message may quote a path of any length.
