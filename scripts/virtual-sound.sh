@@ -65,7 +65,7 @@ device() {
     read -ra list <<<"$positions"
     cat <<TEXT
 { factory.name = support.null-audio-sink
-  node.name = "$name" node.description = "$name" media.class = "$class"
+  node.name = "$name" node.description = "Virtual $name" media.class = "$class"
   audio.rate = $rate audio.channels = ${#list[@]} audio.position = [ $positions ]
   monitor.channel-volumes = false object.linger = true }
 TEXT

@@ -18,7 +18,7 @@ inline std::unique_ptr<sound::AudioDevice> makeLooperDevice() {
 // The default speaker, for previews: nothing of them depends on the server's first answers.
 inline std::unique_ptr<sound::AudioDevice> makePreviewDevice() {
     return std::make_unique<sound::PipeWireDuplexDevice>("Tessivo Preview", sound::DiagnosticSink{},
-                                                         std::chrono::milliseconds(0));
+                                                         std::chrono::milliseconds(0), "Preview");
 }
 
 } // namespace tessivo

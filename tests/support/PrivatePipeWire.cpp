@@ -96,6 +96,29 @@ void PrivatePipeWire::chooseSpeaker(const std::string& name) {
     choose("sink", name);
 }
 
+// The first column of pw-cli's list is the property, or "id".
+std::string PrivatePipeWire::find(const char* wanted, const char* key,
+                                  const std::string& value) const {
+    return runProgram({"sh", "-c",
+                       R"(pw-cli ls Node | awk -v wanted="$0" -v key="$1" -v value="$2" '
+                            $1 == "id" {found["id"] = $2 + 0; next}
+                            {gsub("\"", ""); found[$1] = $3}
+                            $1 == key && $3 == value {printf "%s", found[wanted]; exit}')",
+                       wanted, key, value},
+                      std::chrono::seconds(2));
+}
+
+void PrivatePipeWire::chooseTarget(const std::string& mediaClass, const std::string& device) {
+    runProgram({"pw-metadata", find("id", "media.class", mediaClass), "target.object",
+                find("object.serial", "node.name", device)},
+               std::chrono::seconds(2));
+}
+
+std::string PrivatePipeWire::properties(const std::string& mediaClass) const {
+    return runProgram({"pw-cli", "info", find("id", "media.class", mediaClass)},
+                      std::chrono::seconds(2));
+}
+
 void PrivatePipeWire::set(const std::string& setting, int value) {
     runProgram({"pw-metadata", "-n", "settings", "0", "clock." + setting, std::to_string(value)},
                std::chrono::seconds(2));

@@ -45,6 +45,10 @@ public:
     // Makes a device the default one, as the user would in the desktop's settings.
     void chooseMicrophone(const std::string& name);
     void chooseSpeaker(const std::string& name);
+    // Makes a device the target of a stream of ours, as the user would in a mixer.
+    void chooseTarget(const std::string& mediaClass, const std::string& device);
+    // The properties of that stream, in pw-cli's words.
+    std::string properties(const std::string& mediaClass) const;
     // A setting of the running graph, as "force-rate" or "min-quantum".
     void set(const std::string& setting, int value);
     void forceRate(int rate) { set("force-rate", rate); }
@@ -62,6 +66,7 @@ public:
     void thaw(const char* process = "pipewire") const;
 
 protected:
+    std::string find(const char* wanted, const char* key, const std::string& value) const;
     // To one of those processes.
     void signal(const char* process, int number) const;
 };

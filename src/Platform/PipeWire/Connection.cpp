@@ -1,6 +1,7 @@
 #include "Platform/PipeWire/Connection.h"
 
 #include "Platform/PipeWire/Calls.h"
+#include "Platform/PipeWire/Identity.h"
 
 #include <cerrno>
 #include <cstdlib>
@@ -25,8 +26,11 @@ Connection::Connection(pw_context* context, const std::string& applicationName, 
             events.global_remove = onGlobalRemove;
         });
     errno = 0;
-    core_.reset(pw_context_connect(
-        context, pw_properties_new(PW_KEY_APP_NAME, applicationName.c_str(), nullptr), 0));
+    core_.reset(pw_context_connect(context,
+                                   pw_properties_new(PW_KEY_APP_NAME, applicationName.c_str(),
+                                                     PW_KEY_APP_ID, kApplicationId,
+                                                     PW_KEY_APP_ICON_NAME, kApplicationId, nullptr),
+                                   0));
     if (core_ != nullptr) {
         registry_.reset(pw_core_get_registry(core_.get(), PW_VERSION_REGISTRY, 0));
     }

@@ -7,6 +7,7 @@
 #include <cstdint>
 #include <functional>
 #include <span>
+#include <string>
 
 namespace tessivo::sound {
 
@@ -50,6 +51,9 @@ public:
         // The rate that cycles run at, Hz. It may differ from either device's rate; the
         // system then converts. Fixed from start() to stop().
         double renderRate = 0.0;
+        // What people call the two devices; empty when there is none.
+        std::string inputName{};
+        std::string outputName{};
 
         bool operator==(const Formats&) const = default;
     };

@@ -79,6 +79,7 @@ void PipeWireCycles::stop() {
 }
 
 void PipeWireCycles::setCapture(pw_stream* stream) {
+    inputHeard_ = false;
     capture_ = stream;
     awaitLeave();
 }
@@ -155,7 +156,7 @@ void PipeWireCycles::onPlayback(void* data) TESSIVO_REALTIME {
 
 void PipeWireCycles::capture(AudioRenderer& renderer, pw_stream* stream) TESSIVO_REALTIME {
     pw_stream* const playback = playback_;
-    const bool renders = playback == nullptr || triggered_;
+    const bool renders = inputHeard_ && (playback == nullptr || triggered_);
     {
         const DequeuedBuffer buffer(stream);
         const std::span<spa_data> channels = buffer.channels();

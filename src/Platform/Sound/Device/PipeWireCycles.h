@@ -34,6 +34,10 @@ public:
     void setCapture(pw_stream* stream);
     void setPlayback(pw_stream* stream, bool triggered);
 
+    // Whether what the capture stream gets is input; if not, it is dropped, and nothing is rendered
+    // in its callback. Not at first, with each stream.
+    void setInputHeard(bool heard) { inputHeard_ = heard; }
+
     // Whether the playback stream may be triggered: a stream that does not run may lose its
     // buffers at any time. After setPlaybackRunning(false) it is not being triggered.
     void setPlaybackRunning(bool running);
@@ -71,6 +75,7 @@ private:
     std::atomic<int> inside_{0}; // depth: triggering may call onPlayback() within onCapture()
     std::atomic<pw_stream*> capture_{nullptr};
     std::atomic<pw_stream*> playback_{nullptr};
+    std::atomic<bool> inputHeard_{false};
     std::atomic<bool> triggered_{false};
     std::atomic<bool> playbackRunning_{false};
     std::atomic<bool> stale_{false}; // the FIFO holds frames of an earlier stream

@@ -13,6 +13,7 @@ namespace tessivo::sound {
 
 struct PipeWireDefaults::Node {
     std::string name;
+    std::string description; // for people
     std::string serial;
     std::string mediaClass;
 };
@@ -28,7 +29,9 @@ struct PipeWireDefaults::Follower {
     PipeWireDefaults& owner;
     Role& role;
     std::uint32_t id = 0;
+    std::string name;
     std::string serial;
+    std::string description;
     AudioFormat current{}; // set on the device, once it has been in use
     AudioFormat offered{}; // what the device would be set to
     std::uint32_t offeredIndex = UINT32_MAX;
@@ -60,7 +63,8 @@ struct PipeWireDefaults::Follower {
     }
 };
 
-PipeWireDefaults::Role::Role() = default;
+PipeWireDefaults::Role::Role(const char* devices)
+    : mediaClass(devices) {}
 PipeWireDefaults::Role::~Role() = default;
 
 namespace {
@@ -79,11 +83,47 @@ PipeWireDefaults::PipeWireDefaults(pipewire::Connection& connection, std::functi
 PipeWireDefaults::~PipeWireDefaults() = default;
 
 PipeWireDefaults::Device PipeWireDefaults::source() const {
-    return source_.device ? Device{source_.device->serial, source_.device->format()} : Device{};
+    return deviceOf(source_);
 }
 
 PipeWireDefaults::Device PipeWireDefaults::sink() const {
-    return sink_.device ? Device{sink_.device->serial, sink_.device->format()} : Device{};
+    return deviceOf(sink_);
+}
+
+PipeWireDefaults::Device PipeWireDefaults::deviceOf(const Role& role) const {
+    if (!role.device) {
+        return {};
+    }
+    const Follower& device = *role.device;
+    const bool isChosen = device.name == role.chosenName && device.name != role.defaultName;
+    return {device.serial, device.format(), device.description, isChosen};
+}
+
+// The server keeps the metadata of an object from clients that have said nothing since the object
+// came up: so nobody would tell us what is chosen for a new stream. A request speaks.
+void PipeWireDefaults::setStreams(std::uint32_t capture, std::uint32_t playback) {
+    bool isNew = false;
+    for (const auto& [role, stream] : {std::pair{&source_, capture}, {&sink_, playback}}) {
+        role->stream = stream;
+        if (nodes_.contains(stream) && std::exchange(role->knownStream, stream) != stream) {
+            isNew = true;
+        }
+    }
+    if (isNew) {
+        requestEntries();
+    }
+}
+
+PipeWireDefaults::Origin PipeWireDefaults::originOf(std::uint32_t stream) const {
+    const auto sources = targets_.sourcesOf(stream);
+    const auto isMonitor = [this](std::uint32_t node) {
+        const auto found = nodes_.find(node);
+        return found != nodes_.end() && found->second.mediaClass.starts_with(sink_.mediaClass);
+    };
+    if (sources.empty()) {
+        return Origin::unlinked;
+    }
+    return std::all_of(sources.begin(), sources.end(), isMonitor) ? Origin::monitor : Origin::other;
 }
 
 int PipeWireDefaults::setting(const char* key) const {
@@ -122,13 +162,21 @@ double PipeWireDefaults::renderRate(double sourceRate) const {
 void PipeWireDefaults::objectAdded(std::uint32_t id, std::string_view type,
                                    const spa_dict* properties) {
     if (type == PW_TYPE_INTERFACE_Node) {
-        Node node{pipewire::dictValue(properties, PW_KEY_NODE_NAME),
+        const std::string name = pipewire::dictValue(properties, PW_KEY_NODE_NAME);
+        const std::string description = pipewire::dictValue(properties, PW_KEY_NODE_DESCRIPTION);
+        Node node{name, description.empty() ? name : description,
                   pipewire::dictValue(properties, PW_KEY_OBJECT_SERIAL),
                   pipewire::dictValue(properties, PW_KEY_MEDIA_CLASS)};
         if (node.mediaClass.starts_with("Audio/")) {
             nodes_.insert_or_assign(id, std::move(node));
             resolve();
+        } else if (node.mediaClass.starts_with("Stream/")) {
+            nodes_.insert_or_assign(id, std::move(node));
+            changed_(); // it may be ours
         }
+    } else if (type == PW_TYPE_INTERFACE_Link) {
+        targets_.addLink(id, properties);
+        changed_();
     } else if (type == PW_TYPE_INTERFACE_Metadata) {
         const std::string name = pipewire::dictValue(properties, PW_KEY_METADATA_NAME);
         if (name == "default" || name == "settings") {
@@ -156,21 +204,22 @@ void PipeWireDefaults::bindMetadata(std::uint32_t id, bool isDefaults) {
 }
 
 bool PipeWireDefaults::lacksNames() const {
-    const auto lacks = [this](const std::string& name, const char* mediaClass) {
-        bool isDevice = false;
-        bool isNamed = false;
-        for (const auto& [id, node] : nodes_) {
-            isDevice |= node.mediaClass.starts_with(mediaClass);
-            isNamed |= !name.empty() && node.name == name;
-        }
-        return isDevice && !isNamed;
-    };
-    return (lacks(sourceName_, "Audio/Source") || lacks(sinkName_, "Audio/Sink")) &&
+    return (lacksName(source_) || lacksName(sink_)) &&
            std::any_of(metadata_.begin(), metadata_.end(),
                        [](const auto& metadata) { return metadata->isDefaults; });
 }
 
-void PipeWireDefaults::requestNames() {
+bool PipeWireDefaults::lacksName(const Role& role) const {
+    bool isDevice = false;
+    bool isNamed = false;
+    for (const auto& [id, node] : nodes_) {
+        isDevice |= node.mediaClass.starts_with(role.mediaClass);
+        isNamed |= node.name == role.defaultName && node.mediaClass.starts_with("Audio/");
+    }
+    return isDevice && !isNamed;
+}
+
+void PipeWireDefaults::requestEntries() {
     std::vector<std::uint32_t> ids;
     for (const auto& metadata : metadata_) {
         if (metadata->isDefaults) {
@@ -187,6 +236,12 @@ void PipeWireDefaults::objectRemoved(std::uint32_t id) {
     // The names are kept: while a session manager restarts, its devices stay in use.
     std::erase_if(metadata_, [id](const auto& metadata) { return metadata->id == id; });
     nodes_.erase(id);
+    targets_.remove(id);
+    for (Role* const role : {&source_, &sink_}) {
+        if (role->knownStream == id) {
+            role->knownStream = SPA_ID_INVALID; // its successor may get the same id
+        }
+    }
     resolve();
 }
 
@@ -194,14 +249,22 @@ int PipeWireDefaults::onDefault(void* data, std::uint32_t subject, const char* k
                                 const char* /*type*/, const char* value) {
     auto& self = *static_cast<PipeWireDefaults*>(data);
     if (subject != PW_ID_CORE) {
+        if (self.targets_.setEntry(subject, key, value)) {
+            for (Role* const role : {&self.source_, &self.sink_}) {
+                if (role->stream == subject) {
+                    self.choose(*role);
+                }
+            }
+            self.resolve();
+        }
         return 0;
     }
     // A null key removes all of the subject's values.
     if (key == nullptr || std::strcmp(key, "default.audio.source") == 0) {
-        self.sourceName_ = parseNodeName(value);
+        self.source_.defaultName = parseNodeName(value);
     }
     if (key == nullptr || std::strcmp(key, "default.audio.sink") == 0) {
-        self.sinkName_ = parseNodeName(value);
+        self.sink_.defaultName = parseNodeName(value);
     }
     self.resolve();
     return 0;
@@ -218,17 +281,43 @@ int PipeWireDefaults::onSetting(void* data, std::uint32_t subject, const char* k
     return 0;
 }
 
-void PipeWireDefaults::follow(Role& role, const std::string& name, const std::string& mediaClass) {
+// Keeps the name of what was chosen for the role's stream: the device may go and come back, and the
+// stream's successor is to find it. What the role cannot use, as a monitor, is no choice.
+void PipeWireDefaults::choose(Role& role) {
+    const auto target = targets_.targetOf(role.stream);
+    if (!target) {
+        return;
+    }
+    if (target->value == "-1") {
+        role.chosenName.clear();
+        return;
+    }
+    for (const auto& [id, node] : nodes_) {
+        const bool isMeant = node.name == target->value ||
+                             (target->isId ? std::to_string(id) : node.serial) == target->value;
+        if (isMeant && node.mediaClass.starts_with(role.mediaClass)) {
+            role.chosenName = node.name;
+        }
+    }
+}
+
+const std::pair<const std::uint32_t, PipeWireDefaults::Node>*
+PipeWireDefaults::find(const Role& role, const std::string& name) const {
+    const auto found = std::find_if(nodes_.begin(), nodes_.end(), [&](const auto& entry) {
+        return !name.empty() && entry.second.name == name &&
+               entry.second.mediaClass.starts_with(role.mediaClass);
+    });
+    return found != nodes_.end() ? &*found : nullptr;
+}
+
+void PipeWireDefaults::follow(Role& role) {
     if (role.device && !nodes_.contains(role.device->id)) {
         role.device.reset();
         changed_();
     }
-    const auto found =
-        std::find_if(nodes_.begin(), nodes_.end(), [&name, &mediaClass](const auto& entry) {
-            return !name.empty() && entry.second.name == name &&
-                   entry.second.mediaClass.starts_with(mediaClass);
-        });
-    if (found == nodes_.end()) {
+    const auto* const chosen = find(role, role.chosenName);
+    const auto* const found = chosen != nullptr ? chosen : find(role, role.defaultName);
+    if (found == nullptr) {
         role.successor.reset();
         if (std::exchange(role.device, nullptr) != nullptr) {
             changed_();
@@ -245,8 +334,12 @@ void PipeWireDefaults::follow(Role& role, const std::string& name, const std::st
     }
     static const auto events = pipewire::eventTable<pw_node_events>(
         PW_VERSION_NODE_EVENTS, [](auto& table) { table.param = Follower::onParam; });
-    role.successor.reset(
-        new Follower{.owner = *this, .role = role, .id = id, .serial = found->second.serial});
+    role.successor.reset(new Follower{.owner = *this,
+                                      .role = role,
+                                      .id = id,
+                                      .name = found->second.name,
+                                      .serial = found->second.serial,
+                                      .description = found->second.description});
     Follower& follower = *role.successor;
     follower.proxy = connection_.bind<pw_node>(id, PW_TYPE_INTERFACE_Node, PW_VERSION_NODE);
     if (follower.proxy != nullptr) {
@@ -257,8 +350,8 @@ void PipeWireDefaults::follow(Role& role, const std::string& name, const std::st
 }
 
 void PipeWireDefaults::resolve() {
-    follow(source_, sourceName_, "Audio/Source");
-    follow(sink_, sinkName_, "Audio/Sink");
+    follow(source_);
+    follow(sink_);
 }
 
 } // namespace tessivo::sound

@@ -36,13 +36,13 @@ AudioError worded(const std::system_error& error) {
 
 } // namespace
 
-PipeWireDuplexDevice::PipeWireDuplexDevice(const std::string& applicationName,
-                                           DiagnosticSink diagnostics,
-                                           std::chrono::milliseconds answerTime)
+PipeWireDuplexDevice::PipeWireDuplexDevice(const std::string& nodeName, DiagnosticSink diagnostics,
+                                           std::chrono::milliseconds answerTime,
+                                           const std::string& playbackName)
     : diagnostics_(std::move(diagnostics))
     , answerDue_(Clock::now() + answerTime)
-    , client_({applicationName, kRoundTrips}, *this)
-    , streams_(applicationName, cycles_, [this] { client_.wake(); }) {
+    , client_({nodeName, kRoundTrips}, *this)
+    , streams_(nodeName, playbackName, cycles_, [this] { client_.wake(); }) {
     client_.locked([this] {
         try {
             client_.reach({});
@@ -193,7 +193,7 @@ void PipeWireDuplexDevice::requestNames() {
     } else if (!requestNamesAt_) {
         requestNamesAt_ = Clock::now() + kNamesTime;
     } else if (Clock::now() >= *requestNamesAt_) {
-        defaults_->requestNames();
+        defaults_->requestEntries();
         requestNamesAt_ = Clock::now() + kNamesTime;
     }
 }

@@ -25,11 +25,12 @@ public:
     // A server that works answers within a few milliseconds.
     static constexpr std::chrono::milliseconds kAnswerTime{250};
 
+    // The nodes have that name; the playback stream goes by the other one in a mixer.
     // Short cycles have 64 frames at first. When cycles get lost the device asks for twice as
     // many, up to 512, and tells the sink, on a thread of its own.
-    explicit PipeWireDuplexDevice(const std::string& applicationName,
-                                  DiagnosticSink diagnostics = {},
-                                  std::chrono::milliseconds answerTime = kAnswerTime);
+    explicit PipeWireDuplexDevice(const std::string& nodeName, DiagnosticSink diagnostics = {},
+                                  std::chrono::milliseconds answerTime = kAnswerTime,
+                                  const std::string& playbackName = "Loop");
     ~PipeWireDuplexDevice() override;
     PipeWireDuplexDevice(const PipeWireDuplexDevice&) = delete;
     PipeWireDuplexDevice& operator=(const PipeWireDuplexDevice&) = delete;

@@ -1,9 +1,11 @@
 #include "Platform/Sound/Device/PipeWireStream.h"
 
+#include "Platform/PipeWire/Identity.h"
 #include "Platform/Sound/Device/PipeWireCycles.h"
 #include "Platform/Sound/Device/PipeWireFormats.h"
 
 #include <array>
+#include <initializer_list>
 #include <string>
 #include <utility>
 
@@ -11,14 +13,29 @@ namespace tessivo::sound {
 
 namespace {
 
+pw_properties* clientProperties() {
+    return pw_properties_new(PW_KEY_APP_NAME, pipewire::kApplicationName, PW_KEY_APP_ID,
+                             pipewire::kApplicationId, PW_KEY_APP_ICON_NAME,
+                             pipewire::kApplicationId, nullptr);
+}
+
+// There is no media role: the session manager would keep one volume and one target for it, and for
+// the streams of all programs that have the same role.
 pw_properties* streamProperties(const PipeWireStreamSettings& settings, bool capture,
-                                const std::string& target) {
-    pw_properties* properties = pw_properties_new(
-        PW_KEY_MEDIA_TYPE, "Audio", PW_KEY_MEDIA_CATEGORY, capture ? "Capture" : "Playback",
-        PW_KEY_MEDIA_ROLE, "Production", PW_KEY_APP_NAME, settings.applicationName.c_str(),
-        PW_KEY_NODE_NAME, settings.applicationName.c_str(), PW_KEY_NODE_DESCRIPTION,
-        settings.applicationName.c_str(), PW_KEY_NODE_GROUP, settings.group.c_str(),
-        PW_KEY_TARGET_OBJECT, target.c_str(), nullptr);
+                                const PipeWireStream::Target& target) {
+    const std::string name = capture ? "Input" : settings.playbackName;
+    const std::string description = std::string(pipewire::kApplicationName) + " " + name;
+    pw_properties* properties = clientProperties();
+    for (const auto& [key, value] : std::initializer_list<std::pair<const char*, const char*>>{
+             {PW_KEY_MEDIA_TYPE, "Audio"},
+             {PW_KEY_MEDIA_CATEGORY, capture ? "Capture" : "Playback"},
+             {PW_KEY_MEDIA_NAME, name.c_str()},
+             {PW_KEY_NODE_NAME, settings.nodeName.c_str()},
+             {PW_KEY_NODE_DESCRIPTION, description.c_str()},
+             {PW_KEY_NODE_GROUP, settings.group.c_str()},
+             {PW_KEY_TARGET_OBJECT, target.isFree ? nullptr : target.serial.c_str()}}) {
+        pw_properties_set(properties, key, value);
+    }
     const int rate = static_cast<int>(settings.renderRate);
     pw_properties_setf(properties, PW_KEY_NODE_RATE, "1/%d", rate);
     if (capture) {
@@ -34,7 +51,7 @@ pw_properties* streamProperties(const PipeWireStreamSettings& settings, bool cap
 } // namespace
 
 PipeWireStream::PipeWireStream(pw_context* context, const PipeWireStreamSettings& settings,
-                               Kind kind, std::uint32_t channelCount, std::string target,
+                               Kind kind, std::uint32_t channelCount, Target target,
                                PipeWireCycles& cycles, std::function<void()> changed)
     : kind_(kind)
     , channelCount_(channelCount)
@@ -58,13 +75,12 @@ void PipeWireStream::open(pw_context* context, const PipeWireStreamSettings& set
     // The server counts what memory it shares with a connection, and can lose count when a device
     // goes that a stream was linked to: the next buffers were mapped over something smaller, and
     // the first write ended the program. So no stream inherits another one's connection.
-    core_.reset(pw_context_connect(
-        context, pw_properties_new(PW_KEY_APP_NAME, settings.applicationName.c_str(), nullptr), 0));
+    core_.reset(pw_context_connect(context, clientProperties(), 0));
     if (core_ == nullptr) {
         fail();
         return;
     }
-    stream_.reset(pw_stream_new(core_.get(), settings.applicationName.c_str(),
+    stream_.reset(pw_stream_new(core_.get(), settings.nodeName.c_str(),
                                 streamProperties(settings, capture, target_)));
     if (stream_ == nullptr) {
         fail();
@@ -105,6 +121,10 @@ void PipeWireStream::open(pw_context* context, const PipeWireStreamSettings& set
     }
 }
 
+std::uint32_t PipeWireStream::nodeId() const {
+    return stream_ != nullptr ? pw_stream_get_node_id(stream_.get()) : SPA_ID_INVALID;
+}
+
 void PipeWireStream::requestCycles(std::uint32_t frames, double rate) {
     if (stream_ == nullptr || failed_ || isLatencySet_ ||
         std::exchange(requestedCycles_, frames) == frames) {
@@ -131,8 +151,8 @@ void PipeWireStream::onState(void* data, pw_stream_state /*old*/, pw_stream_stat
         if (self.kind_ != Kind::capture) {
             self.cycles_.setPlaybackRunning(running);
         }
-        self.changed_();
     }
+    self.changed_();
 }
 
 void PipeWireStream::fail() {

@@ -13,8 +13,9 @@ class PipeWireCycles;
 
 // What the streams of one device have in common.
 struct PipeWireStreamSettings {
-    std::string applicationName;
-    std::string group; // streams of one group share one cycle of the graph
+    std::string nodeName;
+    std::string playbackName; // of the playback stream in a mixer
+    std::string group;        // streams of one group share one cycle of the graph
     double renderRate = 0.0;
 };
 
@@ -27,11 +28,19 @@ public:
         triggeredPlayback // plays what the capture callback has rendered
     };
 
-    // Opens a stream of 1 or 2 channels to the device with that serial number and hands it to
-    // the cycles. It has a connection of its own to the server. changed is called when isRunning()
-    // or hasFailed() changes.
+    // The device with that serial number.
+    struct Target {
+        std::string serial;
+        // The session manager is left to choose. It is expected to choose that device, unless it
+        // remembers another one that was chosen earlier.
+        bool isFree = false;
+    };
+
+    // Opens a stream of 1 or 2 channels to that device and hands it to the cycles. It has a
+    // connection of its own to the server. changed is called when nodeId(), isRunning() or
+    // hasFailed() changes.
     PipeWireStream(pw_context* context, const PipeWireStreamSettings& settings, Kind kind,
-                   std::uint32_t channelCount, std::string target, PipeWireCycles& cycles,
+                   std::uint32_t channelCount, Target target, PipeWireCycles& cycles,
                    std::function<void()> changed);
     ~PipeWireStream();
     PipeWireStream(const PipeWireStream&) = delete;
@@ -44,7 +53,8 @@ public:
     bool isLatencySet() const { return isLatencySet_; } // by the user
     Kind kind() const { return kind_; }
     std::uint32_t channelCount() const { return channelCount_; }
-    const std::string& target() const { return target_; }
+    const Target& target() const { return target_; }
+    std::uint32_t nodeId() const;               // in the registry; SPA_ID_INVALID until it is known
     bool isRunning() const { return running_; } // linked and processed
     bool hasFailed() const { return failed_; }  // never false again
     std::chrono::steady_clock::time_point openedAt() const { return openedAt_; }
@@ -56,7 +66,7 @@ private:
 
     Kind kind_;
     std::uint32_t channelCount_;
-    std::string target_;
+    Target target_;
     PipeWireCycles& cycles_;
     std::function<void()> changed_;
     std::chrono::steady_clock::time_point openedAt_ = std::chrono::steady_clock::now();

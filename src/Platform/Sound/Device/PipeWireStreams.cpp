@@ -18,9 +18,9 @@ constexpr auto kCaptureGrace = 300ms;
 // A device that failed is tried again after this time.
 constexpr auto kRetryTime = 30s;
 
-std::string uniqueGroup(const std::string& applicationName) {
+std::string uniqueGroup(const std::string& nodeName) {
     static std::atomic<unsigned> count{0};
-    return applicationName + "-" + std::to_string(getpid()) + "-" + std::to_string(++count);
+    return nodeName + "-" + std::to_string(getpid()) + "-" + std::to_string(++count);
 }
 
 } // namespace
@@ -31,9 +31,9 @@ void PipeWireStreams::FailedDevice::expire() {
     }
 }
 
-PipeWireStreams::PipeWireStreams(const std::string& applicationName, PipeWireCycles& cycles,
-                                 std::function<void()> changed)
-    : settings_{applicationName, uniqueGroup(applicationName)}
+PipeWireStreams::PipeWireStreams(const std::string& nodeName, const std::string& playbackName,
+                                 PipeWireCycles& cycles, std::function<void()> changed)
+    : settings_{nodeName, playbackName, uniqueGroup(nodeName)}
     , cycles_(cycles)
     , changed_(std::move(changed)) {}
 
@@ -45,6 +45,7 @@ void PipeWireStreams::start(double renderRate, const AudioDevice::Request& reque
 void PipeWireStreams::close() {
     capture_.reset();
     playback_.reset();
+    mayRestore_ = true;
     cycleFrames_ = 0;
     // Their streams may have felt the server's end first, and the next server counts its devices
     // from the same number.
@@ -52,43 +53,72 @@ void PipeWireStreams::close() {
     failedSink_ = {};
 }
 
-void PipeWireStreams::follow(pw_context* context, const PipeWireDefaults& defaults) {
-    using Kind = PipeWireStream::Kind;
+void PipeWireStreams::follow(pw_context* context, PipeWireDefaults& defaults) {
     failedSource_.expire();
     failedSink_.expire();
-    if (capture_ != nullptr && capture_->hasFailed()) {
-        failedSource_ = {capture_->target(), Clock::now()};
-    }
-    if (playback_ != nullptr && playback_->hasFailed()) {
-        failedSink_ = {playback_->target(), Clock::now()};
+    const auto idOf = [](const auto& stream) {
+        return stream != nullptr ? stream->nodeId() : SPA_ID_INVALID;
+    };
+    defaults.setStreams(idOf(capture_), idOf(playback_));
+    followSource(context, defaults);
+    followSink(context, defaults);
+    applyCycles();
+}
+
+// The first stream is left to the session manager, which restores what was chosen for it earlier,
+// and tells us. All others have a target: it would move them to the speaker's monitor sooner or
+// later. For the same reason nothing is heard of a stream that is linked to a monitor.
+void PipeWireStreams::followSource(pw_context* context, const PipeWireDefaults& defaults) {
+    using Origin = PipeWireDefaults::Origin;
+    const Origin origin =
+        capture_ != nullptr ? defaults.originOf(capture_->nodeId()) : Origin::unlinked;
+    if (capture_ != nullptr && capture_->target().isFree &&
+        (capture_->hasFailed() || origin == Origin::monitor)) {
+        capture_.reset();
+    } else if (capture_ != nullptr && capture_->hasFailed()) {
+        failedSource_ = {capture_->target().serial, Clock::now()};
     }
     const PipeWireDefaults::Device source = defaults.source();
-    const PipeWireDefaults::Device sink = defaults.sink();
     const bool captures = request_.capture && source.format.channelCount() > 0 &&
                           !failedSource_.matches(source.serial);
-    const bool plays = !sink.serial.empty() && !failedSink_.matches(sink.serial);
     const std::uint32_t channels = std::min(source.format.channelCount(), kGraphChannels);
-    const auto open = [&](Kind kind, std::uint32_t channelCount, const std::string& target) {
-        return std::make_unique<PipeWireStream>(context, settings_, kind, channelCount, target,
-                                                cycles_, changed_);
-    };
-
-    if (capture_ != nullptr && (!captures || capture_->target() != source.serial ||
+    if (capture_ != nullptr && (!captures || capture_->target().serial != source.serial ||
                                 capture_->channelCount() != channels)) {
         capture_.reset();
     }
+    isInputLinked_ = capture_ != nullptr && origin == Origin::other;
     if (captures && capture_ == nullptr) {
-        capture_ = open(Kind::capture, channels, source.serial);
+        const bool isFree = std::exchange(mayRestore_, false) && !source.isChosen;
+        capture_ = open(context, PipeWireStream::Kind::capture, channels, {source.serial, isFree});
     }
+    cycles_.setInputHeard(isInputLinked_);
+}
+
+// It follows the default speaker together with the session manager, which restores what was chosen
+// earlier and would forget that if we named the default speaker as a target.
+void PipeWireStreams::followSink(pw_context* context, const PipeWireDefaults& defaults) {
+    using Kind = PipeWireStream::Kind;
+    if (playback_ != nullptr && playback_->hasFailed()) {
+        failedSink_ = {playback_->target().serial, Clock::now()};
+    }
+    const PipeWireDefaults::Device sink = defaults.sink();
+    const bool plays = !sink.serial.empty() && !failedSink_.matches(sink.serial);
     const Kind kind = drivesPlayback() ? Kind::triggeredPlayback : Kind::directPlayback;
     if (playback_ != nullptr &&
-        (!plays || playback_->target() != sink.serial || playback_->kind() != kind)) {
+        (!plays || playback_->target().serial != sink.serial || playback_->kind() != kind)) {
         playback_.reset();
     }
     if (plays && playback_ == nullptr) {
-        playback_ = open(kind, kGraphChannels, sink.serial);
+        playback_ = open(context, kind, kGraphChannels, {sink.serial, !sink.isChosen});
     }
-    applyCycles();
+}
+
+std::unique_ptr<PipeWireStream> PipeWireStreams::open(pw_context* context,
+                                                      PipeWireStream::Kind kind,
+                                                      std::uint32_t channelCount,
+                                                      PipeWireStream::Target target) {
+    return std::make_unique<PipeWireStream>(context, settings_, kind, channelCount,
+                                            std::move(target), cycles_, changed_);
 }
 
 // The server keeps the last length that a stream has asked for: a stream that wants no short
@@ -114,7 +144,11 @@ void PipeWireStreams::applyCycles() {
 // manager does not link must not keep the loops from being heard.
 bool PipeWireStreams::drivesPlayback() const {
     return capture_ != nullptr &&
-           (capture_->isRunning() || Clock::now() < capture_->openedAt() + kCaptureGrace);
+           (isHeard() || Clock::now() < capture_->openedAt() + kCaptureGrace);
+}
+
+bool PipeWireStreams::isHeard() const {
+    return isInputLinked_ && capture_->isRunning();
 }
 
 bool PipeWireStreams::decideCycles() const {
@@ -123,7 +157,7 @@ bool PipeWireStreams::decideCycles() const {
 }
 
 bool PipeWireStreams::isPollNeeded() const {
-    const bool captureStarts = capture_ != nullptr && !capture_->isRunning() && drivesPlayback();
+    const bool captureStarts = capture_ != nullptr && !isHeard() && drivesPlayback();
     return captureStarts || !failedSource_.serial.empty() || !failedSink_.serial.empty();
 }
 

@@ -17,12 +17,13 @@ namespace tessivo::sound {
 class PipeWireStreams {
 public:
     // changed is called on the loop's thread when follow() may have something to do.
-    PipeWireStreams(const std::string& applicationName, PipeWireCycles& cycles,
-                    std::function<void()> changed);
+    // The nodes have that name; the playback stream goes by the other one in a mixer.
+    PipeWireStreams(const std::string& nodeName, const std::string& playbackName,
+                    PipeWireCycles& cycles, std::function<void()> changed);
 
     void start(double renderRate, const AudioDevice::Request& request);
     // Opens, closes and replaces streams as the default devices demand. After start().
-    void follow(pw_context* context, const PipeWireDefaults& defaults);
+    void follow(pw_context* context, PipeWireDefaults& defaults);
     // Also forgets which devices failed.
     void close();
 
@@ -46,6 +47,11 @@ private:
         void expire();
     };
 
+    void followSource(pw_context* context, const PipeWireDefaults& defaults);
+    void followSink(pw_context* context, const PipeWireDefaults& defaults);
+    std::unique_ptr<PipeWireStream> open(pw_context* context, PipeWireStream::Kind kind,
+                                         std::uint32_t channelCount, PipeWireStream::Target target);
+    bool isHeard() const;
     bool drivesPlayback() const;
     void applyCycles();
 
@@ -55,6 +61,8 @@ private:
     std::function<void()> changed_;
     std::unique_ptr<PipeWireStream> playback_;
     std::unique_ptr<PipeWireStream> capture_;
+    bool mayRestore_ = true; // no capture stream has been left to the session manager yet
+    bool isInputLinked_ = false;
     std::uint32_t cycleFrames_ = 0; // 0 until short cycles were asked for
     double cycleRate_ = 0.0;
     FailedDevice failedSource_;

@@ -36,7 +36,7 @@ void PublishedFormats::awaitReturn() {
 bool PublishedFormats::update(const PipeWireDefaults& defaults, std::optional<double> fixedRate) {
     const PipeWireDefaults::Device source = defaults.source();
     const PipeWireDefaults::Device sink = defaults.sink();
-    AudioDevice::Formats now{source.format, sink.format, 0.0};
+    AudioDevice::Formats now{source.format, sink.format, 0.0, source.name, sink.name};
     if (returnDeadline_) {
         const bool inputMissing =
             now.input.channelCount() == 0 && formats_.input.channelCount() > 0;
@@ -45,8 +45,14 @@ bool PublishedFormats::update(const PipeWireDefaults& defaults, std::optional<do
         if ((!inputMissing && !outputMissing) || Clock::now() >= *returnDeadline_) {
             returnDeadline_.reset();
         } else {
-            now.input = inputMissing ? formats_.input : now.input;
-            now.output = outputMissing ? formats_.output : now.output;
+            if (inputMissing) {
+                now.input = formats_.input;
+                now.inputName = formats_.inputName;
+            }
+            if (outputMissing) {
+                now.output = formats_.output;
+                now.outputName = formats_.outputName;
+            }
         }
     }
     now.renderRate = fixedRate ? *fixedRate : defaults.renderRate(now.input.sampleRate());

@@ -13,8 +13,10 @@
 #include <cstdlib>
 #include <list>
 #include <memory>
+#include <optional>
 #include <string>
 #include <string_view>
+#include <utility>
 
 namespace {
 
@@ -161,6 +163,71 @@ TEST(PipeWireChangeTest, FollowsWhatTheUserChooses) {
     expectNotice(4, 0);
     EXPECT_EQ(running.device.formats().input.channelCount(), 0U);
     EXPECT_FALSE(has(server, "Tessivo:input"));
+}
+
+// In a mixer, for each stream: that holds for a program that is started again too, and a monitor is
+// no microphone however it is chosen.
+TEST(PipeWireChangeTest, FollowsWhatTheUserChoosesForOurStreamsAlone) {
+    const char* const input = "Stream/Input/Audio";
+    const char* const output = "Stream/Output/Audio";
+    PrivatePipeWire server(kCalm);
+    server.createMicrophone("other", 44100, "MONO");
+    server.createSpeaker("headphones", 48000, "FL,FR");
+    server.chooseMicrophone("mic");
+    server.chooseSpeaker("speaker");
+    std::optional<Running> running(std::in_place);
+    ASSERT_TRUE(advances(running->renderer));
+    const auto uses = [&](const std::string& microphone, const std::string& speaker) {
+        const auto isUsed = [&] {
+            const auto formats = running->device.formats();
+            const std::string links = server.links();
+            return formats.inputName == "Virtual " + microphone &&
+                   formats.outputName == "Virtual " + speaker &&
+                   links.find("|<- " + microphone + ":capture_") != links.npos &&
+                   links.find("|-> " + speaker + ":playback_FL") != links.npos &&
+                   running->renderer.inputChannels() == 2;
+        };
+        return eventually(isUsed, 3s) && advances(running->renderer)
+                   ? ""
+                   : running->device.formats().inputName + ", " +
+                         running->device.formats().outputName + "\n" + server.links();
+    };
+    EXPECT_EQ(uses("mic", "speaker"), "");
+    server.chooseTarget(input, "other");
+    EXPECT_EQ(uses("other", "speaker"), "");
+    EXPECT_EQ(running->device.formats().input, sound::AudioFormat(44100, 1));
+    server.chooseTarget(output, "headphones");
+    EXPECT_EQ(uses("other", "headphones"), "");
+    running.emplace();
+    EXPECT_EQ(uses("other", "headphones"), "") << "a new start";
+
+    server.destroyDevice("other");
+    EXPECT_EQ(uses("mic", "headphones"), "");
+    server.createMicrophone("other", 44100, "MONO");
+    EXPECT_EQ(uses("other", "headphones"), "") << "it is back";
+
+    server.chooseTarget(input, "speaker");
+    std::this_thread::sleep_for(300ms);
+    EXPECT_EQ(uses("other", "headphones"), "");
+    EXPECT_FALSE(has(server, "|<- speaker:monitor"));
+    running.emplace();
+    EXPECT_EQ(uses("mic", "headphones"), "") << "the session manager remembers the monitor";
+    EXPECT_FALSE(has(server, "|<- speaker:monitor"));
+
+    server.chooseTarget(output, "speaker");
+    EXPECT_EQ(uses("mic", "speaker"), "");
+    for (const auto& [stream, name] : {std::pair(input, "Input"), {output, "Loop"}}) {
+        const std::string properties = server.properties(stream);
+        for (const std::string& property :
+             {std::string("application.id = \"org.tessivo.Tessivo\""),
+              std::string("application.icon-name = \"org.tessivo.Tessivo\""),
+              std::string("application.name = \"Tessivo\""),
+              std::string("media.name = \"") + name + '"',
+              std::string("node.description = \"Tessivo ") + name + '"'}) {
+            EXPECT_NE(properties.find(property), properties.npos) << property << properties;
+        }
+        EXPECT_EQ(properties.find("media.role"), properties.npos);
+    }
 }
 
 TEST(PipeWireServerTest, WithoutOneStartFailsAndSaysWhy) {
