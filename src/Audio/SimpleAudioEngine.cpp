@@ -156,10 +156,14 @@ void SimpleAudioEngine::updateTapHandler() {
 }
 
 sound::MeterBlock SimpleAudioEngine::makeLevelHandler() {
-    return [self = QPointer(this)](const auto& buffer) {
-        MainQueue::post([self, level = calculateLevel(buffer)] {
-            if (self) {
-                self->publish(self->inputLevel_, level, &SimpleAudioEngine::inputLevelChanged);
+    return [self = QPointer(this)](const auto& buffer, bool isOver) {
+        MainQueue::post([self, level = calculateLevel(buffer), isOver] {
+            if (!self) {
+                return;
+            }
+            self->publish(self->inputLevel_, level, &SimpleAudioEngine::inputLevelChanged);
+            if (isOver) {
+                emit self->inputPeaked();
             }
         });
     };

@@ -61,6 +61,7 @@ public:
 
 signals:
     void inputLevelChanged();
+    void inputPeaked();    // a sample of any channel was at full scale or beyond; with a level
     void devicesChanged(); // the nodes' formats have been renewed
 
 private:

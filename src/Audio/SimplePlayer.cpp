@@ -17,9 +17,12 @@ namespace {
 // the main thread has to schedule more before there is a gap.
 constexpr double kShortestSchedule = 1.0;
 
+double lengthOf(const sound::AudioFileReader& file) { // seconds
+    return static_cast<double>(file.length()) / file.format().sampleRate();
+}
+
 std::uint32_t passesToSchedule(const sound::AudioFileReader& file) {
-    const double seconds = static_cast<double>(file.length()) / file.format().sampleRate();
-    return static_cast<std::uint32_t>(std::max(1.0, std::ceil(kShortestSchedule / seconds)));
+    return static_cast<std::uint32_t>(std::max(1.0, std::ceil(kShortestSchedule / lengthOf(file))));
 }
 
 } // namespace
@@ -79,6 +82,14 @@ void SimplePlayer::stopPlaying() {
 
 void SimplePlayer::setVolume(float volume) {
     playerNode_->setVolume(volume);
+}
+
+double SimplePlayer::length() const {
+    return audioFile_ ? lengthOf(*audioFile_) : 0.0;
+}
+
+double SimplePlayer::position() const {
+    return isPlaying_ ? std::fmod(playerNode_->heardTime(), length()) : 0.0;
 }
 
 void SimplePlayer::clearAudioFile() {

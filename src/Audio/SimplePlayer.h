@@ -48,6 +48,11 @@ public:
     // Stops and forgets the file, which stays on disk.
     void clearAudioFile();
 
+    // Of the loaded file, seconds; 0 without one.
+    double length() const;
+    // The place in it that is being heard, seconds; 0 when stopped.
+    double position() const;
+
     bool isPlaying() const { return isPlaying_; }
 
     // Location of the loaded file; empty when there is none.

@@ -76,12 +76,29 @@ QtObject {
     readonly property real transportButtonSize: scaled(60)
     readonly property real meterWidth: scaled(300)
     readonly property real meterHeight: scaled(20)
+
+    // The largest size at which a line of that height fits.
+    function timeFont(lineHeight: real): font {
+        return Qt.font({
+            family: Application.font.family,
+            pixelSize: Math.max(smallestPixelSize, Math.min(timeSize, Math.floor(lineHeight / 1.25))),
+            weight: Font.DemiBold
+        });
+    }
+    readonly property int timeSize: 40
+
     readonly property real contentMargin: 40
     readonly property real contentSpacing: 30
     readonly property real buttonSpacing: 20
     readonly property real toggleSpacing: 8
     readonly property real iconLabelSpacing: 6
     readonly property real meterSpacing: scaled(2)
+    readonly property real peakMarkWidth: scaled(6)
+    readonly property real peakMarkSpacing: scaled(6)
+    readonly property real timeMargin: 8
+    readonly property real timeSpacing: 2
+    readonly property real timeLineWidth: scaled(298)
+    readonly property real timeLineHeight: 3
     readonly property real badgeRadius: scaled(12)
     readonly property real badgeHorizontalPadding: scaled(16)
     readonly property real badgeVerticalPadding: scaled(8)
@@ -175,6 +192,7 @@ QtObject {
     readonly property int spinnerTurn: 1000
     readonly property int toolTipDelay: 700
     readonly property int progressDelay: 300
+    readonly property int peakTime: 1000
 
     readonly property TextMetrics widestNoteName: TextMetrics {
         font: theme.monospacedBody

@@ -64,6 +64,10 @@ void SimpleLooperViewModel::setupObservers() {
     // A level comes from the main queue, as a task of its own.
     connect(&audioEngine_, &SimpleAudioEngine::inputLevelChanged, this,
             [this] { loopState_.setInputLevel(audioEngine_.inputLevel()); });
+    connect(&audioEngine_, &SimpleAudioEngine::inputPeaked, this,
+            &SimpleLooperViewModel::inputPeaked);
+    connect(&audioEngine_, &SimpleAudioEngine::devicesChanged, this,
+            &SimpleLooperViewModel::devicesChanged);
     // Observers expect to run after a change, never inside it.
     connect(&loopState_, &SimpleLoopState::objectWillChange, this, [this] {
         // Without observers every level would wake the event loop once more for nobody.
@@ -75,6 +79,16 @@ void SimpleLooperViewModel::setupObservers() {
     });
     connect(&commands_, &CommandQueue::isWaitingChanged, this,
             &SimpleLooperViewModel::isWaitingForDiskChanged);
+}
+
+QString SimpleLooperViewModel::devices() {
+    const std::string& microphone = audioEngine_.inputNode().deviceName();
+    const std::string& speaker = audioEngine_.outputNode().deviceName();
+    return (microphone.empty() ? tr("No microphone")
+                               : tr("Microphone: %1").arg(QString::fromStdString(microphone))) +
+           u'\n' +
+           (speaker.empty() ? tr("No speaker")
+                            : tr("Speaker: %1").arg(QString::fromStdString(speaker)));
 }
 
 void SimpleLooperViewModel::startAudioEngine() {

@@ -7,6 +7,7 @@
 #include "Platform/System/ObservableObject.h"
 #include "ViewModels/Library/LoopImport.h"
 #include "ViewModels/Main/CommandQueue.h"
+#include "ViewModels/Main/LoopTime.h"
 #include "ViewModels/Main/LooperWatch.h"
 #include "ViewModels/Main/Notices.h"
 #include "ViewModels/Main/TakeOffer.h"
@@ -42,6 +43,9 @@ class SimpleLooperViewModel : public ObservableObject {
     Q_PROPERTY(tessivo::SimpleLoopState* loopState READ loopState CONSTANT)
     Q_PROPERTY(tessivo::Notices* notices READ notices CONSTANT)
     Q_PROPERTY(tessivo::LoopImport* loopImport READ loopImport CONSTANT)
+    Q_PROPERTY(tessivo::LoopTime* time READ time CONSTANT)
+    // The microphone and the speaker in use, by the names that people know.
+    Q_PROPERTY(QString devices READ devices NOTIFY devicesChanged)
     // A command waits for the disk.
     Q_PROPERTY(bool isWaitingForDisk READ isWaitingForDisk NOTIFY isWaitingForDiskChanged)
 
@@ -57,6 +61,9 @@ public:
     Notices* notices() { return &notices_; }
     // What brings files into the library; likewise.
     LoopImport* loopImport() { return &loopImport_; }
+    // What the time line shows; likewise.
+    LoopTime* time() { return &time_; }
+    QString devices();
     bool isWaitingForDisk() const { return commands_.isWaiting(); }
     // The library that save adds to; likewise.
     LoopLibrary& loopLibrary() { return loopLibrary_; }
@@ -94,6 +101,8 @@ public slots:
 
 signals:
     void isWaitingForDiskChanged();
+    void devicesChanged();
+    void inputPeaked(); // see SimpleAudioEngine
 
 private:
     // What was opened, or why it could not be.
@@ -140,6 +149,7 @@ private:
     LooperWatch watch_{audioEngine_, loopState_, notices_};
     TakeOffer offer_{loopState_, notices_};
     LoopImport loopImport_{loopLibrary_, loopState_, notices_};
+    LoopTime time_{audioEngine_, loopState_};
     SimpleRecorder* recorder_ = nullptr; // the engine's, from the first recording on
     SimplePlayer* player_ = nullptr;     // the engine's, from the first playback on
     int queuedRecords_ = 0;              // for the first of them the input is held

@@ -9,6 +9,7 @@
 #include "ViewModels/Library/SortOrder.h"
 #include "ViewModels/LoopLibraryViewModel.h"
 #include "ViewModels/MIDI/MIDISettings.h"
+#include "ViewModels/Main/LoopTime.h"
 #include "ViewModels/Main/Notices.h"
 #include "ViewModels/Main/ViewModelFactory.h"
 #include "ViewModels/Save/LoopMeasurement.h"
@@ -94,6 +95,13 @@ struct LoopImportForeign {
     Q_GADGET
     QML_FOREIGN(tessivo::LoopImport)
     QML_NAMED_ELEMENT(LoopImport)
+    QML_UNCREATABLE("The controller has it")
+};
+
+struct LoopTimeForeign {
+    Q_GADGET
+    QML_FOREIGN(tessivo::LoopTime)
+    QML_NAMED_ELEMENT(LoopTime)
     QML_UNCREATABLE("The controller has it")
 };
 

@@ -136,6 +136,34 @@ TEST(SimpleAudioEngineTest, MetersAtMostThirtyTimesASecondAndNeverADeadEngine) {
     EXPECT_EQ(levels.size(), 2U);
 }
 
+TEST(SimpleAudioEngineTest, TellsOfEverySampleAtFullScale) {
+    struct Case {
+        float sample;
+        std::size_t channel;
+        std::size_t frame; // from 2048 on, no buffer of the meter has it
+        bool peaks;
+    };
+    for (const Case& c : {Case{0.9999F, 0, 1000, false}, Case{1.0F, 0, 2047, true},
+                          Case{-1.0F, 1, 0, true}, Case{7.0F, 1, 3000, true}}) {
+        EngineRig rig;
+        rig.engine->start();
+        int levels = 0;
+        int peaks = 0;
+        QObject::connect(rig.engine.get(), &SimpleAudioEngine::inputLevelChanged,
+                         [&] { ++levels; });
+        QObject::connect(rig.engine.get(), &SimpleAudioEngine::inputPeaked, [&] { ++peaks; });
+        Channels input(2, std::vector(4096, 0.25F));
+        input[c.channel][c.frame] = c.sample;
+        for (int turn = 1; turn <= 2; ++turn) {
+            std::this_thread::sleep_for(milliseconds(40));
+            rig.device->turn(4096, input);
+            EXPECT_TRUE(runUntil([&] { return levels == turn; }));
+            EXPECT_EQ(peaks, c.peaks ? 1 : 0) << c.sample;
+            input.assign(2, std::vector(4096, 0.5F));
+        }
+    }
+}
+
 TEST(SimpleAudioEngineTest, ChangedDevicesAreReportedAndATakeKeepsItsFormat) {
     EngineRig rig;
     rig.engine->start();

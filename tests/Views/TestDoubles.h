@@ -135,7 +135,12 @@ public:
     }
 
     // In or out, of the newest window.
-    Q_INVOKABLE void plugMicrophone(bool in) { device_->changeFormats(test::formats(in ? 2 : 0)); }
+    Q_INVOKABLE void plugMicrophone(bool in) {
+        auto formats = test::formats(in ? 2 : 0);
+        formats.inputName = in ? "Röhrenmikrofon" : "";
+        formats.outputName = "Headphones";
+        device_->changeFormats(formats);
+    }
 
     Q_INVOKABLE void setDark(bool dark) {
         const QColor base = dark ? QColor(0x1e, 0x1e, 0x1e) : QColor(Qt::white);

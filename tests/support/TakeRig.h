@@ -37,7 +37,7 @@ struct TakeRig : OfflineRig {
         device->setLatencies(kInput / 48000.0, kOutput / 48000.0);
         device->startClock();
         origin = device->time();
-        engine->inputNode().setMeter(2048, [](const auto&) {});
+        engine->inputNode().setMeter(2048, [](const auto&, bool) {});
         engine->start();
     }
 

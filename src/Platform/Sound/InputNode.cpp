@@ -5,6 +5,7 @@
 #include "Platform/Sound/Tap/InputCapture.h"
 
 #include <algorithm>
+#include <cstdint>
 #include <utility>
 
 namespace tessivo::sound {
@@ -66,6 +67,16 @@ void InputNode::setMeter(std::uint32_t bufferSize, MeterBlock block) {
 
 std::shared_ptr<const TakeHead> InputNode::takeHead() const {
     return host()->capture().targets().head;
+}
+
+double InputNode::takeLength() const {
+    const auto head = takeHead();
+    const std::int64_t frames = head ? host()->timeline().next() - head->begin() : 0;
+    return static_cast<double>(std::max<std::int64_t>(frames, 0)) / host()->renderRate();
+}
+
+const std::string& InputNode::deviceName() const {
+    return host()->deviceFormats().inputName;
 }
 
 std::unique_ptr<RenderStep> InputNode::compile(PlanBuilder&) {

@@ -8,6 +8,7 @@
 #include <cstdint>
 #include <memory>
 #include <optional>
+#include <string>
 
 namespace tessivo::sound {
 
@@ -48,12 +49,19 @@ public:
     void release();
 
     // Gives the block a buffer of the first channel, at the engine's rate, at most
-    // thirty times a second, a take's frames after the tap's block. None ends it; the block may
-    // be called once more.
+    // thirty times a second, a take's frames after the tap's block, and tells it of samples at full
+    // scale, also of those that lay between two buffers. None ends it; the block may be called once
+    // more.
     void setMeter(std::uint32_t bufferSize, MeterBlock block);
 
     // The beginning of the take that the tap delivers, in memory; none without a tap.
     std::shared_ptr<const TakeHead> takeHead() const;
+
+    // How long the tap's take is by now, seconds on the engine's timeline; 0 without a tap.
+    double takeLength() const;
+
+    // What people call the device; empty when there is none. A snapshot like inputFormat().
+    const std::string& deviceName() const;
 
     std::unique_ptr<RenderStep> compile(PlanBuilder& builder) override;
 };

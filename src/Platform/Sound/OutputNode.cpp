@@ -35,6 +35,10 @@ AudioFormat OutputNode::inputFormat() const {
     return host()->deviceFormats().output;
 }
 
+const std::string& OutputNode::deviceName() const {
+    return host()->deviceFormats().outputName;
+}
+
 std::unique_ptr<RenderStep> OutputNode::compile(PlanBuilder& builder) {
     return std::make_unique<OutputStep>(limit_, builder.compileSources(*this).front());
 }

@@ -4,6 +4,7 @@
 #include "Platform/Sound/AudioNode.h"
 
 #include <memory>
+#include <string>
 
 namespace tessivo::sound {
 
@@ -18,6 +19,9 @@ public:
     // The playback device's format; no channels when there is none. A snapshot like
     // InputNode::inputFormat().
     AudioFormat inputFormat() const;
+
+    // What people call the device; empty when there is none. A snapshot likewise.
+    const std::string& deviceName() const;
 
     const std::shared_ptr<OutputLimit>& limit() const { return limit_; }
 

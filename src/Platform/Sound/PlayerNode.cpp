@@ -48,7 +48,9 @@ PlayerNode::~PlayerNode() {
 void PlayerNode::startReading(std::optional<TakeLoop> loop) {
     auto ring = std::make_shared<PlayerRing>(host()->renderRate());
     std::optional<PlayerReader::Sounding> sounding;
+    zero_.reset();
     if (loop) {
+        zero_ = loop->zero;
         sounding = {loop->length, loop->zero, [host = host()] {
                         return host->timeline().next();
                     }};
@@ -134,6 +136,15 @@ std::int64_t PlayerNode::queuedFrames() const {
 
 std::int64_t PlayerNode::playedFrames() const {
     return voice_ ? voice_->ring().playedFrames() : 0;
+}
+
+double PlayerNode::heardTime() const {
+    if (!voice_ || !playing_ || !isAttached()) {
+        return 0.0;
+    }
+    const std::int64_t rendered = zero_ ? host()->timeline().next() - *zero_ : playedFrames();
+    const double seconds = static_cast<double>(rendered) / host()->renderRate();
+    return std::max(0.0, seconds - host()->outputLatency());
 }
 
 bool PlayerNode::isFading() const {

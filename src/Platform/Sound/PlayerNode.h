@@ -65,6 +65,10 @@ public:
     // rate; 0 when stopped.
     std::int64_t playedFrames() const;
 
+    // What is being heard, in seconds since the first file's frame 0 was heard, or would have been
+    // in the phase of a take; it counts on through the passes. 0 before and when stopped.
+    double heardTime() const;
+
     // The fade-out of a stop has not been rendered to its end; it is heard one output latency
     // later. Stays true while no device takes frames.
     bool isFading() const;
@@ -81,6 +85,7 @@ private:
     // From the first scheduled file to the next stop, or none.
     std::shared_ptr<PlayerReader> reader_;
     std::shared_ptr<PlayerVoice> voice_;
+    std::optional<std::int64_t> zero_; // the position of frame 0, where a take's loop has fixed it
     std::vector<std::shared_ptr<PlayerVoice>> fading_; // stopped; their ramps may still sound
 };
 

@@ -117,11 +117,22 @@ T.ApplicationWindow {
         }
 
         LevelMeterView {
+            id: meter
+
             anchors.horizontalCenter: parent.horizontalCenter
             level: root.loopState.inputLevel
             meterHeight: Theme.meterHeight
             meterWidth: Theme.meterWidth
             segmentCount: 20
+            devices: root.viewModel.devices
+
+            Connections {
+                target: root.viewModel
+
+                function onInputPeaked() {
+                    meter.showPeak();
+                }
+            }
         }
 
         TransportControlsView {
@@ -144,7 +155,19 @@ T.ApplicationWindow {
     }
 
     // In the space that nothing else has.
+    TimeView {
+        anchors.top: stack.bottom
+        anchors.bottom: productName.top
+        anchors.left: parent.left
+        anchors.right: parent.right
+        anchors.margins: Theme.timeMargin
+        visible: !notice.visible && root.loopState.transportState !== TransportStates.stopped
+        time: root.viewModel.time
+    }
+
     NoticeView {
+        id: notice
+
         anchors.top: stack.bottom
         anchors.bottom: productName.top
         anchors.left: parent.left

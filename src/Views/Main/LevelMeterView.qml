@@ -3,13 +3,17 @@ import QtQuick
 import Tessivo
 import Tessivo.Style
 
-// The input level as segments on a scale from -60 to 0 dB.
+// The input level as segments on a scale from -60 to 0 dB, and beyond their end a mark that shows for
+// a second that the input was at full scale. The devices in use are told on request.
 SegmentRow {
     id: root
 
     required property real meterHeight
     required property real meterWidth
     required property int segmentCount
+    property string devices: ""
+
+    readonly property bool isPeaking: peakTime.running
 
     colors: Array.from({ length: segmentCount }, (_, index) => segmentColor(index))
     opacityUnlit: Theme.unlitOpacity
@@ -19,6 +23,10 @@ SegmentRow {
         if (p < Math.fround(0.6))
             return Theme.green;
         return p < Math.fround(0.8) ? Theme.yellow : Theme.red;
+    }
+
+    function showPeak() {
+        peakTime.restart();
     }
 
     width: meterWidth - spacing
@@ -32,4 +40,25 @@ SegmentRow {
 
     Accessible.role: Accessible.ProgressBar
     Accessible.name: qsTr("Input level")
+    Accessible.description: devices
+
+    Timer {
+        id: peakTime
+
+        interval: Theme.peakTime
+    }
+
+    Rectangle {
+        anchors.left: parent.right
+        anchors.leftMargin: Theme.peakMarkSpacing
+        width: Theme.peakMarkWidth
+        height: parent.height
+        radius: width / 2
+        color: Theme.red
+        visible: root.isPeaking
+    }
+
+    HoverTip {
+        text: root.devices
+    }
 }

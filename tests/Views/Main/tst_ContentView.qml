@@ -1,6 +1,7 @@
 import QtQuick
 import QtTest
 import Tessivo
+import Tessivo.Style
 import TessivoTest
 
 // The whole window with its real controller.
@@ -109,6 +110,58 @@ SheetTestCase {
             Machine.pressInPlace(window.librarySheet, 0x0444, Qt.ControlModifier, 38);
             compare(field.selectedText, field.text, "Ctrl+A");
         }
+    }
+
+    function test_the_devices_in_use_are_told_and_followed() {
+        makeWindow();
+        activate(window);
+        const meter = find(window.contentItem, "Input level");
+        for (const [plugged, text] of [[true, "Microphone: Röhrenmikrofon\nSpeaker: Headphones"],
+                [false, "No microphone\nSpeaker: Headphones"]]) {
+            Machine.plugMicrophone(plugged);
+            tryCompare(meter.Accessible, "description", text);
+        }
+        mouseMove(meter);
+        tryVerify(() => shows(window.contentItem.parent, meter.Accessible.description), 3000);
+    }
+
+    function test_time_takes_only_space_that_nothing_else_has() {
+        makeWindow();
+        activate(window);
+        const content = window.contentItem;
+        const time = find(content, "Time");
+        verify(!time.visible);
+        Disk.playIn(window.viewModel);
+        const before = JSON.stringify([find(content, "Clear").mapToItem(null, 0, 0),
+            window.minimumHeight]);
+        mouseClick(find(content, "Play"));
+        tryCompare(time.Accessible, "description", "00:00 / 01:15");
+        verify(time.visible);
+        compare(time.Accessible.role, Accessible.StaticText);
+        compare(JSON.stringify([find(content, "Clear").mapToItem(null, 0, 0),
+            window.minimumHeight]), before);
+        for (const height of [window.maximumHeight, window.minimumHeight]) {
+            window.height = height;
+            tryVerify(() => shows(time, "00:00 / 01:15"));
+            const digits = Array.from(time.children).find(child => child.text);
+            const line = Array.from(time.children).find(child => child.filledWidth === 0);
+            tryVerify(() => line.y + line.height <= time.height && digits.y >= 0);
+            verify(digits.contentWidth <= time.width && digits.contentHeight > 25);
+            line.progress = 0.5;
+            compare(line.filledWidth, line.width / 2);
+            const picture = grabImage(content);
+            const at = line.mapToItem(content, 1, 1.5);
+            verify(Qt.colorEqual(picture.pixel(at.x, at.y), Theme.primaryText));
+            verify(!Qt.colorEqual(picture.pixel(at.x + line.width - 3, at.y), Theme.primaryText));
+            line.progress = 0;
+        }
+        window.height = window.maximumHeight;
+        Machine.plugMicrophone(false);
+        tryVerify(() => !time.visible, 5000, "a notice goes before it");
+        Machine.plugMicrophone(true);
+        tryVerify(() => time.visible);
+        mouseClick(find(content, "Stop"));
+        tryVerify(() => !time.visible);
     }
 
     function test_keys_that_come_at_once_act_as_two_presses_data() {

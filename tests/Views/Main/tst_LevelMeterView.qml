@@ -36,6 +36,19 @@ Item {
                 verify(Qt.colorEqual(picture.pixel(i * 15 + 13, 10), Theme.controlBackground));
         }
 
+        function test_a_peak_is_marked_beyond_the_segments_for_a_second() {
+            const mark = () => grabImage(meter.parent).pixel(307, 10);
+            const row = grabImage(meter);
+            const none = mark();
+            verify(!meter.isPeaking);
+            meter.showPeak();
+            const begin = Date.now();
+            tryVerify(() => Qt.colorEqual(mark(), Theme.red));
+            verify(grabImage(meter).equals(row), "the segments are as they were");
+            tryVerify(() => Qt.colorEqual(mark(), none), 2000);
+            verify(Date.now() - begin > 900);
+        }
+
         function test_levels() {
             meter.level = 3;
             const lit = drawn();

@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <span>
 
 namespace tessivo::sound {
 
@@ -94,15 +95,15 @@ std::int64_t TapQueue::lengthOf(std::size_t run) const {
     return std::max<std::int64_t>(0, next - kept_[run].storedBefore);
 }
 
-std::uint32_t TapQueue::copy(std::int64_t from, std::uint32_t frames, std::uint32_t channel,
-                             float* target) const {
-    std::fill_n(target, frames, 0.0F);
+// Calls the work with what is there of those frames, in pieces that lie one behind the other: where
+// a piece begins, and how many frames it has.
+template <typename Work>
+void TapQueue::forEachPiece(std::int64_t from, std::uint32_t frames, const Work& work) const {
     const auto after = std::upper_bound(
         kept_.begin(), kept_.end(), from,
         [](std::int64_t position, const Run& run) { return position < run.position; });
     auto index = static_cast<std::size_t>(after - kept_.begin());
     index -= index > 0 ? 1 : 0;
-    std::uint32_t silent = frames;
     for (; index < kept_.size() && kept_[index].position < from + frames; ++index) {
         const Run& run = kept_[index];
         const std::int64_t begin = std::max(from, run.position);
@@ -110,11 +111,34 @@ std::uint32_t TapQueue::copy(std::int64_t from, std::uint32_t frames, std::uint3
         if (begin < end) {
             const auto count = static_cast<std::uint32_t>(end - begin);
             const auto offset = run.offset + static_cast<std::uint32_t>(begin - run.position);
-            std::copy_n(samplesAt(run.chunk, channel, offset), count, target + (begin - from));
-            silent -= count;
+            work(Run{begin, 0, run.chunk, offset}, count);
         }
     }
+}
+
+std::uint32_t TapQueue::copy(std::int64_t from, std::uint32_t frames, std::uint32_t channel,
+                             float* target) const {
+    std::fill_n(target, frames, 0.0F);
+    std::uint32_t silent = frames;
+    forEachPiece(from, frames, [&](const Run& piece, std::uint32_t count) {
+        std::copy_n(samplesAt(piece.chunk, channel, piece.offset), count,
+                    target + (piece.position - from));
+        silent -= count;
+    });
     return silent;
+}
+
+bool TapQueue::reaches(std::int64_t from, std::uint32_t frames, float amplitude) const {
+    bool reached = false;
+    forEachPiece(from, frames, [&](const Run& piece, std::uint32_t count) {
+        for (std::uint32_t channel = 0; channel < kGraphChannels; ++channel) {
+            const std::span samples(samplesAt(piece.chunk, channel, piece.offset), count);
+            reached = reached || std::any_of(samples.begin(), samples.end(), [&](float sample) {
+                          return std::abs(sample) >= amplitude;
+                      });
+        }
+    });
+    return reached;
 }
 
 void TapQueue::release(std::int64_t before) {

@@ -40,6 +40,8 @@ public:
     // are silence.
     std::uint32_t copy(std::int64_t from, std::uint32_t frames, std::uint32_t channel,
                        float* target) const;
+    // Whether a sample of these received frames, of either channel, is at that amplitude or beyond.
+    bool reaches(std::int64_t from, std::uint32_t frames, float amplitude) const;
     // Frames before that position are not needed any more.
     void release(std::int64_t before);
 
@@ -56,6 +58,8 @@ private:
     float* samplesAt(std::uint32_t chunk, std::uint32_t channel,
                      std::uint32_t offset) const TESSIVO_REALTIME;
     std::int64_t lengthOf(std::size_t run) const;
+    template <typename Work>
+    void forEachPiece(std::int64_t from, std::uint32_t frames, const Work& work) const;
 
     const std::uint32_t chunkCount_;
     std::unique_ptr<float[]> memory_; // for each chunk all of its left samples, then its right

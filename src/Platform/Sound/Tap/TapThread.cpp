@@ -18,6 +18,8 @@ using std::chrono::milliseconds;
 // At most thirty levels a second.
 constexpr duration<double> kMeterInterval{1.0 / 30.0};
 
+constexpr float kFullScale = 1.0F;
+
 // Holes that come closer together than this are told in one line.
 constexpr milliseconds kBurstPause{500};
 
@@ -32,6 +34,7 @@ struct TapThread::Meter {
 
     AudioPCMBuffer buffer;
     MeterBlock block;
+    bool isOver = false; // and nobody has been told
     Clock::time_point lastTime = Clock::now();
 };
 
@@ -202,12 +205,14 @@ void TapThread::measure(Meter& meter, std::int64_t limit) {
     if (limit - meterNext_ < size) {
         return;
     }
+    const std::int64_t whole = (limit - meterNext_) / size * size;
+    meter.isOver |= queue_->reaches(meterNext_, static_cast<std::uint32_t>(whole), kFullScale);
     if (const auto now = Clock::now(); now - meter.lastTime >= kMeterInterval) {
         meter.lastTime = now;
         queue_->copy(meterNext_, meter.buffer.frameCapacity(), 0, meter.buffer.channel(0).data());
-        meter.block(meter.buffer);
+        meter.block(meter.buffer, std::exchange(meter.isOver, false));
     }
-    meterNext_ += (limit - meterNext_) / size * size;
+    meterNext_ += whole;
 }
 
 void TapThread::releaseFrames(const Job& job) {

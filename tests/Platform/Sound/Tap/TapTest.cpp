@@ -269,7 +269,7 @@ TEST(TapTest, MeterThatFailsEndsAlone) {
     OfflineRig rig;
     rig.engine->start();
     auto& input = rig.engine->inputNode();
-    input.setMeter(64, [](const auto&) { throw std::runtime_error("no memory"); });
+    input.setMeter(64, [](const auto&, bool) { throw std::runtime_error("no memory"); });
     EXPECT_TRUE(eventually([&] {
         feed(rig, {noise(64, 1)}, 64);
         const std::lock_guard lock(rig.linesMutex);
