@@ -25,7 +25,7 @@ ROOMS = {
     "Utils": PLATFORM + MODELS,
     "Audio": PLATFORM + MODELS,
     "ViewModels": PLATFORM + MODELS + ["Audio"],
-    "Style": [],
+    "Style": SYSTEM,
     "Views": PLATFORM + MODELS + ["Audio", "ViewModels", "Style"],
     "SystemDevices.h": PLATFORM,
     "CommandLine.h": [],

@@ -24,7 +24,8 @@ declare -A groups=(
         qml6-module-qtqml qml6-module-qtqml-workerscript qml6-module-qtquick
         qml6-module-qtquick-controls qml6-module-qtquick-layouts qml6-module-qtquick-shapes
         qml6-module-qtquick-templates qml6-module-qtquick-window
-        qml6-module-qtquick-dialogs qml6-module-qt-labs-folderlistmodel"
+        qml6-module-qtquick-dialogs qml6-module-qt-labs-folderlistmodel
+        qt6-xdgdesktopportal-platformtheme"
     [sound]="procps pipewire pipewire-bin wireplumber dbus-daemon sox"
     [display]="procps xvfb openbox xdotool x11-utils imagemagick"
     [test]="libgtest-dev qml6-module-qttest at-spi2-core python3-pyatspi"

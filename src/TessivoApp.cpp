@@ -3,6 +3,7 @@
 #include "Models/LibraryFile.h"
 #include "Platform/Midi/PipeWireMidi.h"
 #include "Platform/System/BackgroundQueue.h"
+#include "Platform/System/DesktopSettings.h"
 #include "Platform/System/EndSignals.h"
 #include "Platform/System/LogLine.h"
 #include "Platform/System/MainQueue.h"
@@ -32,7 +33,9 @@
 #include <malloc.h>
 #include <memory>
 #include <optional>
+#include <string>
 #include <utility>
+#include <vector>
 
 Q_IMPORT_QML_PLUGIN(TessivoPlugin)
 Q_IMPORT_QML_PLUGIN(Tessivo_StylePlugin)
@@ -84,7 +87,9 @@ private:
         QGuiApplication::setDesktopFileName(QString::fromLatin1(kProgramId));
         // The sound server answers while the toolkit starts.
         std::unique_ptr<sound::AudioDevice> looperDevice = makeLooperDevice();
-        TimedApplication application(argc, argv);
+        std::vector<char*> arguments = toolkitArguments(argc, argv);
+        int count = static_cast<int>(arguments.size()) - 1;
+        TimedApplication application(count, arguments.data());
         QGuiApplication::setWindowIcon(
             QIcon(u":/qt-project.org/imports/Tessivo/icons/tessivo.svg"_s));
         const Language language(u":/qt-project.org/imports/Tessivo/translations"_s);
@@ -118,6 +123,19 @@ private:
         const int status = QGuiApplication::exec();
         finishBackgroundWork();
         return status;
+    }
+
+    // Where the portal has file dialogs, the toolkit puts the portal's theme around that of the
+    // desktop. Who has chosen another theme keeps it.
+    static std::vector<char*> toolkitArguments(int argc, char* argv[]) {
+        static std::string option = "-platformtheme";
+        static std::string portal = "xdgdesktopportal";
+        std::vector<char*> arguments(argv, argv + argc + 1);
+        if (DesktopSettings::shared().portalHasFileDialogs() &&
+            !qEnvironmentVariableIsSet("QT_QPA_PLATFORMTHEME")) {
+            arguments.insert(arguments.begin() + 1, {option.data(), portal.data()});
+        }
+        return arguments;
     }
 
     // Brings the window to the front, and the sheet that may be before it.

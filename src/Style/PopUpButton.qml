@@ -42,6 +42,8 @@ PlainButton {
         anchors.fill: parent
         radius: Theme.controlRadius
         color: Theme.buttonFace
+        border.color: Theme.primaryText
+        border.width: Theme.faceBorder
     }
 
     Text {

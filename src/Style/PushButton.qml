@@ -38,6 +38,8 @@ PlainButton {
         anchors.fill: parent
         radius: Theme.controlRadius
         color: root.faceColor
+        border.color: root.enabled ? Theme.primaryText : Theme.unavailableText
+        border.width: Theme.faceBorder
     }
 
     Text {

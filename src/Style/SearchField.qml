@@ -25,8 +25,8 @@ Rectangle {
     implicitHeight: field.implicitHeight + 2 * Theme.searchVerticalPadding
     radius: Theme.panelRadius
     color: Qt.alpha(Theme.gray, Theme.panelTint)
-    border.color: Theme.focusRing
-    border.width: field.activeFocus ? Theme.focusRingWidth : 0
+    border.color: field.activeFocus ? Theme.focusRing : Theme.primaryText
+    border.width: field.activeFocus ? Theme.focusRingWidth : Theme.faceBorder
 
     Icon {
         id: icon

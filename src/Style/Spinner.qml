@@ -1,7 +1,7 @@
 import QtQuick
 import Tessivo.Style
 
-// Turns while something is in progress.
+// Turns while something is in progress; stands still for those whom motion disturbs.
 Icon {
     id: root
 
@@ -10,7 +10,7 @@ Icon {
     size: Theme.spinnerSize
 
     RotationAnimation on rotation {
-        running: root.visible
+        running: root.visible && Theme.spinnersTurn
         from: 0
         to: 360
         duration: Theme.spinnerTurn

@@ -1,45 +1,60 @@
 pragma Singleton
 import QtQuick
+import Tessivo.Style
 
 // The only place that knows colours, fonts, distances and where the icons are. The colours follow
-// the system palette, also while the window is open, so that no view has to ask whether the desktop
-// is light or dark.
+// the desktop, also while the window is open, so that no view has to ask whether it is light or
+// dark, and whether its user needs high contrast or little motion.
 QtObject {
     id: theme
 
     readonly property SystemPalette systemPalette: SystemPalette { }
-    readonly property bool dark: systemPalette.base.hslLightness < systemPalette.text.hslLightness
+    readonly property bool systemIsDark:
+        systemPalette.base.hslLightness < systemPalette.text.hslLightness
+    readonly property bool dark: DesktopSettings.prefersDark
+        || (systemIsDark && !DesktopSettings.prefersLight)
+    readonly property bool highContrast: DesktopSettings.highContrast
+    // Not every desktop tells the toolkit what it tells its portal.
+    readonly property bool usesSystemPalette: dark === systemIsDark && !highContrast
 
-    readonly property color controlBackground: systemPalette.base
-    readonly property color windowBackground: systemPalette.window
-    readonly property color primaryText: systemPalette.text
-    readonly property color secondaryText: Qt.alpha(primaryText, 0.65)
-    readonly property color unavailableText: Qt.alpha(primaryText, 0.35)
-    readonly property color accent: systemPalette.highlight
-    readonly property color accentText: systemPalette.highlightedText
-    readonly property color buttonFace: Qt.alpha(primaryText, 0.12)
-    readonly property color outline: Qt.alpha(primaryText, 0.1)
-    readonly property color separator: Qt.alpha(primaryText, 0.2)
-    readonly property color scrollBar: Qt.alpha(primaryText, 0.4)
-    readonly property color fieldBorder: Qt.alpha(primaryText, 0.5)
-    readonly property color menuBorder: Qt.alpha(primaryText, 0.3)
+    readonly property color controlBackground: usesSystemPalette ? systemPalette.base
+        : shade("#ffffff", "#1e1e1e", "#ffffff", "#000000")
+    readonly property color windowBackground: usesSystemPalette ? systemPalette.window
+        : shade("#f0f0f0", "#2b2b2b", "#ffffff", "#000000")
+    readonly property color primaryText: usesSystemPalette ? systemPalette.text
+        : shade("#1a1a1a", "#f2f2f2", "#000000", "#ffffff")
+    readonly property color secondaryText: faint(0.65)
+    readonly property color unavailableText: highContrast ? gray : Qt.alpha(primaryText, 0.35)
+    readonly property color accent: usesSystemPalette ? systemPalette.highlight
+        : shade("#2466c4", "#3a7be0", "#00408f", "#8cc4ff")
+    readonly property color accentText: usesSystemPalette ? systemPalette.highlightedText : onColor
+    readonly property color buttonFace: highContrast ? controlBackground
+                                                     : Qt.alpha(primaryText, 0.12)
+    readonly property color outline: faint(0.1)
+    readonly property color separator: faint(0.2)
+    readonly property color scrollBar: faint(0.4)
+    readonly property color fieldBorder: faint(0.5)
+    readonly property color menuBorder: faint(0.3)
     readonly property color knob: dark ? "#d0d0d4" : "#ffffff"
-    readonly property color knobBorder: Qt.alpha("black", 0.35)
-    readonly property color dimming: Qt.alpha("black", 0.3)
-    readonly property color focusRing: systemPalette.highlight
-    readonly property color toolTipBackground: systemPalette.window
-    readonly property color toolTipText: systemPalette.windowText
-    readonly property color toolTipBorder: Qt.alpha(primaryText, 0.3)
+    readonly property color knobBorder: highContrast ? primaryText : Qt.alpha("black", 0.35)
+    readonly property color dimming: Qt.alpha("black", highContrast ? 0.6 : 0.3)
+    readonly property color focusRing: accent
+    readonly property color toolTipBackground: windowBackground
+    readonly property color toolTipText: usesSystemPalette ? systemPalette.windowText : primaryText
+    readonly property color toolTipBorder: faint(0.3)
 
     // Dark enough to be readable as text on a tint of the same colour and as the background of a
     // white icon, which the usual status colours are not. The dark desktop needs lighter ones.
-    readonly property color red: dark ? "#f2463c" : "#cf2a22"
-    readonly property color green: dark ? "#2fa84f" : "#178a3f"
-    readonly property color yellow: dark ? "#d6a200" : "#d19c00"
-    readonly property color orange: dark ? "#e8730c" : "#e06a00"
-    readonly property color blue: dark ? "#5aa2ff" : "#0a60c8"
-    readonly property color gray: dark ? "#77777d" : "#87878d"
-    readonly property color onColor: "white"
+    readonly property color red: shade("#cf2a22", "#f2463c", "#9c0f0a", "#ff9088")
+    readonly property color green: shade("#178a3f", "#2fa84f", "#075226", "#5fe08a")
+    readonly property color yellow: shade("#d19c00", "#d6a200", "#6b5000", "#ffd84d")
+    readonly property color orange: shade("#e06a00", "#e8730c", "#843c00", "#ffb066")
+    readonly property color blue: shade("#0a60c8", "#5aa2ff", "#00408f", "#8cc4ff")
+    readonly property color gray: shade("#87878d", "#77777d", "#58585d", "#b4b4ba")
+    readonly property color onColor: highContrast && dark ? "black" : "white"
+
+    // Faces are told from what is behind them by their shade, or with high contrast by this edge.
+    readonly property real faceBorder: highContrast ? 1 : 0
 
     readonly property real tint: 0.2
     readonly property real panelTint: 0.1
@@ -188,7 +203,8 @@ QtObject {
     readonly property real focusRingWidth: 2
     readonly property real focusRingGap: 3
 
-    readonly property int stateAnimation: 200
+    readonly property int stateAnimation: DesktopSettings.reducedMotion ? 0 : 200
+    readonly property bool spinnersTurn: !DesktopSettings.reducedMotion
     readonly property int spinnerTurn: 1000
     readonly property int toolTipDelay: 700
     readonly property int progressDelay: 300
@@ -201,6 +217,16 @@ QtObject {
     readonly property TextMetrics widestNoteNumber: TextMetrics {
         font: theme.monospacedCaption
         text: "(127)"
+    }
+
+    function shade(light: color, dark: color, strongLight: color, strongDark: color): color {
+        if (highContrast)
+            return theme.dark ? strongDark : strongLight;
+        return theme.dark ? dark : light;
+    }
+
+    function faint(opacity: real): color {
+        return highContrast ? primaryText : Qt.alpha(primaryText, opacity);
     }
 
     function icon(symbol: string): url {

@@ -5,6 +5,7 @@
 #include "Models/MIDIConfiguration.h"
 #include "Models/SimpleLoopState.h"
 #include "Platform/System/BackgroundQueue.h"
+#include "Platform/System/DesktopSettings.h"
 #include "Platform/System/LogLine.h"
 #include "Platform/System/MainQueue.h"
 #include "Utils/LoopFileManager.h"
@@ -169,6 +170,17 @@ public:
         return value ? QVariantList{value->currentValue(), value->minimumValue(),
                                     value->maximumValue()}
                      : QVariantList{};
+    }
+
+    // As the desktop's portal tells it.
+    Q_INVOKABLE void setAppearance(const QString& key, uint value) {
+        DesktopSettings::shared().change(QStringLiteral("org.freedesktop.appearance"), key,
+                                         QDBusVariant(value));
+    }
+    Q_INVOKABLE void setAnimations(bool enabled) {
+        DesktopSettings::shared().change(QStringLiteral("org.gnome.desktop.interface"),
+                                         QStringLiteral("enable-animations"),
+                                         QDBusVariant(enabled));
     }
 
 private:

@@ -35,6 +35,8 @@ Rectangle {
     implicitHeight: label.implicitHeight + 2 * Theme.badgeVerticalPadding
     radius: Theme.badgeRadius
     color: statusBackgroundColor
+    border.color: statusColor
+    border.width: Theme.faceBorder
 
     Label {
         id: label

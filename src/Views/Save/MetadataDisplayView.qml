@@ -60,6 +60,8 @@ Rectangle {
     implicitHeight: figures.implicitHeight + 2 * Theme.panelPadding
     radius: Theme.panelRadius
     color: Qt.alpha(Theme.gray, Theme.panelTint)
+    border.color: Theme.primaryText
+    border.width: Theme.faceBorder
 
     Component.onCompleted: if (hasFile) measurement.measure(fileURL)
 

@@ -1,0 +1,86 @@
+#include "e2e/Stage.h"
+#include "support/MockPortal.h"
+
+#include <gtest/gtest.h>
+
+#include <csignal>
+
+// A desktop with a portal: its colours and its dialogs.
+namespace tessivo::test {
+
+namespace {
+
+using namespace std::chrono_literals;
+using namespace Qt::StringLiterals;
+using Clock = std::chrono::steady_clock;
+
+// Of the window with the keyboard, from 0 to 1.
+double brightness() {
+    return std::stod(runProgram({"sh", "-c",
+                                 R"-(import -window "$(xdotool getactivewindow)" png:- |
+                                    convert - -colorspace Gray -format '%[fx:mean]' info:)-"},
+                                5s));
+}
+
+testing::AssertionResult turns(bool dark) {
+    double seen = 0;
+    const bool does = eventually([&] { return ((seen = brightness()) < 0.5) == dark; }, 3s);
+    return (does ? testing::AssertionSuccess() : testing::AssertionFailure()) << seen;
+}
+
+QString documentsOf(const Stage& stage) {
+    return QString::fromStdString(stage.documents().string());
+}
+
+TEST(DesktopTest, WindowsFollowTheColourSchemeOfThePortal) {
+    Stage stage;
+    MockPortal portal(documentsOf(stage));
+    for (const bool dark : {true, false}) {
+        portal.set(u"color-scheme"_s, dark ? 1U : 2U);
+        stage.start();
+        EXPECT_EQ(brightness() < 0.5, dark) << "at the start";
+        portal.set(u"color-scheme"_s, dark ? 2U : 1U);
+        EXPECT_TRUE(turns(!dark)) << "while it runs";
+        EXPECT_EQ(stage.app->end(SIGTERM), 0);
+    }
+}
+
+TEST(DesktopTest, LoopIsExportedByThePortalsDialog) {
+    Stage stage;
+    MockPortal portal(documentsOf(stage) + u"/Chosen"_s);
+    std::filesystem::create_directories(stage.documents() / "Chosen");
+    stage.start(kReadable);
+    stage.feed();
+    stage.recordLoop(0.3);
+    stage.app->press("space");
+    stage.app->press("ctrl+s");
+    stage.app->awaitWindow("Save Loop");
+    stage.app->press("x");
+    stage.app->press("Return");
+    stage.app->await("Successfully saved loop: x");
+    stage.app->awaitWindow("Tessivo");
+    stage.app->press("ctrl+o");
+    stage.app->awaitWindow("Loop Library");
+    stage.app->press("Down");
+    stage.app->press("shift+F10");
+    touch("Loop Library", "Export");
+    const auto exported = stage.documents() / "Chosen" / "x.wav";
+    EXPECT_TRUE(eventually([&] { return std::filesystem::exists(exported); }));
+    EXPECT_TRUE(readFile(exported) == readFile(stage.newestTake()));
+}
+
+TEST(DesktopTest, PortalThatAnswersLateHoldsUpNoStart) {
+    Stage stage;
+    MockPortal portal(documentsOf(stage), 3s);
+    portal.set(u"color-scheme"_s, 1U);
+    const auto before = Clock::now();
+    stage.start();
+    EXPECT_LT(Clock::now() - before, 2500ms);
+    EXPECT_TRUE(turns(false));
+    EXPECT_TRUE(eventually([] { return brightness() < 0.5; }, 5s)) << "what it says is still heard";
+    EXPECT_TRUE(stage.app->answers());
+}
+
+} // namespace
+
+} // namespace tessivo::test
