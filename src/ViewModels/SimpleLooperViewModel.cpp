@@ -272,6 +272,7 @@ void SimpleLooperViewModel::stopRecordingAndStartPlayback() {
     player_ = &audioEngine_.createPlayer();
     player_->setVolume(loopState_.playbackVolume());
     player_->soundTake(CommandMoment::current());
+    setTakeBecomesLoop(true);
     stopRecording();
     const std::uint64_t order = ++deferredPlaybackNumber_;
     const auto playInTurn = [this, order] {
@@ -293,6 +294,12 @@ void SimpleLooperViewModel::dropTake() {
     if (player_ != nullptr) {
         player_->dropTake();
     }
+    setTakeBecomesLoop(false);
+}
+
+void SimpleLooperViewModel::setTakeBecomesLoop(bool becomes) {
+    takeBecomesLoop_ = becomes;
+    emit takeBecomesLoopChanged();
 }
 
 void SimpleLooperViewModel::startPlayback() {
@@ -319,7 +326,10 @@ void SimpleLooperViewModel::playFile(const QUrl& url, const OpenedFile& opened) 
         return;
     }
     player_->setVolume(loopState_.playbackVolume());
-    post([this] { loopState_.setTransportState(TransportState::playing); });
+    post([this] {
+        loopState_.setTransportState(TransportState::playing);
+        setTakeBecomesLoop(false);
+    });
     logLine("Playback started");
 }
 

@@ -65,6 +65,8 @@ public:
     LoopTime* time() { return &time_; }
     QString devices();
     bool isWaitingForDisk() const { return commands_.isWaiting(); }
+    // A take has just ended and goes on as a loop, which is not said to be playing yet.
+    bool takeBecomesLoop() const { return takeBecomesLoop_; }
     // The library that save adds to; likewise.
     LoopLibrary& loopLibrary() { return loopLibrary_; }
 
@@ -103,6 +105,7 @@ signals:
     void isWaitingForDiskChanged();
     void devicesChanged();
     void inputPeaked(); // see SimpleAudioEngine
+    void takeBecomesLoopChanged();
 
 private:
     // What was opened, or why it could not be.
@@ -121,6 +124,7 @@ private:
     void stopRecordingAndStartPlayback();
     void cancelDeferredPlayback();
     void dropTake();
+    void setTakeBecomesLoop(bool becomes);
     void startPlayback();
     void playFile(const QUrl& url, const OpenedFile& opened);
     void stopPlayback();
@@ -155,6 +159,7 @@ private:
     int queuedRecords_ = 0;              // for the first of them the input is held
     std::uint64_t deferredPlaybackNumber_ =
         0; // number of the deferred playback that is still valid
+    bool takeBecomesLoop_ = false;
     std::mutex currentAudioMutex_;
     CurrentAudio currentAudio_;
 };

@@ -5,7 +5,7 @@
 
 #include <csignal>
 
-// A desktop with a portal: its colours and its dialogs.
+// A desktop with a portal: its colours, its dialogs, and that it does not sleep.
 namespace tessivo::test {
 
 namespace {
@@ -43,6 +43,37 @@ TEST(DesktopTest, WindowsFollowTheColourSchemeOfThePortal) {
         EXPECT_TRUE(turns(!dark)) << "while it runs";
         EXPECT_EQ(stage.app->end(SIGTERM), 0);
     }
+}
+
+TEST(DesktopTest, MachineSleepsWhenNothingIsRecordedOrLooped) {
+    Stage stage;
+    MockPortal portal(documentsOf(stage), 20ms);
+    stage.start();
+    stage.feed();
+    const auto promised = [&](const std::vector<std::string>& expected) {
+        std::vector<std::string> seen;
+        const bool does = eventually([&] { return (seen = portal.promises()) == expected; }, 3s);
+        std::this_thread::sleep_for(300ms);
+        return (does && portal.promises() == expected ? testing::AssertionSuccess()
+                                                      : testing::AssertionFailure())
+               << testing::PrintToString(portal.promises());
+    };
+    const std::string take = "Recording a take";
+    const std::string loop = "Playing a loop";
+    std::vector<std::string> all{"+" + take};
+    stage.beginTake();
+    EXPECT_TRUE(promised(all));
+    stage.app->press("Return");
+    stage.app->await("Playback started with looping");
+    all.insert(all.end(), {"+" + loop, "-" + take});
+    EXPECT_TRUE(promised(all)) << "no gap between the take and its loop";
+    stage.app->press("space");
+    all.push_back("-" + loop);
+    EXPECT_TRUE(promised(all));
+    stage.beginTake();
+    stage.endTake();
+    all.insert(all.end(), {"+" + take, "-" + take});
+    EXPECT_TRUE(promised(all)) << "although it was granted after it was needed";
 }
 
 TEST(DesktopTest, LoopIsExportedByThePortalsDialog) {

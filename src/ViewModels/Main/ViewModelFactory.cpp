@@ -1,6 +1,7 @@
 #include "ViewModels/Main/ViewModelFactory.h"
 
 #include "Audio/LoopPreviewEngine.h"
+#include "ViewModels/Main/Wakefulness.h"
 
 #include <utility>
 
@@ -15,7 +16,9 @@ MIDIManager* ViewModelFactory::midiManager() const {
 }
 
 SimpleLooperViewModel* ViewModelFactory::makeLooper(QObject* window) const {
-    return new SimpleLooperViewModel(looperDevice_(), window);
+    auto* const looper = new SimpleLooperViewModel(looperDevice_(), window);
+    new Wakefulness(*looper);
+    return looper;
 }
 
 LoopLibraryViewModel* ViewModelFactory::makeLibrary(QObject* window) const {
