@@ -44,7 +44,7 @@ check_tree() {
     holds "the metainfo" appstreamcli validate-tree --pedantic --no-net "$tree"
     holds "the manual" test -z "$(LC_ALL=C.UTF-8 man --warnings -l "$tree/usr/share/man/man1/tessivo.1" 2>&1 >"$private/manual")"
     # Every option, key and variable that the program tells of.
-    "$tree/usr/bin/tessivo" --help | grep -oP '^  (-., )?\K(--\w+|[.\w+]+)(?=  )' |
+    "$tree/usr/bin/tessivo" --help | grep -oP '^  (-., )?\K(--[-\w]+|[.\w+]+)(?=  )' |
         grep -vx 'takes\|library' |
         while read -r word; do
             grep -qF -- "$word" "$private/manual" || fail "the manual does not tell of $word"

@@ -51,7 +51,7 @@ GraphProbe::GraphProbe(const std::string& name, std::size_t outputs, std::size_t
     const auto add = [this, latency](bool isOutput, const char* prefix, std::size_t index) {
         spa_latency_info info{};
         info.direction = isOutput ? SPA_DIRECTION_OUTPUT : SPA_DIRECTION_INPUT;
-        info.min_ns = info.max_ns = static_cast<std::uint64_t>(latency.count());
+        info.min_ns = info.max_ns = static_cast<decltype(info.min_ns)>(latency.count());
         std::array<std::uint8_t, 256> storage{};
         spa_pod_builder builder{};
         spa_pod_builder_init(&builder, storage.data(), storage.size());
