@@ -148,7 +148,8 @@ build
 check_tree
 check_package
 if (($# > 0)); then
-    holds "the manifest" flatpak-builder --state-dir="$private/flatpak" --show-manifest \
-        "packaging/flatpak/$id.yml"
+    # Keeps a folder of its own where it runs.
+    holds "the manifest" env --chdir="$private" flatpak-builder --show-manifest \
+        "$PWD/packaging/flatpak/$id.yml"
     check_bare_root
 fi
