@@ -73,7 +73,8 @@ LibraryTestCase {
         click(item("Cancel Import"));
         Disk.finish();
         tryVerify(() => !shown("Importing link.wav"));
-        verify(lists("Beat", "50% Größe #1") && !shown("Import"));
+        compare(Disk.names(), ["Beat", "50% Größe #1"]);
+        verify(!shown("Import"));
     }
 
     SignalSpy {
