@@ -16,7 +16,7 @@ struct CommandLine {
         int status;
     };
 
-    QStringList files; // absolute paths, in the order given; they need not exist
+    QStringList files;       // absolute paths, in the order given; they need not exist
     bool opensTakes = false; // in place of a start
     std::optional<Answer> answer;
 };
