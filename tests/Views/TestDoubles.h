@@ -143,6 +143,10 @@ public:
         device_->changeFormats(formats);
     }
 
+    Q_INVOKABLE void playIn(float sample) {
+        device_->turn(4096, test::Channels(2, std::vector(4096, sample)));
+    }
+
     Q_INVOKABLE void setDark(bool dark) {
         const QColor base = dark ? QColor(0x1e, 0x1e, 0x1e) : QColor(Qt::white);
         const QColor text = dark ? QColor(Qt::white) : QColor(Qt::black);

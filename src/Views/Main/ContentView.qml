@@ -125,14 +125,7 @@ T.ApplicationWindow {
             meterWidth: Theme.meterWidth
             segmentCount: 20
             devices: root.viewModel.devices
-
-            Connections {
-                target: root.viewModel
-
-                function onInputPeaked() {
-                    meter.showPeak();
-                }
-            }
+            Component.onCompleted: root.viewModel.inputPeaked.connect(meter.showPeak)
         }
 
         TransportControlsView {

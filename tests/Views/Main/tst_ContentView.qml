@@ -121,6 +121,9 @@ SheetTestCase {
             Machine.plugMicrophone(plugged);
             tryCompare(meter.Accessible, "description", text);
         }
+        wait(50); // until the next level is due
+        Machine.playIn(1);
+        tryVerify(() => meter.isPeaking);
         mouseMove(meter);
         tryVerify(() => shows(window.contentItem.parent, meter.Accessible.description), 3000);
     }
