@@ -133,6 +133,13 @@
     </message>
 </context>
 <context>
+    <name>LoopDropArea</name>
+    <message>
+        <source>Drop files to import them into the library</source>
+        <translation>Dateien hier ablegen, um sie in die Bibliothek zu importieren</translation>
+    </message>
+</context>
+<context>
     <name>LoopError</name>
     <message>
         <source>Failed to save loop: </source>
@@ -195,6 +202,13 @@
     </message>
 </context>
 <context>
+    <name>LoopImportView</name>
+    <message>
+        <source>Cancel Import</source>
+        <translation>Import abbrechen</translation>
+    </message>
+</context>
+<context>
     <name>LoopLibraryHeader</name>
     <message>
         <source>Loop Library</source>
@@ -250,6 +264,10 @@
     <message>
         <source>Error</source>
         <translation>Fehler</translation>
+    </message>
+    <message>
+        <source>Import</source>
+        <translation>Importieren</translation>
     </message>
 </context>
 <context>
@@ -581,6 +599,13 @@
     </message>
 </context>
 <context>
+    <name>TimeView</name>
+    <message>
+        <source>Time</source>
+        <translation>Zeit</translation>
+    </message>
+</context>
+<context>
     <name>ToolbarView</name>
     <message>
         <source>Save</source>
@@ -601,6 +626,10 @@
     <message>
         <source>MIDI Settings</source>
         <translation>MIDI-Einstellungen</translation>
+    </message>
+    <message>
+        <source>Open Folder of Takes</source>
+        <translation>Ordner der Aufnahmen öffnen</translation>
     </message>
 </context>
 <context>
@@ -643,6 +672,37 @@
     <message>
         <source>%1 is not a folder of this computer</source>
         <translation>%1 ist kein Ordner dieses Rechners</translation>
+    </message>
+</context>
+<context>
+    <name>tessivo::LoopImport</name>
+    <message>
+        <source>Importing %1</source>
+        <translation>%1 wird importiert</translation>
+    </message>
+    <message>
+        <source>Importing %1 of %2: %3</source>
+        <translation>%1 von %2 wird importiert: %3</translation>
+    </message>
+    <message>
+        <source>%1 files</source>
+        <translation>%1 Dateien</translation>
+    </message>
+    <message>
+        <source>This is not on this computer</source>
+        <translation>Das liegt nicht auf diesem Computer</translation>
+    </message>
+    <message>
+        <source>This is a folder</source>
+        <translation>Das ist ein Ordner</translation>
+    </message>
+    <message>
+        <source>%1: Of its %2 channels the first two are heard</source>
+        <translation>%1: Von den %2 Kanälen sind die ersten beiden zu hören</translation>
+    </message>
+    <message>
+        <source>and %1 more</source>
+        <translation>und %1 weitere</translation>
     </message>
 </context>
 <context>
@@ -821,12 +881,47 @@
         <source>The sound was interrupted for a moment.</source>
         <translation>Der Ton war kurz unterbrochen.</translation>
     </message>
+    <message>
+        <source>Import %1 into the library?</source>
+        <translation>%1 in die Bibliothek importieren?</translation>
+    </message>
+    <message>
+        <source>Import</source>
+        <translation>Importieren</translation>
+    </message>
+    <message>
+        <source>Imported into the library: %1</source>
+        <translation>In die Bibliothek importiert: %1</translation>
+    </message>
+    <message>
+        <source>The folder of takes could not be opened.</source>
+        <translation>Der Ordner der Aufnahmen konnte nicht geöffnet werden.</translation>
+    </message>
 </context>
 <context>
     <name>tessivo::SaveLocations</name>
     <message>
         <source>Something of that name is already there</source>
         <translation>Etwas mit diesem Namen gibt es dort schon</translation>
+    </message>
+</context>
+<context>
+    <name>tessivo::SimpleLooperViewModel</name>
+    <message>
+        <source>No microphone</source>
+        <translation>Kein Mikrofon</translation>
+    </message>
+    <message>
+        <source>Microphone: %1</source>
+        <translation>Mikrofon: %1</translation>
+    </message>
+    <message>
+        <source>No speaker</source>
+        <translation>Kein Lautsprecher</translation>
+    </message>
+    <message>
+        <source>Speaker: %1</source>
+        <translation>Lautsprecher: %1</translation>
     </message>
 </context>
 </TS>
