@@ -56,9 +56,9 @@ Loop::Loop(std::function<void()> reconcile)
         event_ = addEvent(loop(), onEvent, this);
         timer_ = addTimer(loop(), onTimer, this);
         if (event_ == nullptr || timer_ == nullptr) {
-            const std::system_error error(errno, std::system_category(), kThreadName);
+            const int error = errno;
             removeSources();
-            throw error;
+            throw std::system_error(error, std::system_category(), kThreadName);
         }
     });
 }
