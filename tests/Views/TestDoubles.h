@@ -250,14 +250,14 @@ public:
         return names;
     }
 
-    // A library of those loops, each a day older than the one before, with audio of one second,
-    // each in a file of its own or all in one.
+    // A library of those loops, the first an hour old and each a day older than the one before,
+    // with audio of one second, each in a file of its own or all in one.
     Q_INVOKABLE void fill(const QStringList& names, bool oneFile = false) {
         clear();
         std::vector<SavedLoop> loops;
         for (const QString& name : names) {
             const QString file = fileOf(oneFile ? 0 : loops.size());
-            const auto age = std::chrono::hours(24) * loops.size();
+            const auto age = std::chrono::hours(1 + 24 * loops.size());
             if (!oneFile || loops.empty())
                 test::writeFile(pathOf(file).toStdString(), 4000,
                                 {test::noise(4000, static_cast<unsigned>(loops.size()))});

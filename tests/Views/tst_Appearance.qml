@@ -20,6 +20,7 @@ SheetTestCase {
         save: () => {
             Disk.playIn(window.viewModel);
             window.loopState.showingSaveDialog = true;
+            tryVerify(() => shows(window.saveSheet.contentItem, "01:15"));
             return () => window.saveSheet;
         },
         library: () => openLibrary("beat", "pad"),
@@ -28,6 +29,7 @@ SheetTestCase {
         deleting: () => openFromRow("deleteLoop"),
         exporting: () => {
             openFromRow("exportLoop");
+            tryVerify(() => shows(window.librarySheet.savePanel.contentItem, "SavedLoops"));
             return () => window.librarySheet.savePanel;
         },
         midi: () => {

@@ -45,6 +45,7 @@ LibraryTestCase {
         viewModel.refreshLibrary();
         drop(file);
         tryVerify(() => !viewModel.isLoading && lists("link_1", "link", "Beat", "50% Größe #1"));
+        Disk.finish();
         Disk.clear();
         viewModel.refreshLibrary();
         tryVerify(() => shown("No Saved Loops"));
