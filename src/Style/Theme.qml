@@ -32,6 +32,8 @@ QtObject {
                                                      : Qt.alpha(primaryText, 0.12)
     readonly property color outline: faint(0.1)
     readonly property color separator: faint(0.2)
+    // Of a line in the text's colour, from which it has to differ with any contrast.
+    readonly property color progressGroove: Qt.alpha(primaryText, highContrast ? 0.3 : 0.2)
     readonly property color scrollBar: faint(0.4)
     readonly property color fieldBorder: faint(0.5)
     readonly property color menuBorder: faint(0.3)

@@ -67,6 +67,7 @@ ViewTestCase {
         least("gray button", Theme.gray, Theme.controlBackground, 3, 7);
         for (const name of ["outline", "separator", "fieldBorder", "menuBorder", "scrollBar"])
             least(name, visible(Theme[name]), Theme.controlBackground, 1.1, 20);
+        least("passed time", Theme.primaryText, visible(Theme.progressGroove), 5, 5);
         if (!data.system || data.high)
             least("prominent button", Theme.accentText, Theme.accent, 4, 7);
         compare(Theme.faceBorder > 0, data.high);

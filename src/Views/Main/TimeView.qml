@@ -43,6 +43,6 @@ Item {
         visible: root.time.hasProgress
         progress: root.time.progress
         color: Theme.primaryText
-        groove: Theme.separator
+        groove: Theme.progressGroove
     }
 }
