@@ -6,7 +6,8 @@ import Tessivo.Style
 T.TextField {
     id: root
 
-    implicitHeight: contentHeight + topPadding + bottomPadding
+    // Of its font, whatever script is typed.
+    implicitHeight: Math.ceil(metrics.height) + topPadding + bottomPadding
     padding: Theme.fieldPadding
     font: Theme.body
     color: Theme.primaryText
@@ -21,6 +22,12 @@ T.TextField {
         color: Theme.controlBackground
         border.color: root.activeFocus ? Theme.focusRing : Theme.fieldBorder
         border.width: root.activeFocus ? Theme.focusRingWidth : 1
+    }
+
+    FontMetrics {
+        id: metrics
+
+        font: root.font
     }
 
     Text {

@@ -49,7 +49,7 @@ Rectangle {
         size: Theme.rowIconSize
     }
 
-    Text {
+    NameText {
         id: words
 
         anchors.left: icon.right
@@ -57,8 +57,6 @@ Rectangle {
         anchors.verticalCenter: parent.verticalCenter
         width: Math.min(implicitWidth, Theme.alertWidth)
         text: root.name.replace(/\s+/g, " ")
-        textFormat: Text.PlainText
-        elide: Text.ElideRight
         font: Theme.headline
         color: Theme.primaryText
     }

@@ -2,8 +2,7 @@ pragma ComponentBehavior: Bound
 import QtQuick
 import Tessivo.Style
 
-// The texts of a row. A name may be of any length, in any script, and contain line breaks or what
-// looks like markup.
+// The texts of a row. A name may contain line breaks.
 Column {
     id: root
 
@@ -15,13 +14,9 @@ Column {
 
     spacing: Theme.rowTextSpacing
 
-    Text {
+    NameText {
         width: parent.width
         text: root.name.slice(0, root.longestShown).replace(/\s+/g, " ")
-        textFormat: Text.PlainText
-        horizontalAlignment: Text.AlignLeft
-        maximumLineCount: 1
-        elide: Text.ElideRight
         font: Theme.headline
         color: Theme.primaryText
     }

@@ -1,7 +1,7 @@
 import QtQuick
 import Tessivo.Style
 
-// One device to pick. The device chooses its name, which may be long or look like markup.
+// One device to pick. The device chooses its name.
 PlainButton {
     id: root
 
@@ -10,7 +10,7 @@ PlainButton {
     required property bool isCurrent
 
     text: name
-    implicitHeight: label.implicitHeight + 2 * Theme.deviceRowPadding
+    implicitHeight: label.height + 2 * Theme.deviceRowPadding
 
     Accessible.checkable: true
     Accessible.checked: isCurrent
@@ -20,7 +20,7 @@ PlainButton {
         focused: root.activeFocus
     }
 
-    Text {
+    NameText {
         id: label
 
         anchors.left: parent.left
@@ -28,10 +28,6 @@ PlainButton {
         anchors.rightMargin: Theme.iconLabelSpacing
         anchors.verticalCenter: parent.verticalCenter
         text: root.name
-        textFormat: Text.PlainText
-        maximumLineCount: 1
-        elide: Text.ElideRight
-        horizontalAlignment: Text.AlignLeft
         font: root.isCurrent ? Theme.emphasizedBody : Theme.body
         color: root.isCurrent ? Theme.blue : Theme.primaryText
     }

@@ -11,7 +11,7 @@ PlainButton {
 
     text: fileName
     description: fileIsDir ? qsTr("Folder") : qsTr("File")
-    implicitHeight: label.implicitHeight + 2 * Theme.menuItemVerticalPadding
+    implicitHeight: label.height + 2 * Theme.menuItemVerticalPadding
     focusRingGap: -Theme.focusRingWidth
 
     Icon {
@@ -25,7 +25,7 @@ PlainButton {
         size: Theme.captionIconSize
     }
 
-    Text {
+    NameText {
         id: label
 
         anchors.left: icon.right
@@ -34,9 +34,6 @@ PlainButton {
         anchors.rightMargin: Theme.standardPadding
         anchors.verticalCenter: parent.verticalCenter
         text: root.fileName
-        textFormat: Text.PlainText
-        horizontalAlignment: Text.AlignLeft
-        maximumLineCount: 1
         elide: Text.ElideMiddle
         font: Theme.body
         color: root.fileIsDir ? Theme.primaryText : Theme.secondaryText
