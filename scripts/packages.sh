@@ -28,7 +28,7 @@ declare -A groups=(
         qt6-xdgdesktopportal-platformtheme"
     [sound]="procps pipewire pipewire-bin wireplumber dbus-daemon sox"
     [display]="procps xvfb openbox xdotool x11-utils imagemagick"
-    [test]="libgtest-dev qml6-module-qttest at-spi2-core python3-pyatspi"
+    [test]="fonts-dejavu-core fonts-lohit-deva libgtest-dev qml6-module-qttest at-spi2-core python3-pyatspi"
     [check]="clang-22 libclang-rt-22-dev llvm-22 clang-tidy-22 clang-format shellcheck python3
         qt6-declarative-dev-tools"
     [package]="dpkg-dev file lintian desktop-file-utils appstream man-db qmake6"

@@ -160,11 +160,6 @@ public:
         QGuiApplication::setLayoutDirection(mirrored ? Qt::RightToLeft : Qt::LeftToRight);
     }
     QString language() const { return qEnvironmentVariable("TESSIVO_TEST_LANGUAGE"); }
-    // Saves a picture of the window, where somebody wants to look at it.
-    Q_INVOKABLE void keep(QQuickWindow* window, const QString& name) {
-        if (const QString folder = qEnvironmentVariable("TESSIVO_PICTURES"); !folder.isEmpty())
-            window->grabWindow().save(folder + u'/' + name + QStringLiteral(".png"));
-    }
 
     // The value that the item has for assistive technology, and the limits of it.
     Q_INVOKABLE QVariantList valueOf(QQuickItem* item) {
@@ -250,14 +245,14 @@ public:
         return names;
     }
 
-    // A library of those loops, the first an hour old and each a day older than the one before,
-    // with audio of one second, each in a file of its own or all in one.
+    // A library of those loops, half a day old and each a day older than the one before, with audio
+    // of one second, each in a file of its own or all in one.
     Q_INVOKABLE void fill(const QStringList& names, bool oneFile = false) {
         clear();
         std::vector<SavedLoop> loops;
         for (const QString& name : names) {
             const QString file = fileOf(oneFile ? 0 : loops.size());
-            const auto age = std::chrono::hours(1 + 24 * loops.size());
+            const auto age = std::chrono::hours(12 + 24 * loops.size());
             if (!oneFile || loops.empty())
                 test::writeFile(pathOf(file).toStdString(), 4000,
                                 {test::noise(4000, static_cast<unsigned>(loops.size()))});

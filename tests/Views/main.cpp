@@ -1,8 +1,10 @@
+#include "Pictures.h"
 #include "TestDoubles.h"
 #include "ViewModels/Main/Language.h"
 #include "ViewModels/Main/TimedApplication.h"
 
 #include <QFont>
+#include <QStyleHints>
 #include <QtQml/qqmlextensionplugin.h>
 #include <QtQuickTest>
 
@@ -21,6 +23,7 @@ int main(int argc, char* argv[]) {
         font.setPointSize(points);
         QGuiApplication::setFont(font);
     }
+    QGuiApplication::styleHints()->setCursorFlashTime(0); // always to be seen
     QTEST_SET_MAIN_SOURCE_PATH
     return quick_test_main(argc, argv, "Views", QUICK_TEST_SOURCE_DIR);
 }
