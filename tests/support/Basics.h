@@ -11,9 +11,12 @@
 
 namespace tessivo::test {
 
+// For whatever is to come about, however busy the machine is: only a test that fails waits so long.
+constexpr std::chrono::seconds kPatience{30};
+
 // Waits for a condition; false when the time is over and it does not hold.
 template <typename Condition>
-bool eventually(Condition&& condition, std::chrono::milliseconds limit = std::chrono::seconds(5)) {
+bool eventually(Condition&& condition, std::chrono::milliseconds limit = kPatience) {
     const auto deadline = std::chrono::steady_clock::now() + limit;
     while (!condition()) {
         if (std::chrono::steady_clock::now() > deadline) {

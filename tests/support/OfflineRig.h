@@ -48,13 +48,13 @@ public:
         }
     }
 
-    // Runs tasks until the condition holds; false after ten seconds.
+    // Runs tasks until the condition holds; false when it still does not at the limit.
     bool runUntil(const std::function<bool()>& condition) {
         const auto holds = [&] {
             run();
             return condition();
         };
-        return eventually(holds, std::chrono::seconds(10));
+        return eventually(holds);
     }
 
 private:

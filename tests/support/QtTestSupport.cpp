@@ -5,8 +5,10 @@
 
 #include <QCoreApplication>
 #include <QTemporaryDir>
+#include <QTimer>
 
 #include <algorithm>
+#include <optional>
 #include <utility>
 
 namespace tessivo::test {
@@ -20,6 +22,12 @@ bool runUntil(const std::function<bool()>& condition, milliseconds limit) {
         return condition();
     };
     return eventually(holds, limit);
+}
+
+bool holdsAfter(milliseconds time, const std::function<bool()>& condition) {
+    std::optional<bool> held;
+    QTimer::singleShot(time, Qt::PreciseTimer, [&] { held = condition(); });
+    return runUntil([&] { return held.has_value(); }) && *held;
 }
 
 void runFor(milliseconds time) {

@@ -24,8 +24,11 @@ namespace tessivo::test {
 using Lines = std::vector<std::string>;
 
 // Runs the event loop until the condition holds. False when it still does not at the limit.
-bool runUntil(const std::function<bool()>& condition,
-              std::chrono::milliseconds limit = std::chrono::seconds(10));
+bool runUntil(const std::function<bool()>& condition, std::chrono::milliseconds limit = kPatience);
+
+// Whether the condition holds when a timer of that length, which begins now, is over: all that is
+// due before has happened by then, and nothing later has, however busy the machine is.
+bool holdsAfter(std::chrono::milliseconds time, const std::function<bool()>& condition);
 
 // Runs the event loop for that long.
 void runFor(std::chrono::milliseconds time);
