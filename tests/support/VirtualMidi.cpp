@@ -23,6 +23,7 @@ public:
         : system_(system) {}
     ~Observer() override {
         system_.observed_ = false;
+        system_.inputWentFirst_ = !system_.open_;
         system_.thread_.setSetupHandler({});
     }
 

@@ -37,7 +37,8 @@ public:
     SourceRef connected() const { return connected_.load(); }
     bool isObserved() const { return observed_; }
     bool isOpen() const { return open_; }
-    unsigned connections() const { return connections_; } // calls that connected a source
+    bool inputWentFirst() const { return inputWentFirst_; } // before the observer
+    unsigned connections() const { return connections_; }   // calls that connected a source
 
     void whenReady(std::function<void()> handler) override { handler(); }
     std::unique_ptr<SourceObserver> observeSources(SetupHandler handler) override;
@@ -54,6 +55,7 @@ private:
     SourceRef lastReference_ = 0;
     bool observed_ = false;
     bool open_ = false;
+    bool inputWentFirst_ = false;
     std::atomic<SourceRef> connected_{0};
     unsigned connections_ = 0;
     MidiThread thread_;
