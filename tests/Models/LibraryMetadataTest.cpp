@@ -58,15 +58,21 @@ TEST(LibraryMetadataTest, WhatIsWrittenReadsBackEqual) {
 }
 
 TEST(LibraryMetadataTest, RecordsAreEqualThatReadTheSame) {
-    const auto loop = LibraryMetadata::decode(with("a.wav", "\u00e9.wav")).front();
-    const auto same = LibraryMetadata::decode(with("a.wav", "e\u0301.wav")).front();
+    const auto loopWith = [](const char* part, const char* replacement) {
+        return LibraryMetadata::decode(with(part, replacement)).front();
+    };
+    const SavedLoop loop = loopWith("ü", "\u00fc");
+    const SavedLoop same = loopWith("ü", "u\u0308");
     EXPECT_EQ(loop, same);
     EXPECT_EQ(qHash(loop), qHash(same));
-    const auto make = [](double duration) {
-        return SavedLoop("n", "n.wav", SecondsSince2001(0), duration, 44);
-    };
-    EXPECT_NE(make(1.0), make(1.0)) << "each has an id of its own";
-    const SavedLoop undefined = make(std::nan(""));
+    EXPECT_EQ(loopWith("a.wav", "\u00e9.wav"), loopWith("a.wav", "e\u0301.wav"));
+    for (const char* part : {"757382400.125", "2.5", "9007199254740993", "a.wav", "0A1B", "ü"}) {
+        const char* const other = *part == 'a'   ? "b.wav"
+                                  : *part == '0' ? "1A1B"
+                                                 : "9007199254740992";
+        EXPECT_NE(loop, loopWith(part, other)) << part;
+    }
+    const SavedLoop undefined("n", "n.wav", SecondsSince2001(0), std::nan(""), 44);
     EXPECT_NE(undefined, SavedLoop(undefined)) << "durations compare as numbers do";
 }
 

@@ -74,6 +74,10 @@ TEST(LoopLibraryTest, RebuildsFromTheFolderWhatCannotBeRead) {
     rig.loop("Beat", 0);
     runFor(std::chrono::milliseconds(20)); // files know when they were made
     rig.loop("Pad", 0, "Pad.WAV");
+    runFor(std::chrono::milliseconds(20));
+    rig.loop(".hidden", 0);
+    const SecondsSince2001 made = secondsSince2001Now();
+    runFor(std::chrono::milliseconds(20));
     writeBytes(rig.folder / "broken.wav", "not audio");
     fs::create_directory(rig.folder / "folder.wav");
     fs::create_symlink("nowhere.wav", rig.folder / "link.wav");
@@ -85,17 +89,18 @@ TEST(LoopLibraryTest, RebuildsFromTheFolderWhatCannotBeRead) {
                      [&] { errors.push_back(errorOf(library)); });
     settle();
     EXPECT_EQ(errors, (std::vector<QString>{kCorrupted, ""}));
-    EXPECT_EQ(namesOf(library.savedLoops()), (Names{"Pad", "Beat"}));
-    EXPECT_EQ(library.savedLoops()[0].filename(), "Pad.WAV");
-    EXPECT_EQ(library.savedLoops()[0].duration(), 0.02);
-    EXPECT_EQ(library.savedLoops()[0].fileSize(),
-              static_cast<qint64>(fs::file_size(rig.folder / "Pad.WAV")));
-    EXPECT_NEAR(library.savedLoops()[0].createdDate().count(), secondsSince2001Now().count(), 30.0);
+    EXPECT_EQ(namesOf(library.savedLoops()), (Names{".hidden", "Pad", "Beat"}));
+    const SavedLoop& pad = library.savedLoops()[1];
+    EXPECT_EQ(pad.filename(), "Pad.WAV");
+    EXPECT_EQ(pad.duration(), 0.02);
+    EXPECT_EQ(pad.fileSize(), static_cast<qint64>(fs::file_size(rig.folder / "Pad.WAV")));
+    EXPECT_LT(pad.createdDate(), made);
+    EXPECT_NEAR(pad.createdDate().count(), made.count(), 30.0);
     EXPECT_EQ(rig.read(), library.savedLoops());
     Lines lines = rig.lines.take();
     ASSERT_EQ(lines.size(), 5U);
     EXPECT_EQ(lines.front().rfind("Failed to load loop library: Not JSON", 0), 0U);
-    EXPECT_EQ(lines.back(), "Successfully rebuilt library with 2 loops");
+    EXPECT_EQ(lines.back(), "Successfully rebuilt library with 3 loops");
     std::sort(lines.begin() + 1, lines.end() - 1);
     EXPECT_EQ(lines[1], "Failed to process file broken.wav: Invalid or corrupted audio file");
     EXPECT_EQ(lines[2].rfind("Failed to process file folder.wav: ", 0), 0U);
@@ -126,18 +131,21 @@ TEST(LoopLibraryTest, FolderThatIsGoneOrNoneIsReported) {
     EXPECT_EQ(rig.lines.take().back().rfind("Failed to rebuild library from files: ", 0), 0U);
 }
 
-// An unreadable file is not lost either when the rebuild fails and a loop is saved later.
+// Neither the unreadable file is lost when the rebuild fails, nor what is changed meanwhile.
 TEST(LoopLibraryTest, LaterSaveKeepsAFileThatCouldNotBeRebuilt) {
     const LibraryRig rig;
     writeBytes(rig.metadata, "[");
     LoopLibrary library;
     BackgroundQueue::waitForAll();
+    const SavedLoop meanwhile = rig.loop("meanwhile", 1);
     fs::rename(rig.folder, rig.home.path() / "moved");
+    runPosted();
+    library.saveLoop(meanwhile.renamed("changed"));
     settle();
     fs::rename(rig.home.path() / "moved", rig.folder);
-    library.saveLoop(rig.loop("new", 1));
+    library.saveLoop(rig.loop("new", 2));
     settle();
-    EXPECT_EQ(namesOf(rig.read()), Names{"new"});
+    EXPECT_EQ(namesOf(rig.read()), (Names{"new", "changed"}));
     EXPECT_EQ(rig.filesWith("["), 1);
 }
 
