@@ -128,12 +128,16 @@ TEST(SimpleAudioEngineTest, MetersAtMostThirtyTimesASecondAndNeverADeadEngine) {
     turn(std::vector(2048, 0.125F));
     ASSERT_TRUE(runUntil([&] { return levels.size() == 2; }));
     EXPECT_EQ(levels, (std::vector{0.5F, 0.125F})) << "the second of two came too soon";
+    rig.engine->createRecorder().startRecording();
+    turn(std::vector(2048, 0.25F));
+    EXPECT_TRUE(runUntil([&] { return levels.back() == 0.25F; })) << "also during a take";
+    rig.engine->createRecorder().stopRecording();
 
     turn(std::vector(2048, 1.0F));
     std::this_thread::sleep_for(milliseconds(20));
     rig.engine.reset();
     runPosted();
-    EXPECT_EQ(levels.size(), 2U);
+    EXPECT_EQ(levels.size(), 3U);
 }
 
 TEST(SimpleAudioEngineTest, TellsOfEverySampleAtFullScale) {

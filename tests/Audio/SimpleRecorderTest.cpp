@@ -51,8 +51,9 @@ struct RecorderRig : EngineRig {
 
 } // namespace
 
+// Of an input with more channels the first two are taken.
 TEST(SimpleRecorderTest, SaysEachStepOfATake) {
-    RecorderRig rig;
+    RecorderRig rig(formats(8));
     int announced = 0;
     QObject::connect(&rig.recorder, &ObservableObject::objectWillChange, [&] { ++announced; });
     rig.recorder.startRecording();
@@ -71,7 +72,8 @@ TEST(SimpleRecorderTest, SaysEachStepOfATake) {
                kEngine + "Enabling recording in unified tap", tap,
                kTag + "Recording started successfully to: " + url, kTag + "isRecording = true",
                kTag + "startRecording() called", kTag + "Already recording, returning"}));
-    rig.feed(Channels(2, std::vector(100, 0.5F)));
+    const Channels input(2, noise(100, 1));
+    rig.feed(input);
     rig.recorder.stopRecording();
     rig.recorder.stopRecording();
     EXPECT_EQ(
@@ -83,7 +85,7 @@ TEST(SimpleRecorderTest, SaysEachStepOfATake) {
                kTag + "Not recording, returning"}));
 
     const auto file = rig.file();
-    EXPECT_TRUE(std::filesystem::exists(file));
+    EXPECT_EQ(readFile(file), input);
     rig.clear();
     rig.clear();
     EXPECT_FALSE(std::filesystem::exists(file));

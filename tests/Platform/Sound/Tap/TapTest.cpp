@@ -265,6 +265,30 @@ TEST(TapTest, TapAtAnotherRateHasThePitchAndTheLength) {
                                                   "be converted"});
 }
 
+// Otherwise a level would be shown of what no file has.
+TEST(TapTest, MeterFollowsTheTakeAndIsBehindItsBlock) {
+    OfflineRig rig;
+    rig.engine->start();
+    auto& input = rig.engine->inputNode();
+    float delivered = -1.0F; // both by the tap thread
+    std::atomic<int> levels = 0;
+    input.setMeter(64, [&](const AudioPCMBuffer& buffer, bool) {
+        EXPECT_LE(buffer.channel(0)[63], delivered);
+        ++levels;
+    });
+    input.installTap(64, AudioFormat(48000.0, 1), [&](const AudioPCMBuffer& buffer, const auto&) {
+        delivered = buffer.channel(0)[63];
+    });
+    std::vector<float> cycle(640);
+    float frame = 0.0F;
+    EXPECT_TRUE(eventually([&] {
+        std::generate(cycle.begin(), cycle.end(), [&] { return ++frame; });
+        feed(rig, {cycle, cycle}, 640);
+        return levels >= 5;
+    }));
+    input.removeTap();
+}
+
 TEST(TapTest, MeterThatFailsEndsAlone) {
     OfflineRig rig;
     rig.engine->start();
