@@ -1,5 +1,6 @@
 #include "Models/LibraryRig.h"
 #include "ViewModels/LooperRig.h"
+#include "ViewModels/Save/LoopMeasurement.h"
 #include "ViewModels/Save/LoopSaver.h"
 
 #include <future>
@@ -114,11 +115,14 @@ TEST(SaveAndLoadTest, SaveThatCannotBeListedIsToldAndRepeatedWithoutAnotherCopy)
     EXPECT_FALSE(fs::exists(rig.home.savedLoops() / "third.wav"));
 }
 
-TEST(SaveAndLoadTest, FailureOfACancelledSaveIsALine) {
+TEST(SaveAndLoadTest, WhatFailsBehindAClosedSheetIsALine) {
     LibraryLooper rig;
     LoopSaver().save(rig.looper.get(), "a");
     settle();
     EXPECT_EQ(rig.lines.take(), Lines{"Failed to save loop: No audio recorded to save"});
+    LoopMeasurement().measure(urlOf(rig.metadata));
+    settle();
+    EXPECT_EQ(rig.lines.take(), Lines{"Failed to load metadata: Invalid or corrupted audio file"});
 }
 
 // Starting after the program was killed.
