@@ -79,6 +79,12 @@ public:
         QTest::simulateEvent(window, false, code, Qt::NoModifier, text, false);
     }
 
+    // By way of the toolkit, which knows what is in front: the test's own clicks do not ask.
+    Q_INVOKABLE void click(QQuickItem* item) {
+        const QPointF centre(item->width() / 2, item->height() / 2);
+        QTest::mouseClick(item->window(), Qt::LeftButton, {}, item->mapToScene(centre).toPoint());
+    }
+
     // All keys come before the event loop turns.
     Q_INVOKABLE void pressAtOnce(QWindow* window, const QList<int>& keys) {
         for (const int key : keys) {
@@ -246,7 +252,8 @@ public:
     }
 
     // A library of those loops, half a day old and each a day older than the one before, with audio
-    // of one second, each in a file of its own or all in one.
+    // of one second, each in a file of its own or all in one. Of three, the second counts as the
+    // longest, and the third as the shortest.
     Q_INVOKABLE void fill(const QStringList& names, bool oneFile = false) {
         clear();
         std::vector<SavedLoop> loops;
@@ -256,7 +263,8 @@ public:
             if (!oneFile || loops.empty())
                 test::writeFile(pathOf(file).toStdString(), 4000,
                                 {test::noise(4000, static_cast<unsigned>(loops.size()))});
-            loops.emplace_back(name, file, secondsSince2001Now() - age, 5.0, 16'044);
+            const double duration = 5.0 + 0.3 * static_cast<double>((loops.size() + 1) % 3);
+            loops.emplace_back(name, file, secondsSince2001Now() - age, duration, 16'044);
         }
         QFile file(LoopFileManager::libraryMetadataURL().toLocalFile());
         QVERIFY(file.open(QIODevice::WriteOnly));

@@ -1,9 +1,25 @@
 import QtQuick
 import QtTest
 
-// What the cases of all views need: to find an item as assistive technology finds it.
+// What the cases of all views need: to find an item as assistive technology finds it, and to wait.
 TestCase {
     when: windowShown
+
+    // Longer than anything takes on a machine that has much else to do; QtTest would give up after
+    // five seconds.
+    readonly property int longestWait: 30000
+
+    function tryVerify(condition: var, message = "") {
+        const end = Date.now() + longestWait;
+        let holds = condition();
+        for (; !holds && Date.now() < end; holds = condition())
+            wait(5);
+        verify(holds, `${message} in ${new Error().stack.split("\n")[1]}`);
+    }
+    function tryCompare(object: var, property: string, expected: var) {
+        tryVerify(() => qtest_compareInternal(object[property], expected));
+        compare(object[property], expected);
+    }
 
     function find(item: Item, name: string): Item {
         if (item.Accessible.name === name && item.Accessible.role !== Accessible.NoRole)
@@ -14,6 +30,13 @@ TestCase {
                 return found;
         }
         return null;
+    }
+
+    function visibleItems(item: Item): var {
+        if (!item.visible || item.opacity === 0)
+            return [];
+        return Array.from(item.children).reduce((all, child) => all.concat(visibleItems(child)),
+            Array.of(item));
     }
 
     function shows(item: Item, text: string): bool {

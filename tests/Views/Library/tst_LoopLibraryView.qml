@@ -9,27 +9,20 @@ LibraryTestCase {
 
     name: "LoopLibraryView"
 
-    function test_empty_library_and_ways_to_close() {
+    function test_each_showing_reads_the_library_afresh() {
         Disk.clear();
         open();
+        verify(item("Search loops...").activeFocus);
         viewModel.refreshLibrary();
         verify(shown("Loading loops...") && !shown("No Saved Loops"), "at once");
         tryVerify(() => shown("No Saved Loops") && !shown("Loading loops..."));
-        verify(shown("Record and save your first loop to get started"));
-        verify(!shown("Refresh") && !shown("0 loops • Zero KB") && !list.visible);
-        compare([sheet.width, sheet.height], [500, 600]);
-        compare([sheet.minimumWidth, sheet.maximumHeight], [500, 600]);
-        verify(item("Search loops...").activeFocus);
-        for (const close of [() => click(item("Done")), () => sheet.close()]) {
-            const before = viewModel;
-            close();
-            tryCompare(window, "librarySheet", null);
-            verify(!window.loopState.showingLoopLibrary);
-            activate(window);
-            mouseClick(find(window.header, "Library"));
-            tryVerify(() => sheet && sheet.active);
-            verify(viewModel !== before, "a model of its own each time");
-        }
+        const before = viewModel;
+        keyClick(Qt.Key_Escape);
+        tryCompare(window, "librarySheet", null);
+        Disk.fill(["Beat"]);
+        window.loopState.showingLoopLibrary = true;
+        verify(viewModel !== before);
+        tryVerify(() => lists("Beat"));
     }
 
     function test_search_and_order() {
@@ -37,97 +30,60 @@ LibraryTestCase {
         open();
         const summary = "3 loops • 48 KB";
         verify(shown(summary));
-        tryVerify(() => lists("Beat", "Vibe", "Pad"));
         type("BE");
         tryVerify(() => lists("Beat", "Vibe"));
         type("x");
-        verify(list.visible && shown(summary) && !shown("No Saved Loops"));
         tryVerify(() => lists());
+        verify(list.visible && shown(summary) && !shown("No Saved Loops"));
         click(item("Clear search"));
-        compare(viewModel.searchText, "");
         verify(!shown("Clear search") && item("Search loops...").activeFocus);
         tryVerify(() => lists("Beat", "Vibe", "Pad"));
-
-        const sort = item("Sort");
-        compare(sort.Accessible.description, "Newest First");
-        mouseClick(sort);
-        tryVerify(() => shown("Name A-Z"));
-        verify(item("Newest First").Accessible.checked && !item("Name A-Z").Accessible.checked);
-        click(item("Name A-Z"));
-        tryVerify(() => names()[1] === "Pad");
-        tryVerify(() => lists("Beat", "Pad", "Vibe"));
-        compare(sort.Accessible.description, "Name A-Z");
-        sort.forceActiveFocus(Qt.TabFocusReason);
-        keyClick(Qt.Key_Space);
-        tryVerify(() => item("Name A-Z").highlighted);
-        keyClick(Qt.Key_Down);
-        keyClick(Qt.Key_Return);
+        item("Sort").picked(3);
         tryVerify(() => lists("Vibe", "Pad", "Beat"));
 
         // Another program has changed the library meanwhile.
         list.begin();
-        keyClick(Qt.Key_Down);
         Disk.fill(["Beat", "Vibe", "Drum", "Kick"]);
         click(item("Refresh"));
-        tryVerify(() => !viewModel.isLoading && row("Kick"));
-        tryVerify(() => lists("Vibe", "Kick", "Drum", "Beat"));
+        tryVerify(() => !viewModel.isLoading && lists("Vibe", "Kick", "Drum", "Beat"));
         verify(list.activeFocus && shown("4 loops • 64 KB"));
     }
 
-    function test_a_row_shows_what_it_offers_to_pointer_keys_and_screen_reader() {
-        const markup = "<b>a</b> &amp;\nb";
-        Disk.fill(["Beat", markup, "\u05e9\u05dc\u05d5\u05dd ".repeat(9), "W".repeat(10000)]);
+    function test_a_row_shows_what_it_offers_to_pointer_and_keys() {
+        Disk.fill(["Beat", "\u05e9\u05dc\u05d5\u05dd ".repeat(9), "W".repeat(10000)]);
         open();
         const beat = row("Beat");
         compare(beat.Accessible.description.split(", ").slice(0, 2), ["00:05", "16 KB"]);
-        verify(shows(row(markup), "<b>a</b> &amp; b"), "not markup");
         for (const each of rows()) {
             compare([each.height, each.width], [beat.height, 500]);
-            verify(find(each, "Load").visible);
             compare(find(each, "Load").mapToItem(each, 0, 0).x, 500 - 16
                 - find(each, "Load").width);
             compare(offered(each), []);
         }
         const all = ["Preview loop", "Export loop", "Rename loop", "Delete loop"];
-        mouseMove(beat, 200, 20);
-        tryVerify(() => beat.isHovered);
+        beat.isHovered = true;
+        compare(offered(beat), [], "they fade in");
         tryVerify(() => offered(beat).length === 4);
         compare(offered(beat), all);
-        tryCompare(find(beat, "Delete loop").parent, "opacity", 1);
-        verify(Qt.colorEqual(find(beat, "Preview loop").color, Theme.blue));
-        mouseMove(find(beat, "Delete loop"));
-        tryVerify(() => shows(sheet.contentItem.parent, "Delete loop"), 3000, "a tool tip");
-        mouseMove(item("Loop Library"));
+        beat.isHovered = false;
+        compare(offered(beat), all, "and out");
         tryVerify(() => offered(beat).length === 0);
         verify(find(beat, "Load").visible);
 
-        // A click shows nothing either, but the keys begin there.
-        mouseClick(row(markup), 100, 20);
+        // A click shows nothing, but the keys begin there.
+        mouseClick(rows()[1], 100, 20);
         mouseMove(item("Loop Library"));
         compare(chosen(), []);
         keyClick(Qt.Key_Up);
         compare(chosen(), ["Beat"]);
         tryVerify(() => offered(beat).length === 4);
-        verify(beat.activeFocus && beat.border.width > 0);
+        verify(beat.activeFocus);
         for (const next of all.concat(["Load"])) {
             keyClick(Qt.Key_Tab);
             verify(find(beat, next).activeFocus, next);
         }
         keyClick(Qt.Key_Tab);
         verify(!list.activeFocus, "past the other rows");
-
-        // Where nothing can hover.
-        const finger = touchEvent(list);
-        finger.press(0, row(markup), 100, 20).commit();
-        finger.release(0, row(markup), 100, 20).commit();
-        tryVerify(() => offered(row(markup)).length === 4);
-        finger.press(0, beat, 100, 20).commit();
-        tryVerify(() => shown("Export"), 3000);
-        finger.release(0, beat, 100, 20).commit();
-        keyClick(Qt.Key_Escape);
-        tryVerify(() => !shown("Export"));
-        compare(Machine.doAllActions(find(beat, "Rename loop")), ["Press"]);
-        tryVerify(() => shown("Rename Loop"));
     }
 
     function test_keys() {
@@ -146,33 +102,17 @@ LibraryTestCase {
             const at = row(name).mapToItem(list, 0, 0).y;
             verify(at >= 0 && at + row(name).height <= list.height, name + " is in sight");
         }
-        const commands = ["Load", "Preview", "Rename", "Export", "Delete"];
-        for (const [key, modifier] of [[Qt.Key_Menu, 0], [Qt.Key_F10, Qt.ShiftModifier]]) {
-            keyClick(key, modifier);
-            tryVerify(() => commands.slice(1).every(name => shown(name)));
-            keyClick(Qt.Key_Escape);
-            tryVerify(() => !shown("Preview"));
-        }
-        mouseClick(row("Beat"), 100, 20, Qt.RightButton);
-        tryVerify(() => shown("Delete"));
-        Machine.doAllActions(item("Delete"));
-        tryVerify(() => shown("Are you sure you want to delete 'Beat'? "
-            + "This action cannot be undone."));
-        keyClick(Qt.Key_Escape, Qt.ControlModifier);
-        tryVerify(() => !shown("Delete Loop"));
-
         list.begin();
         type("ba");
         tryVerify(() => lists("Bass"));
         verify(item("Search loops...").activeFocus);
         keyClick(Qt.Key_Return);
         compare(chosen(), ["Bass"]);
-        keyClick(Qt.Key_F, Qt.ControlModifier);
-        verify(item("Search loops...").activeFocus);
-        keyClick(Qt.Key_Down);
+        keyClick(Qt.Key_Delete);
+        tryVerify(() => shown("Delete Loop") && item("Cancel").activeFocus);
         keyClick(Qt.Key_Return);
-        wait(50);
-        verify(sheet, "pressed too soon after a question");
+        keyClick(Qt.Key_Return);
+        verify(window.loopState.showingLoopLibrary, "pressed too soon after a question");
         tryVerify(() => row("Bass").returnLoads);
         keyClick(Qt.Key_Return);
         tryCompare(window, "librarySheet", null);
@@ -190,34 +130,13 @@ LibraryTestCase {
         verify(!window.loopState.hasAudio);
     }
 
-    function test_preview_and_its_marker() {
-        Disk.fill(["Beat", "Vibe"]);
+    function test_a_screen_reader_sets_the_volume() {
+        Disk.fill(["Beat"]);
         open();
-        mouseMove(row("Vibe"), 100, 20);
-        tryVerify(() => offered(row("Vibe")).length === 4);
-        click(find(row("Vibe"), "Preview loop"));
-        tryVerify(() => find(row("Vibe"), "Stop preview"));
-        const button = find(row("Vibe"), "Stop preview");
-        verify(Qt.colorEqual(button.color, Theme.orange) && button.symbol === "pause.fill");
-        verify(find(row("Beat"), "Preview loop"));
-        mouseClick(row("Vibe"), 100, 20, Qt.RightButton);
-        tryVerify(() => shown("Stop Preview"));
-        click(item("Stop Preview"));
-        tryVerify(() => find(row("Vibe"), "Preview loop"));
-        verify(!viewModel.previewEngine.isPlaying);
-        list.begin();
-        keyClick(Qt.Key_Space);
-        tryVerify(() => viewModel.previewEngine.isPlaying);
-        verify(find(row("Beat"), "Stop preview"));
-
         const slider = item("Preview volume");
         fuzzyCompare(slider.value, 0.7, 1e-6);
-        slider.forceActiveFocus(Qt.TabFocusReason);
-        for (let i = 0; i < 30; ++i)
-            keyClick(Qt.Key_Right);
-        compare(viewModel.previewEngine.previewVolume, 1);
         slider.value = 0.25;
-        compare(viewModel.previewEngine.previewVolume, 0.25, "by a screen reader");
+        compare(viewModel.previewEngine.previewVolume, 0.25);
     }
 
     function test_rename() {
@@ -247,7 +166,7 @@ LibraryTestCase {
         compare([viewModel.newLoopName, names()], ["", ["Beat", "Vibe"]]);
         list.begin();
         keyClick(Qt.Key_F2);
-        tryVerify(() => shown("Rename Loop"));
+        tryVerify(() => shown("Rename Loop") && item("New Name:").activeFocus);
         type(" Drums ");
         keyClick(Qt.Key_Return);
         keyClick(Qt.Key_Return);
@@ -260,17 +179,9 @@ LibraryTestCase {
         Disk.fill(["Beat", "Vibe", "Pad"]);
         open();
         const message = "Are you sure you want to delete 'Vibe'? This action cannot be undone.";
-        const ask = () => {
-            viewModel.deleteLoop(row("Vibe").loop);
-            tryVerify(() => shown(message) && item("Cancel").activeFocus);
-        };
-        ask();
-        keyClick(Qt.Key_Return);
-        tryVerify(() => !shown("Delete Loop"));
-        tryVerify(() => lists("Beat", "Vibe", "Pad"));
-        ask();
+        viewModel.deleteLoop(row("Vibe").loop);
+        tryVerify(() => shown(message));
         click(item("Delete"));
-        tryVerify(() => names().length === 2);
         tryVerify(() => lists("Beat", "Pad"));
         verify(shown("2 loops • 32 KB") && !shown("Error"));
 
