@@ -122,10 +122,12 @@ function(tessivo_describe_types target)
 endfunction()
 
 # tessivo_qml_module(name URI uri [SOURCES ...] QML_FILES ... [RESOURCES ...]): a static QML module,
-# compiled ahead of time. A program links it and its plugin, name + "plugin", and imports the plugin.
+# compiled ahead of time unless -DTESSIVO_QML_OPTIONS=NO_CACHEGEN. A program links it and its plugin,
+# name + "plugin", and imports the plugin.
 function(tessivo_qml_module name)
     qt_add_library(${name} STATIC)
-    qt_add_qml_module(${name} VERSION 1.0 RESOURCE_PREFIX /qt-project.org/imports ${ARGN})
+    qt_add_qml_module(${name} VERSION 1.0 RESOURCE_PREFIX /qt-project.org/imports
+        ${TESSIVO_QML_OPTIONS} ${ARGN})
     target_link_libraries(${name} PRIVATE tessivo_options)
     tessivo_precompile(${name} quick)
     tessivo_batch_generated(${name})
