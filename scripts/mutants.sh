@@ -194,7 +194,8 @@ mkdir -p "$run"
 exec 9>"$work/lock"
 flock -n 9 || [[ $command == show ]] || fail "another run is in progress"
 server=
-kind_of_tests=(-LE realtime -j "$jobs")
+# Most tests wait for most of their time.
+kind_of_tests=(-LE realtime -j $((2 * jobs)))
 if [[ $command == server ]]; then
     server=server
     kind_of_tests=(-L realtime -j 1)
