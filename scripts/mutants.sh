@@ -164,9 +164,9 @@ show() {
         $3 ~ /^noticed/ { noticed[$2]++ }
         $3 ~ /^(refused|gone)$/ { refused[$2]++ }
         function row(name, all, not, seen) {
-            printf "%-12s %4d planted, %3d refused by the compiler, %4d noticed, %3d survived", name,
-                all, not, seen, all - not - seen
-            printf all > not ? ": %.0f %%\n" : "\n", all > not ? seen * 100 / (all - not) : 0
+            left = all - not
+            printf "%-12s %4d planted, %3d refused by the compiler, %4d noticed, %3d survived: %.0f %%\n",
+                name, all, not, seen, left - seen, left ? seen * 100 / left : 0
         }
         END {
             count = split(layers, names, " ")
