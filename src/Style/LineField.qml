@@ -15,6 +15,8 @@ T.TextField {
     selectedTextColor: Theme.accentText
     placeholderTextColor: Theme.secondaryText
     verticalAlignment: TextInput.AlignVCenter
+    // Otherwise the keyboard would decide, and not the direction of the window.
+    horizontalAlignment: TextInput.AlignLeft
     activeFocusOnTab: true
 
     background: Rectangle {
@@ -38,7 +40,7 @@ T.TextField {
         text: root.placeholderText
         font: root.font
         color: root.placeholderTextColor
-        horizontalAlignment: root.effectiveHorizontalAlignment
+        horizontalAlignment: root.horizontalAlignment
         verticalAlignment: root.verticalAlignment
         elide: Text.ElideRight
         visible: root.length === 0 && root.preeditText === ""

@@ -49,6 +49,7 @@ SegmentRow {
     }
 
     Rectangle {
+        LayoutMirroring.enabled: false // the scale mirrors it already
         anchors.left: parent.right
         anchors.leftMargin: Theme.peakMarkSpacing
         width: Theme.peakMarkWidth
