@@ -3,11 +3,11 @@
 #include <QDir>
 #include <QImage>
 #include <QQuickWindow>
-#include <QSet>
 #include <QtQml/qqml.h>
 
 #include <algorithm>
 #include <cstdlib>
+#include <set>
 
 namespace tessivo {
 
@@ -64,18 +64,19 @@ private:
             const auto rounded = [step](int channel) {
                 return std::min((channel + step / 2) / step * step, 255);
             };
-            QSet<QRgb> colors;
+            std::set<QRgb> colors;
             for (int y = 0; y < picture.height(); ++y) {
                 for (int x = 0; x < picture.width(); ++x) {
                     const QRgb pixel = original.pixel(x, y);
                     picture.setPixel(
                         x, y,
                         qRgb(rounded(qRed(pixel)), rounded(qGreen(pixel)), rounded(qBlue(pixel))));
-                    colors += picture.pixel(x, y);
+                    colors.insert(picture.pixel(x, y));
                 }
             }
             if (colors.size() <= 256)
-                return picture.convertToFormat(QImage::Format_Indexed8, colors.values());
+                return picture.convertToFormat(QImage::Format_Indexed8,
+                                               QList<QRgb>(colors.begin(), colors.end()));
         }
         return picture;
     }
