@@ -118,6 +118,7 @@ TEST(SimpleRecorderTest, TakeHasAFileOfItsOwnWhichCanBeFetchedBackWhereThereIsAT
         rig.clear();
         EXPECT_FALSE(exists(file));
         EXPECT_EQ(exists(rig.home.trash() / file.filename()), hasTrash);
+        EXPECT_FALSE(exists("files" / file.filename())) << "nowhere else";
     }
 }
 
