@@ -79,9 +79,13 @@ TEST(SimplePlayerTest, SaysWhatItDoesAndDoesNothingTwice) {
     rig.player.stopPlaying();
     rig.player.stopPlaying();
     EXPECT_EQ(rig.lines.take(), Lines{"Playback stopped"});
+    rig.hear(144);
 
     rig.player.startPlaying();
-    rig.player.clearAudioFile();
+    for (const bool sounds : {true, false}) { // until all is over that was scheduled
+        EXPECT_TRUE(eventually([&] { return (rig.device->turn(480)[0][0] != 0.0F) == sounds; }));
+    }
+    rig.player.clearAudioFile(); // and that news has not arrived
     rig.player.clearAudioFile();
     EXPECT_TRUE(rig.player.currentURL().isEmpty());
     rig.player.startPlaying();

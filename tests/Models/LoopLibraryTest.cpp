@@ -271,36 +271,38 @@ TEST(LoopLibraryTest, StoresDoNotUndoEachOther) {
     }
 }
 
-TEST(LoopLibraryTest, WhatCannotBeWrittenIsToldAndWrittenWithTheNextChange) {
+TEST(LoopLibraryTest, WhatCannotBeWrittenIsToldKeptAndTriedAgain) {
     LibraryRig rig;
-    rig.write({rig.loop("deleted", 1), rig.loop("before", 2)});
     LoopLibrary library;
     settle();
-    const std::string old = bytesOf(rig.metadata);
-    {
-        const BusyFile busy(rig.metadata);
-        library.saveLoop(rig.loop("new", 3));
-        library.renameLoop(*found(library, "before"), "after");
-        deleteLoop(library, *found(library, "deleted"));
-        const QString failure = "Failed to save loop: Failed to save library metadata: ";
-        EXPECT_EQ(errorOf(library).left(failure.size()), failure);
+    int round = 0;
+    for (const std::function<void()>& tryAgain : std::initializer_list<std::function<void()>>{
+             [] { LibraryFile::postKeptChanges(); }, // as at the end of the program
+             [&] { library.refreshLibrary(); },
+             [&] {
+                 LoopLibrary().saveLoop(rig.loop("next", 4));
+             }}) {
+        rig.write({rig.loop("deleted", 1), rig.loop("before", 2)});
         library.refreshLibrary();
         settle();
-        EXPECT_EQ(namesOf(library.savedLoops()), (Names{"new", "after"}));
-        EXPECT_EQ(bytesOf(rig.metadata), old);
+        const std::string old = bytesOf(rig.metadata);
+        {
+            const BusyFile busy(rig.metadata);
+            library.saveLoop(rig.loop("new", 3));
+            library.renameLoop(*found(library, "before"), "after");
+            deleteLoop(library, *found(library, "deleted"));
+            const QString failure = "Failed to save loop: Failed to save library metadata: ";
+            EXPECT_EQ(errorOf(library).left(failure.size()), failure);
+            library.refreshLibrary();
+            settle();
+            EXPECT_EQ(namesOf(library.savedLoops()), (Names{"new", "after"}));
+            EXPECT_EQ(bytesOf(rig.metadata), old);
+        }
+        tryAgain();
+        settle();
+        const Names names{"new", "after"};
+        EXPECT_EQ(namesOf(rig.read()), ++round < 3 ? names : (Names{"next", "new", "after"}));
     }
-    LibraryFile::postKeptChanges(); // as at the end of the program
-    settle();
-    EXPECT_EQ(namesOf(rig.read()), (Names{"new", "after"}));
-    {
-        const BusyFile busy(rig.metadata);
-        deleteLoop(library, *found(library, "new"));
-    }
-    LoopLibrary other;
-    other.saveLoop(rig.loop("next", 4));
-    settle();
-    EXPECT_EQ(namesOf(rig.read()), (Names{"next", "after"}));
-    EXPECT_EQ(other.savedLoops(), rig.read());
 }
 
 TEST(LoopLibraryTest, NothingWaitsForTheCheckingOfFiles) {
