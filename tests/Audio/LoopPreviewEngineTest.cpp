@@ -148,13 +148,9 @@ TEST(LoopPreviewEngineTest, WhatCannotBePlayedIsRefusedWithAReasonAndEndsTheOneB
     EXPECT_EQ(rig.said(), Lines());
     rig.device->failToStart({});
 
-    writeBytes(rig.folder / "text.wav", "no audio at all");
-    sound::AudioFileWriter(rig.folder / "empty.wav", {48000.0, 1});
-    const auto outside = TemporaryHome::path() / "outside.wav";
-    writeFile(outside, 48000, {noise(480, 1)});
+    writeFile(TemporaryHome::path() / "outside.wav", 48000, {noise(480, 1)});
     writeFile(rig.folder / "slow.wav", 100, {noise(480, 1)});
-    for (const char* name :
-         {"missing.wav", "text.wav", "empty.wav", "slow.wav", "../../outside.wav", ""}) {
+    for (const char* name : {"missing.wav", "slow.wav", "../../outside.wav", ""}) {
         rig.preview(good);
         rig.said();
         const std::string reason = rig.preview({"bad", name, SecondsSince2001(0), 1.0, 1});

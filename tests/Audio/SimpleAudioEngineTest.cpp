@@ -13,21 +13,6 @@ namespace {
 
 const std::string kTag = "🎛️ [ENGINE] ";
 
-Lines starting(const AudioFormat& input, const AudioFormat& tap, const Lines& enabling,
-               const std::string& last) {
-    Lines lines{kTag + "Starting with input format: " + input.description(),
-                kTag + "Input format settings: " + input.settings().description()};
-    lines.insert(lines.end(), enabling.begin(), enabling.end());
-    lines.push_back(kTag + "Enabling level monitoring");
-    lines.push_back(kTag + "Installing unified tap with format: " + tap.description());
-    lines.push_back(kTag + last);
-    return lines;
-}
-
-Lines started(const AudioFormat& tap) {
-    return starting(tap, tap, {}, "Audio engine started successfully");
-}
-
 // The lines of a construction with what is particular to the input in their middle.
 Lines constructed(const AudioFormat& input, const Lines& middle) {
     const AudioFormat tap(input.sampleRate(), std::min(input.channelCount(), 2U));
@@ -35,9 +20,14 @@ Lines constructed(const AudioFormat& input, const Lines& middle) {
                 kTag + "Input format: " + input.description(),
                 kTag + "Output format: " + AudioFormat(48000.0, 2).description()};
     lines.insert(lines.end(), middle.begin(), middle.end());
-    const Lines rest =
-        starting(input, tap, {kTag + "Enabling level monitoring"}, "Audio engine setup completed");
-    lines.insert(lines.end(), rest.begin(), rest.end());
+    for (const std::string& line :
+         {"Starting with input format: " + input.description(),
+          "Input format settings: " + input.settings().description(),
+          std::string("Enabling level monitoring"), std::string("Enabling level monitoring"),
+          "Installing unified tap with format: " + tap.description(),
+          std::string("Audio engine setup completed")}) {
+        lines.push_back(kTag + line);
+    }
     return lines;
 }
 
@@ -70,6 +60,7 @@ TEST(SimpleAudioEngineTest, SaysWhatItConnects) {
 
 TEST(SimpleAudioEngineTest, StartsAndStopsOnceEach) {
     EngineRig rig;
+    const AudioFormat format(48000.0, 2);
     int announced = 0;
     QObject::connect(rig.engine.get(), &ObservableObject::objectWillChange, [&] { ++announced; });
     rig.lines.take();
@@ -82,7 +73,12 @@ TEST(SimpleAudioEngineTest, StartsAndStopsOnceEach) {
         rig.engine->start();
         rig.engine->start();
         EXPECT_TRUE(rig.engine->isEngineRunning());
-        EXPECT_EQ(rig.lines.take(), started(AudioFormat(48000.0, 2)));
+        EXPECT_EQ(rig.lines.take(),
+                  (Lines{kTag + "Starting with input format: " + format.description(),
+                         kTag + "Input format settings: " + format.settings().description(),
+                         kTag + "Enabling level monitoring",
+                         kTag + "Installing unified tap with format: " + format.description(),
+                         kTag + "Audio engine started successfully"}));
         rig.engine->stop();
         rig.engine->stop();
         EXPECT_FALSE(rig.engine->isEngineRunning());

@@ -116,26 +116,19 @@ TEST(AudioImportTest, WhatIsNoAudioIsRefusedByNameAndLeavesNothing) {
         return rig.source / name;
     };
     rig.make(named("whole.flac"), SF_FORMAT_FLAC | SF_FORMAT_PCM_16);
-    rig.make(named("slow.wav"), SF_FORMAT_WAV | SF_FORMAT_PCM_16, 1000);
     const std::string whole = bytesOf(named("whole.flac"));
     writeBytes(named("cut.flac"), whole.substr(0, whole.size() / 2));
-    writeBytes(named("empty.mp3"), "");
     writeBytes(named("notes.txt"), "not audio");
-    writeFile(named("silent.wav"), 48000, Channels(1));
     for (const float odd : {std::numeric_limits<float>::quiet_NaN(), HUGE_VALF}) {
         Channels samples(1, noise(100'000, 1));
         samples[0].back() = odd;
         writeFile(named(odd == odd ? "infinite.wav" : "nan.wav"), 48000, samples);
     }
     for (const auto& [name, reason] : std::vector<std::pair<const char*, std::string>>{
-             {"slow.wav", "The audio file cannot be played at its sample rate of 1000.0 Hz: "},
              {"cut.flac", "The audio file ends too early: "},
-             {"empty.mp3", "Not an audio file: "},
              {"notes.txt", "Not an audio file: "},
-             {"silent.wav", "The audio file holds no audio: "},
              {"nan.wav", "The audio file has samples that are not numbers: "},
-             {"infinite.wav", "The audio file has samples that are not numbers: "},
-             {"missing.wav", "The audio file could not be opened: "}}) {
+             {"infinite.wav", "The audio file has samples that are not numbers: "}}) {
         EXPECT_EQ(rig.errorOf(named(name)).rfind(reason + '"' + name + '"', 0), 0U)
             << rig.errorOf(named(name));
     }

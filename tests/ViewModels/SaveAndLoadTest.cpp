@@ -120,9 +120,11 @@ TEST(SaveAndLoadTest, WhatFailsBehindAClosedSheetIsALine) {
     LoopSaver().save(rig.looper.get(), "a");
     settle();
     EXPECT_EQ(rig.lines.take(), Lines{"Failed to save loop: No audio recorded to save"});
-    LoopMeasurement().measure(urlOf(rig.metadata));
+    LoopMeasurement().measure(urlOf(rig.home.path() / "gone.wav"));
     settle();
-    EXPECT_EQ(rig.lines.take(), Lines{"Failed to load metadata: Invalid or corrupted audio file"});
+    EXPECT_EQ(rig.lines.take(),
+              Lines{"Failed to load metadata: The attributes of the file could not be read: "
+                    "\"gone.wav\": No such file or directory"});
 }
 
 // Starting after the program was killed.
