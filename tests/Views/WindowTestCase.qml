@@ -248,7 +248,7 @@ SheetTestCase {
         return visibleItems(window.librarySheet.contentItem).filter(
             item => item.Accessible.role === Accessible.ListItem);
     }
-    function visibleItems(item: Item): var {
+    function visibleItems(item) {
         return !item.visible || item.opacity === 0 ? []
             : [item].concat(...Array.from(item.children).map(visibleItems));
     }
