@@ -19,9 +19,8 @@ struct Violations {
 // Once for each thread.
 bool watchSystemCalls();
 
-// Counting is on between begin() and end(), on the calling thread.
-void begin();
-bool isCounting();
+// Counting is on between begin() and end(), on the calling thread, and goes on from there.
+void begin(const Violations& before = {});
 Violations end();
 
 } // namespace tessivo::test::realtime

@@ -31,10 +31,6 @@ namespace {
 struct GuardedProcess {
     template <typename Process> void run(Process&& process) {
         ++calls;
-        if (realtime::isCounting()) {
-            process(); // within another one, which counts for both
-            return;
-        }
         thread_local const bool watched = realtime::watchSystemCalls();
         realtime::begin();
         process();
@@ -110,6 +106,18 @@ extern "C" void pw_filter_add_listener(pw_filter* filter, spa_hook* hook,
         us.run([&us, position] { us.filter.process(us.data, position); });
     };
     next(filter, hook, &guardedEvents, &process);
+}
+
+// Wakes the playback stream. At that opportunity the client library does on this thread what other
+// threads have ordered meanwhile, as adding a stream, which is not ours to answer for.
+extern "C" int pw_stream_trigger_process(pw_stream* stream) {
+    static auto* const next =
+        clientLibrary(&pw_stream_trigger_process, "pw_stream_trigger_process");
+    realtime::Violations ours = realtime::end();
+    ++ours.wakeUps;
+    const int result = next(stream);
+    realtime::begin(ours);
+    return result;
 }
 
 TEST(RealtimeGuardTest, SeesAllocationsLocksAndSystemCalls) {
@@ -207,9 +215,9 @@ TEST(RealtimeTest, TheCallbacksAllocateNothingLockNothingAndMakeOneSystemCall) {
         EXPECT_EQ(process.violations.locks, 0);
         EXPECT_EQ(process.violations.systemCalls, 0)
             << "call number " << process.violations.lastSystemCall;
-        // Measured: taking and returning buffers and asking for the time make no system call;
-        // triggering the playback stream makes one. The playback callback runs within that. The
-        // MIDI thread is woken by the notes, and by nothing else.
+        // Taking and returning buffers and asking for the time make no system call; triggering
+        // the playback stream makes one. The playback callback runs within that, or behind it.
+        // The MIDI thread is woken by the notes, and by nothing else.
         EXPECT_LE(process.mostWakeUps, process.name == "Playback" ? 0 : 1);
         EXPECT_LE(process.name == "MIDI" ? process.violations.wakeUps : 0, notes);
     }
