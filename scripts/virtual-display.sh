@@ -40,13 +40,13 @@ start() {
     start_remembered "$dir" "$dir/display.log" \
         Xvfb -displayfd 3 -screen 0 "${size}x24" -dpi 96 -nolisten tcp -noreset 3>"$dir/number"
     server=$!
-    wait_until 20 display_named || fail "the display did not start within 20 s, see $dir/display.log"
+    wait_until 30 display_named || fail "the display did not start within 30 s, see $dir/display.log"
     running "$server" || fail "the display ended: $(tail -n 3 "$dir/display.log")"
     display=:$(<"$dir/number")
 
     DISPLAY=$display start_remembered "$dir" "$dir/window-manager.log" openbox --sm-disable
-    wait_until 20 window_manager_runs ||
-        fail "the window manager did not start within 20 s, see $dir/window-manager.log"
+    wait_until 30 window_manager_runs ||
+        fail "the window manager did not start within 30 s, see $dir/window-manager.log"
     [[ -z $owner ]] || end_with "$dir" "$owner"
     printf 'DISPLAY=%s\n' "$display" >"$dir/environment"
     trap - EXIT

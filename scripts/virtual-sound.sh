@@ -47,7 +47,7 @@ launch() {
 
 # await WHAT COMMAND...
 await() {
-    wait_until 10 "${@:2}" || fail "$1 did not appear within ten seconds, see $dir/*.log"
+    wait_until 30 "${@:2}" || fail "$1 did not appear within 30 seconds, see $dir/*.log"
 }
 
 is_default() {
@@ -175,7 +175,7 @@ kill_server() {
     local server
     server=$(<"$dir/pipewire.pid")
     kill -KILL "$server" 2>/dev/null || true
-    wait_until 2 not_running "$server" || fail "the server does not end"
+    wait_until 30 not_running "$server" || fail "the server does not end"
     end_process "$(<"$dir/wireplumber.pid")"
 }
 
@@ -183,7 +183,7 @@ restart_session() {
     local manager name
     manager=$(<"$dir/wireplumber.pid")
     kill -KILL "$manager" 2>/dev/null || true
-    wait_until 2 not_running "$manager" || fail "the session manager does not end"
+    wait_until 30 not_running "$manager" || fail "the session manager does not end"
     for name in "$@"; do
         destroy "$name"
     done
@@ -211,7 +211,7 @@ play_riff() {
     mkfifo "$dir/riff"
     launch riff pw-cat -p --target 0 -P '{ node.name = riff }' "$dir/riff"
     launch riff-source sox -V1 "$dir/riff.wav" -t au "$dir/riff" repeat -
-    wait_until 10 riff_linked || fail "the riff did not reach the virtual microphone"
+    wait_until 30 riff_linked || fail "the riff did not reach the virtual microphone"
 }
 
 riff_linked() {

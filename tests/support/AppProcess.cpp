@@ -60,8 +60,7 @@ AppProcess::AppProcess(const std::filesystem::path& home, const std::vector<std:
         window_ = runProgram({"sh", "-c", R"(exec 2>/dev/null
             until found=$(xdotool search --onlyvisible --class tessivo) &&
                 timeout 2 xdotool windowfocus --sync "${found%%[!0-9]*}"; do sleep 0.02; done
-            printf %s "${found%%[!0-9]*}")"},
-                             15s);
+            printf %s "${found%%[!0-9]*}")"});
     } catch (const std::runtime_error&) {
         kill();
         closeOutput();
@@ -155,28 +154,32 @@ void AppProcess::closeOutput() {
     }
 }
 
+AppProcess::Press AppProcess::press(const std::string& key) {
+    const auto before = std::chrono::steady_clock::now();
+    sendKey("key", key);
+    return {before, std::chrono::steady_clock::now()};
+}
+
 void AppProcess::sendKey(const std::string& action, const std::string& key) {
-    runProgram({"xdotool", action, key}, 5s);
+    runProgram({"xdotool", action, key});
 }
 
 void AppProcess::awaitWindow(const std::string& title) {
     runProgram({"sh", "-c",
                 R"(until xdotool getwindowfocus getwindowname | grep "^$0"; do sleep 0.02; done)",
-                title},
-               5s);
+                title});
 }
 
 void AppProcess::click(int x, int y) {
     runProgram({"xdotool", "mousemove", "--window", window_, std::to_string(x), std::to_string(y),
-                "click", "1"},
-               5s);
+                "click", "1"});
 }
 
 bool AppProcess::answers() {
     try {
         for (const char* state : {"monitoring enabled", "monitoring disabled"}) {
             click(215, 295);
-            await(state, 1s);
+            await(state, 3s);
         }
         return true;
     } catch (const std::runtime_error& error) {
@@ -201,22 +204,22 @@ bool AppProcess::runs() {
 void AppProcess::kill() {
     if (runs()) {
         ::kill(id_, SIGKILL);
-        ended(5s);
+        ended(kPatience);
     }
 }
 
 int AppProcess::closeWindow() {
     press("alt+F4");
-    return result(5s);
+    return result();
 }
 
 int AppProcess::end(int signal) {
     ::kill(id_, signal);
-    return result(2s);
+    return result();
 }
 
-int AppProcess::result(std::chrono::milliseconds limit) {
-    if (!ended(limit)) {
+int AppProcess::result() {
+    if (!ended(kPatience)) {
         throw std::runtime_error("the application did not end in time");
     }
     return WIFEXITED(status_) ? WEXITSTATUS(status_) : -WTERMSIG(status_);

@@ -39,34 +39,39 @@ public:
     AppProcess& operator=(const AppProcess&) = delete;
 
     // The next line that has this text, after the one that was awaited last.
-    Line await(const std::string& text, std::chrono::milliseconds limit = std::chrono::seconds(5));
+    Line await(const std::string& text, std::chrono::milliseconds limit = kPatience);
     std::vector<Line> linesFrom(std::size_t first) const;
     std::vector<std::string> lines() const;           // all of them
     std::size_t count(const std::string& text) const; // lines that have it
     void stopReading(); // what it says now stays in the pipe, which is small
     void closeOutput(); // there is no pipe any more
 
-    void press(const std::string& key) { sendKey("key", key); }
+    // Between which times the key went down.
+    struct Press {
+        std::chrono::steady_clock::time_point before;
+        std::chrono::steady_clock::time_point after;
+    };
+    Press press(const std::string& key);
     void hold(const std::string& key) { sendKey("keydown", key); }
     void release(const std::string& key) { sendKey("keyup", key); }
     // Returns when a window of that title, or one that begins so, has the keyboard.
     void awaitWindow(const std::string& title);
     void click(int x, int y); // in the main window
-    // Whether the window does what a click orders, within a second, twice.
+    // Whether the window does what a click orders, within three seconds, twice.
     bool answers();
 
     pid_t id() const { return id_; }
     bool runs();
     void kill();       // as kill -9
     int closeWindow(); // returns what the program returned
-    // By a signal, or with 0 by itself, within two seconds; likewise.
+    // By a signal, or with 0 by itself; likewise.
     int end(int signal);
 
 private:
     void sendKey(const std::string& action, const std::string& key);
     void read();
     bool ended(std::chrono::milliseconds limit);
-    int result(std::chrono::milliseconds limit);
+    int result();
 
     pid_t id_ = 0;
     int status_ = 0;

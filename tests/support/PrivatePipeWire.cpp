@@ -14,8 +14,7 @@ namespace {
 
 void choose(const std::string& role, const std::string& name) {
     runProgram({"pw-metadata", "0", "default.configured.audio." + role,
-                R"({"name":")" + name + R"("})", "Spa:String:JSON"},
-               std::chrono::seconds(2));
+                R"({"name":")" + name + R"("})", "Spa:String:JSON"});
 }
 
 } // namespace
@@ -68,7 +67,7 @@ ScriptedServer::~ScriptedServer() {
 void ScriptedServer::script(std::vector<std::string> arguments) const {
     arguments.insert(arguments.begin() + 1, (folder_ / "").string());
     arguments.insert(arguments.begin(), path_);
-    runProgram(arguments, std::chrono::seconds(40));
+    runProgram(arguments, 4 * kPatience); // several things, one after another
 }
 
 PrivatePipeWire::PrivatePipeWire(const std::vector<std::string>& options)
@@ -104,33 +103,28 @@ std::string PrivatePipeWire::find(const char* wanted, const char* key,
                             $1 == "id" {found["id"] = $2 + 0; next}
                             {gsub("\"", ""); found[$1] = $3}
                             $1 == key && $3 == value {printf "%s", found[wanted]; exit}')",
-                       wanted, key, value},
-                      std::chrono::seconds(2));
+                       wanted, key, value});
 }
 
 void PrivatePipeWire::chooseTarget(const std::string& mediaClass, const std::string& device) {
     runProgram({"pw-metadata", find("id", "media.class", mediaClass), "target.object",
-                find("object.serial", "node.name", device)},
-               std::chrono::seconds(2));
+                find("object.serial", "node.name", device)});
 }
 
 std::string PrivatePipeWire::properties(const std::string& mediaClass) const {
-    return runProgram({"pw-cli", "info", find("id", "media.class", mediaClass)},
-                      std::chrono::seconds(2));
+    return runProgram({"pw-cli", "info", find("id", "media.class", mediaClass)});
 }
 
 void PrivatePipeWire::set(const std::string& setting, int value) {
-    runProgram({"pw-metadata", "-n", "settings", "0", "clock." + setting, std::to_string(value)},
-               std::chrono::seconds(2));
+    runProgram({"pw-metadata", "-n", "settings", "0", "clock." + setting, std::to_string(value)});
 }
 
 void PrivatePipeWire::link(const std::string& output, const std::string& input) {
-    runProgram({"sh", "-c", R"(until pw-link "$0" "$1"; do sleep 0.01; done)", output, input},
-               std::chrono::seconds(5));
+    runProgram({"sh", "-c", R"(until pw-link "$0" "$1"; do sleep 0.01; done)", output, input});
 }
 
 std::string PrivatePipeWire::links() const {
-    return runProgram({"pw-link", "-iol"}, std::chrono::seconds(2));
+    return runProgram({"pw-link", "-iol"});
 }
 
 void PrivatePipeWire::kill() {

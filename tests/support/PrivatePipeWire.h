@@ -11,7 +11,7 @@ namespace tessivo::test {
 // Runs a program, waits for it and returns what it printed. Throws std::runtime_error when
 // it fails or takes longer than the limit; it is ended then.
 std::string runProgram(const std::vector<std::string>& command,
-                       std::chrono::milliseconds limit = std::chrono::seconds(15));
+                       std::chrono::milliseconds limit = kPatience);
 
 // A background process that one of our scripts starts. Its environment variables are set in this
 // process. It ends with this object, and also when the test crashes.

@@ -13,6 +13,8 @@ namespace {
 // Finds what is shown in the windows of that title.
 constexpr const char* kReader = R"(
 import pyatspi, sys, time
+from gi.repository import Atspi
+Atspi.set_timeout(30000, 30000) # a press that is answered late must not be made again
 def found(matches):
     for application in pyatspi.Registry.getDesktop(0):
         for window in application or ():
@@ -25,7 +27,7 @@ std::vector<std::string> linesOf(const std::string& script,
                                  const std::vector<std::string>& arguments) {
     std::vector<std::string> command{"/usr/bin/python3", "-c", kReader + script};
     command.insert(command.end(), arguments.begin(), arguments.end());
-    std::istringstream lines(runProgram(command, 10s));
+    std::istringstream lines(runProgram(command));
     std::vector<std::string> all;
     for (std::string line; std::getline(lines, line);) {
         all.push_back(line);
@@ -50,8 +52,7 @@ def touched():
 while not touched():
     time.sleep(0.05)
 )",
-                window, name},
-               10s);
+                window, name});
 }
 
 std::vector<std::string> listed(const std::string& window) {

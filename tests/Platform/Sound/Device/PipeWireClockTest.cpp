@@ -79,7 +79,7 @@ struct Clocked {
     }
     bool renders(std::int64_t frames) {
         const std::int64_t goal = renderer.frames() + frames;
-        return eventually([&] { return renderer.frames() >= goal; }, 10s);
+        return eventually([&] { return renderer.frames() >= goal; });
     }
     std::uint32_t cycleLength() const { return renderer.log().back().frames; }
 
@@ -161,12 +161,14 @@ TEST(PipeWireClockTest, AnotherRateKeepsTheTime) {
     rig.device.stop();
     double passed = 0.0;   // since the first change, frames
     std::int64_t told = 0; // of them
+    int astray = 0;        // cycles one after the other; one that comes late has a later one's time
     RecordingRenderer::Cycle previous{};
     for (const RecordingRenderer::Cycle& cycle : rig.renderer.log()) {
         if (cycle.first > before) {
             passed += std::chrono::duration<double>(cycle.time - previous.time).count() * 48000;
             told += previous.frames + cycle.missed;
-            EXPECT_LT(std::abs(passed - static_cast<double>(told)), 1500.0) << cycle.first;
+            astray = std::abs(passed - static_cast<double>(told)) < 1500.0 ? 0 : astray + 1;
+            EXPECT_LT(astray, kSettlingCycles) << cycle.first;
         }
         previous = cycle;
     }
@@ -188,9 +190,9 @@ TEST(PipeWireClockTest, TheLatenciesAreThoseThatTheGraphStates) {
     const auto states = [](double latency, double seconds) {
         return std::abs(latency - seconds) < 0.001;
     };
-    EXPECT_TRUE(eventually([&] { return states(rig.device.inputLatency(), 0.02); }, 2s))
+    EXPECT_TRUE(eventually([&] { return states(rig.device.inputLatency(), 0.02); }))
         << rig.device.inputLatency();
-    EXPECT_TRUE(eventually([&] { return states(rig.device.outputLatency(), 0.05); }, 2s))
+    EXPECT_TRUE(eventually([&] { return states(rig.device.outputLatency(), 0.05); }))
         << rig.device.outputLatency();
 }
 
@@ -199,7 +201,7 @@ TEST(PipeWireClockTest, ShortCyclesAreAskedForOnlyWhileTheyAreWanted) {
     Clocked rig({"--quantum", "1024"});
     rig.server.set("min-quantum", 32);
     const auto become = [&rig](std::uint32_t frames) {
-        return eventually([&] { return rig.cycleLength() == frames; }, 4s);
+        return eventually([&] { return rig.cycleLength() == frames; });
     };
     ASSERT_TRUE(rig.renders(4800));
     EXPECT_EQ(rig.cycleLength(), 1024U);
@@ -210,7 +212,7 @@ TEST(PipeWireClockTest, ShortCyclesAreAskedForOnlyWhileTheyAreWanted) {
         rig.renderer.blockOnce(30ms);
     }
     EXPECT_GE(rig.lines(), 1);
-    EXPECT_TRUE(eventually([&] { return rig.cycleLength() >= 128; }, 2s)) << rig.cycleLength();
+    EXPECT_TRUE(eventually([&] { return rig.cycleLength() >= 128; })) << rig.cycleLength();
     rig.device.setShortCycles(false);
     EXPECT_TRUE(become(1024)) << rig.cycleLength();
     rig.checkedLosses();

@@ -51,19 +51,17 @@ std::vector<float> longestStretch(const std::vector<float>& samples, std::size_t
     return {first, first + static_cast<std::ptrdiff_t>(bestLength)};
 }
 
-constexpr std::size_t kStretch = 24000;
+constexpr std::size_t kStretch = 2 * 48000;
 
 // Waits until a recording has such a stretch of kStretch frames.
 template <typename Recording>
 testing::AssertionResult delivers(Recording&& recording, std::size_t channel) {
     std::vector<float> samples;
-    const bool found = eventually(
-        [&] {
-            std::this_thread::sleep_for(200ms);
-            samples = recording();
-            return longestStretch(samples, channel).size() >= kStretch;
-        },
-        8s);
+    const bool found = eventually([&] {
+        std::this_thread::sleep_for(200ms);
+        samples = recording();
+        return longestStretch(samples, channel).size() >= kStretch;
+    });
     if (found) {
         return testing::AssertionSuccess();
     }
@@ -74,7 +72,7 @@ testing::AssertionResult delivers(Recording&& recording, std::size_t channel) {
 
 bool rendersFor(const RecordingRenderer& renderer, std::int64_t frames) {
     const std::int64_t goal = renderer.frames() + frames;
-    return eventually([&] { return renderer.frames() >= goal; }, 10s);
+    return eventually([&] { return renderer.frames() >= goal; });
 }
 
 // The construction is all the time that a device has to get its answers.
@@ -169,8 +167,6 @@ TEST(PipeWireDeviceTest, PlaysBitForBitWithoutAMicrophone) {
     EXPECT_TRUE(delivers([&] { return speaker.recording(0); }, 0));
     EXPECT_TRUE(delivers([&] { return speaker.recording(1); }, 1));
     EXPECT_EQ(renderer.inputChannels(), 0U);
-    EXPECT_GE(device.outputLatency(), 0.0);
-    EXPECT_LT(device.outputLatency(), 0.5);
 }
 
 // A stereo signal reaches a speaker with one channel, too.
