@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <fstream>
 #include <map>
 
@@ -33,7 +34,7 @@ void openLibrary(AppProcess& app) {
 // Rows fade and move for a moment.
 testing::AssertionResult lists(const Names& expected) {
     Names last;
-    const bool does = eventually([&] { return (last = listed(kLibrary)) == expected; }, 5s);
+    const bool does = eventually([&] { return (last = listed(kLibrary)) == expected; });
     return (does ? testing::AssertionSuccess() : testing::AssertionFailure())
            << testing::PrintToString(last);
 }
@@ -79,12 +80,16 @@ TEST(LibraryTest, WholeRoadIsFoundAsItWasLeft) {
 
     openLibrary(*app);
     EXPECT_TRUE(lists({"vibe", kPad, "beat"}));
+    Names byLength{"beat", kPad, "vibe"}; // a busy machine is late with the presses
+    std::sort(byLength.begin(), byLength.end(), [&](const auto& a, const auto& b) {
+        return takes[a][0].size() < takes[b][0].size();
+    });
     for (const auto& [order, names] : std::vector<std::pair<std::string, Names>>{
              {"Oldest First", {"beat", kPad, "vibe"}},
              {"Name A-Z", {"beat", kPad, "vibe"}},
              {"Name Z-A", {"vibe", kPad, "beat"}},
-             {"Shortest First", {kPad, "vibe", "beat"}},
-             {"Longest First", {"beat", "vibe", kPad}},
+             {"Shortest First", byLength},
+             {"Longest First", {byLength.rbegin(), byLength.rend()}},
              {"Newest First", {"vibe", kPad, "beat"}},
          }) {
         touch(kLibrary, "Sort");
@@ -100,12 +105,14 @@ TEST(LibraryTest, WholeRoadIsFoundAsItWasLeft) {
     stage.listen();
     app->press("space");
     app->await("🎵 [PREVIEW] Started previewing: beat");
-    app->await("🎵 [PREVIEW] Preview completed", 5s);
+    app->await("🎵 [PREVIEW] Preview completed");
     stage.play(0.1);
     const Channels beat = quieter(takes["beat"]);
     const Heard heard(stage.sound(), beat);
     EXPECT_EQ(heard.phase, 0U);
-    EXPECT_EQ(heard.exact, beat[0].size());
+    EXPECT_EQ(heard.exact + heard.skipped, beat[0].size());
+    EXPECT_EQ(heard.skipped % kQuantum, 0U) << "cycles that the server lost";
+    EXPECT_LE(heard.silentAgain, heard.end + kRampFrames);
 
     app->press("F2");
     touch(kLibrary, "Rename Loop");
@@ -183,8 +190,7 @@ TEST(LibraryTest, SaveThatIsRunningWhenTheWindowClosesIsCompleted) {
     stage.endTake();
     const std::filesystem::path take = stage.newestTake();
     runProgram({"sox", "-n", "-r", "48000", "-c", "2", "-e", "float", "-b", "32", take.string(),
-                "synth", "400", "sine", "440"},
-               30s);
+                "synth", "400", "sine", "440"});
 
     stage.app->press("ctrl+s");
     stage.app->awaitWindow("Save Loop");

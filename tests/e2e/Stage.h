@@ -19,21 +19,32 @@ constexpr double kRate = 48000.0;
 constexpr std::size_t kQuantum = 1024;
 constexpr std::size_t kRampFrames = 144; // 3 ms
 
-// Frames from the start of which every channel has the consecutive marks of its own.
-std::size_t markedFrames(const Channels& samples);
+// How a sound follows its original, of which a machine that stalls may lose cycles. In their place
+// there is silence, and what is not heard is over: the sound goes on where it would be without
+// them.
+struct Course {
+    std::size_t exact = 0;   // frames equal to the original bit for bit, one after the other
+    std::size_t silent = 0;  // frames between them
+    std::size_t skipped = 0; // frames of the original that are not among them
+    std::size_t end = 0;     // behind the last of them
+    std::size_t longest = 0; // of the stretches in which nothing was lost
+};
 
-// All of it is what a microphone heard, but for that many frames, in whose place there is silence:
-// those of cycles that a busy machine has lost, as the program has told of the take.
-testing::AssertionResult isMarked(const Channels& samples, std::int64_t lost = 0);
-std::int64_t framesLost(const std::vector<std::string>& lines);
+// What a microphone that hears marks has put into a take, from the first mark on.
+struct Marked : Course {
+    explicit Marked(const Channels& take);
+
+    std::size_t first = 0;  // the first frame with a mark
+    bool isWhole = false;   // before it and at the end there is nothing but silence
+    std::int64_t mark = -1; // its number
+};
 
 // What the speaker put out from the first sound on, compared to a loop.
-struct Heard {
+struct Heard : Course {
     Heard(const Channels& sound, const Channels& loop);
 
     std::size_t first = 0;       // the first frame with sound on both sides, or behind a ramp
     std::size_t phase = 0;       // where in the loop that is
-    std::size_t exact = 0;       // from there on, frames equal to the loop bit for bit
     std::size_t silentAgain = 0; // after it, all is silence
 };
 
@@ -51,7 +62,7 @@ public:
     // and what it returned.
     std::string startAnother(const std::string& bus) const;
     std::int64_t played() const { return feeder_->frames(); }
-    std::int64_t listened() const { return listener_->frames(); }
+    std::int64_t listened() const { return listener_->frames() - heardFrom_; }
     void play(double seconds); // returns when the microphone has heard that much more
 
     // Records by two presses of Return and returns when the take plays.
@@ -63,17 +74,27 @@ public:
     std::filesystem::path newestTake() const;
     std::size_t takes() const;
     Channels sound() const; // what was heard
-    // Waits until so many passes of the loop were heard bit for bit.
+    // It is what the microphone heard, bit for bit, but for what it lost itself, and what the
+    // program has told that the take lost.
+    testing::AssertionResult isPlayed(const Channels& take) const;
+    // Waits until so many passes of the loop were heard bit for bit, but for what the program has
+    // told that was lost, two seconds of them without any loss. The loop keeps the time of the
+    // graph's clock.
     testing::AssertionResult hears(const Channels& loop, double passes) const;
+    // Whether anybody reads what the program tells; otherwise it loses whole cycles.
+    bool isTold = true;
 
     PrivatePipeWire& server() { return server_; }
 
 private:
+    std::size_t framesTold(const std::string& what, const std::string& since) const;
+
     std::optional<VirtualDisplay> display_{std::in_place};
     TemporaryFolder home_;
     PrivatePipeWire server_{{"--quantum", std::to_string(kQuantum)}};
     std::optional<GraphProbe> feeder_;
     std::optional<GraphProbe> listener_;
+    std::int64_t heardFrom_ = 0; // the first frame of the listener's that counts
 
 public:
     std::optional<AppProcess> app; // ends first
