@@ -70,10 +70,7 @@ build_release() {
 # run_tests PRESET [REALTIME-JOBS]
 run_tests() {
     run_labelled "$1" other -LE realtime -j "$jobs"
-    # On a sound server every sample counts, and a machine that stalls for longer than a
-    # cycle loses some that no program of ours could save. Such a test may fail once; the
-    # log shows that it did.
-    run_labelled "$1" realtime -L realtime -j "${2:-1}" --repeat until-pass:2
+    run_labelled "$1" realtime -L realtime -j "${2:-1}"
 }
 
 # A test that did not run has shown nothing, so it counts as failed.
