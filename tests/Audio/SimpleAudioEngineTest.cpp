@@ -13,47 +13,40 @@ namespace {
 
 const std::string kTag = "🎛️ [ENGINE] ";
 
-// The lines of a construction with what is particular to the input in their middle.
-Lines constructed(const AudioFormat& input, const Lines& middle) {
-    const AudioFormat tap(input.sampleRate(), std::min(input.channelCount(), 2U));
-    Lines lines{"Audio session setup for macOS (automatic)",
-                kTag + "Input format: " + input.description(),
-                kTag + "Output format: " + AudioFormat(48000.0, 2).description()};
-    lines.insert(lines.end(), middle.begin(), middle.end());
-    for (const std::string& line :
-         {"Starting with input format: " + input.description(),
-          "Input format settings: " + input.settings().description(),
-          std::string("Enabling level monitoring"), std::string("Enabling level monitoring"),
-          "Installing unified tap with format: " + tap.description(),
-          std::string("Audio engine setup completed")}) {
-        lines.push_back(kTag + line);
-    }
-    return lines;
-}
-
 } // namespace
 
 TEST(SimpleAudioEngineTest, SaysWhatItConnects) {
+    const auto expect = [](std::uint32_t channels, double rate, const Lines& ofThisInput) {
+        EngineRig rig(formats(channels, rate));
+        const AudioFormat input(rate, channels);
+        Lines lines{"Audio session setup for macOS (automatic)",
+                    kTag + "Input format: " + input.description(),
+                    kTag + "Output format: " + AudioFormat(48000.0, 2).description()};
+        lines.insert(lines.end(), ofThisInput.begin(), ofThisInput.end());
+        const std::string tap = AudioFormat(rate, std::min(channels, 2U)).description();
+        lines.insert(lines.end(),
+                     {kTag + "Starting with input format: " + input.description(),
+                      kTag + "Input format settings: " + input.settings().description(),
+                      kTag + "Enabling level monitoring", kTag + "Enabling level monitoring",
+                      kTag + "Installing unified tap with format: " + tap,
+                      kTag + "Audio engine setup completed"});
+        EXPECT_EQ(rig.lines.take(), lines);
+    };
     const std::string direct = kTag + "Channel count OK - direct connection";
     for (const std::uint32_t channels : {0U, 1U, 2U}) {
-        EngineRig rig(formats(channels));
-        EXPECT_EQ(rig.lines.take(), constructed(AudioFormat(48000.0, channels), {direct}));
+        expect(channels, 48000.0, {direct});
     }
-    const std::string stereo = AudioFormat(48000.0, 2).description();
     for (const std::uint32_t channels : {3U, 8U}) {
-        EngineRig rig(formats(channels));
-        const std::string count = std::to_string(channels) + " channels";
-        const Lines middle{kTag + "High channel count detected: " + count,
-                           kTag + "Using selective channel approach to avoid frame size errors",
-                           kTag + "Using stereo input format: " + stereo};
-        EXPECT_EQ(rig.lines.take(), constructed(AudioFormat(48000.0, channels), middle));
+        expect(channels, 48000.0,
+               {kTag + "High channel count detected: " + std::to_string(channels) + " channels",
+                kTag + "Using selective channel approach to avoid frame size errors",
+                kTag + "Using stereo input format: " + AudioFormat(48000.0, 2).description()});
     }
-    EngineRig slower(formats(2, 44100.0));
-    const Lines mismatch{"🚨 [ENGINE] SAMPLE RATE MISMATCH DETECTED!",
-                         "🚨 [ENGINE] Input: 44100.0Hz, Output: 48000.0Hz",
-                         "🚨 [ENGINE] This will cause performance issues and frame size errors",
-                         kTag + "Attempting to use preferred sample rate: 48000.0Hz", direct};
-    EXPECT_EQ(slower.lines.take(), constructed(AudioFormat(44100.0, 2), mismatch));
+    expect(2, 44100.0,
+           {"🚨 [ENGINE] SAMPLE RATE MISMATCH DETECTED!",
+            "🚨 [ENGINE] Input: 44100.0Hz, Output: 48000.0Hz",
+            "🚨 [ENGINE] This will cause performance issues and frame size errors",
+            kTag + "Attempting to use preferred sample rate: 48000.0Hz", direct});
     EngineRig nameless(formats(4, 0.0));
     EXPECT_EQ(nameless.lines.take().back(), "❌ [ENGINE] Failed to create stereo input format");
 }
