@@ -45,8 +45,7 @@ refresh_copy() {
 # QML is not compiled ahead of time here: the program does the same without it, and it takes long.
 configure() {
     (cd "$tree" && cmake --preset release -DTESSIVO_BENCHMARKS=OFF -DBUILD_TESTING=ON \
-        -DTESSIVO_QML_OPTIONS=NO_CACHEGEN \
-        -DCMAKE_EXE_LINKER_FLAGS="$(command -v mold >/dev/null && echo -fuse-ld=mold)")
+        -DTESSIVO_QML_OPTIONS=NO_CACHEGEN)
 }
 
 # build LOG [TARGET...]

@@ -9,6 +9,7 @@
 #include <sstream>
 #include <thread>
 #include <unistd.h>
+#include <utility>
 
 using namespace tessivo;
 using namespace tessivo::test;
@@ -113,6 +114,14 @@ TEST(LineWriterTest, StuckReaderCostsLinesOnlyAndTheirNumberIsSaidInTheirPlace) 
         EXPECT_EQ(lines[i], std::to_string(i) + filler);
     }
     EXPECT_EQ(lines[kept], std::to_string(100 - kept) + " diagnostic lines were lost");
+}
+
+TEST(LineWriterTest, ReaderThatHasGoneEndsNothing) {
+    Pipe pipe;
+    LineWriter writer(pipe.ends[1]);
+    ::close(std::exchange(pipe.ends[0], -1));
+    writer.add("for nobody");
+    EXPECT_TRUE(writer.flush(kLong));
 }
 
 TEST(LogLineTest, ProcessEndsWithItsLinesWrittenOrSoon) {

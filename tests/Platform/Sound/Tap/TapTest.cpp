@@ -199,6 +199,11 @@ TEST(TapTest, HoleIsSilenceOfTheSameLengthAndToldAsOne) {
             "⚠️ Sound was interrupted: 5256 frames (110 ms) of the input "
             "were lost, 480 frames (10 ms) came too late for the speaker",
             "The take has gaps: 5256 frames of the input were lost and replaced by silence"}));
+    rig.device->loseOutput(48);
+    rig.play(256);
+    rig.input.setMeter(0, {});
+    EXPECT_EQ(rig.lines.back(),
+              "⚠️ Sound was interrupted: 48 frames (1 ms) came too late for the speaker");
 }
 
 TEST(TapTest, SilentServerAndUnusedHoldCostNothing) {
