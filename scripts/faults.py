@@ -114,7 +114,8 @@ def faults_in(path, theme, icons, rng):
     for match in NUMBER.finditer(code):
         if not PURE.match(code, match.start() - 2):
             number = float(match.group().replace("'", ""))
-            other = "1" if number == 0 else "(2 * " + match.group()
+            one = "1.0" if "." in match.group() else "1"
+            other = one if number == 0 else "(2 * " + match.group()
             # A unit or a type belongs to the number.
             end = match.end() + len(re.match(r"[A-Za-z_]*", code[match.end():]).group())
             unit = text[match.end():end]

@@ -32,14 +32,14 @@ PATH+=:/usr/lib/qt6/bin
 # A fault in a loop does not fill the disk or the memory.
 ulimit -f $((16 << 20)) -v $((8 << 20))
 
-# Brings the copy up to date, and takes out what an interrupted run left in it. What is equal
-# keeps its time, and is not built again.
+# Brings the copy up to date, and takes out what an interrupted run left in it.
 refresh_copy() {
     local file
     mkdir -p "$tree" "$work/home"
     while read -r -d '' file; do
-        [[ ! -f $file ]] || cmp -s "$file" "$tree/$file" || cp --parents "$file" "$tree"
+        [[ ! $file -nt $tree/$file ]] || cp --parents "$file" "$tree"
     done < <(git ls-files -z --cached --others --exclude-standard)
+    [[ ! -f $work/planted ]] || take_out "$(<"$work/planted")"
 }
 
 # QML is not compiled ahead of time here: the program does the same without it, and it takes long.
@@ -104,10 +104,16 @@ folders_for() {
     esac
 }
 
+take_out() {
+    cp "$1" "$tree/$1"
+    rm -f "$work/planted"
+}
+
 # try LOG FAULT...: plants the fault, and prints what came of it.
 try() {
     local log=$1 file=$3 folder verdict=survived
     shift
+    printf '%s\n' "$file" >"$work/planted"
     (cd "$tree" && "$TESSIVO_ROOT/scripts/faults.py" plant "$@") >>"$log" 2>&1 || verdict=gone
     if [[ $file == *.qml ]] && ! qmlformat "$tree/$file" >/dev/null 2>>"$log"; then
         verdict=refused
@@ -124,7 +130,7 @@ try() {
             fi
         done
     fi
-    cp "$file" "$tree/$file"
+    take_out "$file"
     printf '%s\n' "$verdict"
 }
 
