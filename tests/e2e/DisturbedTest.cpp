@@ -28,8 +28,8 @@ TEST(DisturbedTest, KilledServerCostsNeitherTheTakeNorTheLoop) {
     stage.app->press("Return");
     stage.app->await("Playback started with looping");
     // As played, and then without a microphone.
-    const Marked disturbed(readFile(stage.newestTake()));
-    EXPECT_TRUE(disturbed.isWhole) << disturbed.end;
+    const Heard disturbed(readFile(stage.newestTake()), allMarks());
+    EXPECT_EQ(disturbed.end, disturbed.silentAgain);
     EXPECT_GE(static_cast<double>(disturbed.end), 0.7 * kRate);
     stage.app->press("space");
     stage.app->await("Playback stopped");

@@ -12,6 +12,18 @@ namespace {
 
 using namespace std::chrono_literals;
 
+// Plays a note that nothing belongs to until it is heard: the first cycles after a link are lost.
+void tryOut(MidiSender& keys, const AppProcess& app) {
+    const auto heard = [&] {
+        return app.count("Unmapped MIDI note: 90");
+    };
+    const bool isHeard = eventually([&, before = heard()] {
+        keys.play(90);
+        return eventually([&] { return heard() > before; }, 500ms);
+    });
+    EXPECT_TRUE(isHeard);
+}
+
 TEST(MidiTest, FilePlayedByAnOrdinaryPlayerMakesALoopAndClearsIt) {
     Stage stage;
     stage.feed();
@@ -34,13 +46,11 @@ TEST(MidiTest, FilePlayedByAnOrdinaryPlayerMakesALoopAndClearsIt) {
     ASSERT_EQ(stage.takes(), 1U);
     const Channels take = readFile(stage.newestTake());
     EXPECT_TRUE(stage.isPlayed(take));
-    // The player is none that is in time on a busy machine: a cycle that it misses makes its song
-    // so much longer.
-    const auto lateness = [](std::size_t frames, double seconds) {
-        return std::remainder(static_cast<double>(frames) - seconds * kRate, kQuantum);
-    };
-    EXPECT_GE(take[0].size(), 1.499 * kRate);
-    EXPECT_NEAR(lateness(take[0].size(), 1.5), 0, 48);
+    // A cycle that the player misses, which is not in time on a busy machine, makes its song
+    // longer.
+    const double late = static_cast<double>(take[0].size()) - 1.5 * kRate;
+    EXPECT_GE(late, -48);
+    EXPECT_NEAR(std::remainder(late, kQuantum), 0, 48);
     EXPECT_EQ(app.count("Playback"), 0U);
     app.await("🎬 MIDI triggered: Play");
     EXPECT_TRUE(stage.hears(take, 2));
@@ -62,6 +72,7 @@ TEST(MidiTest, NotesWorkUnderASheetAndAgainAfterTheServerWasKilled) {
     stage.start();
     AppProcess& app = *stage.app;
     app.await("✅ Connected to MIDI device: keys");
+    tryOut(*keys, app);
     keys->play(80);
     app.await("isRecording = true");
     stage.play(0.4);
@@ -86,6 +97,7 @@ TEST(MidiTest, NotesWorkUnderASheetAndAgainAfterTheServerWasKilled) {
     EXPECT_TRUE(app.answers());
     stage.server().restart();
     keys.emplace();
+    tryOut(*keys, app);
     keys->play(0);
     app.await("🎬 MIDI triggered: Play");
     stage.listen();
@@ -106,9 +118,10 @@ TEST(MidiTest, NotesWorkUnderASheetAndAgainAfterTheServerWasKilled) {
 TEST(MidiTest, SavedMappingIsTheNextProgramsAndAnUnsavedOneIsNot) {
     Stage stage;
     MidiSender keys;
-    const auto start = [&stage] {
+    const auto start = [&] {
         stage.start(kReadable);
         stage.app->await("✅ Connected to MIDI device: keys");
+        tryOut(keys, *stage.app);
     };
     const auto learn = [&](const std::string& command, std::uint8_t note, const std::string& name) {
         touch("Tessivo", "MIDI Settings");

@@ -17,110 +17,69 @@ constexpr std::int64_t kSettlingCycles = 4;
 // A machine that stalls now and then does not do so all the time.
 constexpr std::size_t kUnbroken = 2 * 48000;
 
-// Follows the sound from that frame on. The original is a function of channel and place, and
-// ahead() tells how far behind a place it has a sample, if it has it.
-template <typename Original, typename Ahead>
-Course follow(const Channels& sound, std::size_t first, Original original, Ahead ahead) {
-    Course course{.end = first};
-    std::size_t place = 0;
-    std::size_t stretch = 0;
-    for (std::size_t at = first; at < sound[0].size(); ++at) {
-        const auto isAt = [&](std::size_t there) {
-            return sound[0][at] == original(0, there) && sound[1][at] == original(1, there);
-        };
-        if (!isAt(place)) {
-            if (sound[0][at] == 0.0F && sound[1][at] == 0.0F) {
-                continue;
-            }
-            const std::optional<std::size_t> skipped = ahead(place, sound[0][at]);
-            if (!skipped || !isAt(place + *skipped)) {
-                break;
-            }
-            course.skipped += *skipped;
-            place += *skipped;
-            stretch = 0;
-        }
-        course.silent += at - course.end;
-        course.end = at + 1;
-        ++course.exact;
-        ++place;
-        course.longest = std::max(course.longest, ++stretch);
-    }
-    return course;
-}
-
 } // namespace
 
-Marked::Marked(const Channels& take) {
-    const auto isSilent = [](float sample) {
-        return sample == 0.0F;
-    };
-    const std::vector<float>& left = take[0];
-    const auto begin = std::find_if_not(left.begin(), left.end(), isSilent);
-    if (take.size() != 2 || begin == left.end() || !Mark::isExact(*begin)) {
-        return;
-    }
-    first = static_cast<std::size_t>(begin - left.begin());
-    mark = Mark::frame(*begin);
-    const auto markAt = [this](std::size_t place) {
-        return mark + static_cast<std::int64_t>(place);
-    };
-    static_cast<Course&>(*this) = follow(
-        take, first,
-        [&](std::size_t channel, std::size_t place) {
-            return Mark::sample(channel, markAt(place));
-        },
-        [&](std::size_t place, float sample) {
-            const std::int64_t ahead = Mark::frame(sample) - markAt(place) % Mark::kFrames;
-            return Mark::isExact(sample) ? std::optional(static_cast<std::size_t>(
-                                               (ahead + Mark::kFrames) % Mark::kFrames))
-                                         : std::nullopt;
-        });
-    isWhole = std::all_of(take.begin(), take.end(), [&](const std::vector<float>& channel) {
-        const auto at = [&](std::size_t frame) {
-            return channel.begin() + static_cast<std::ptrdiff_t>(frame);
-        };
-        return std::all_of(channel.begin(), at(first), isSilent) &&
-               std::all_of(at(end), channel.end(), isSilent);
-    });
+const Channels& allMarks() {
+    static const Channels marks = [] {
+        Channels both(2);
+        for (std::int64_t frame = 0; frame < Mark::kFrames; ++frame) {
+            both[0].push_back(Mark::sample(0, frame));
+            both[1].push_back(Mark::sample(1, frame));
+        }
+        return both;
+    }();
+    return marks;
 }
 
-Heard::Heard(const Channels& sound, const Channels& loop) {
-    const std::size_t length = loop[0].size();
+Heard::Heard(const Channels& sound, const Channels& original) {
+    const std::size_t length = original[0].size();
     const std::size_t frames = sound[0].size();
     // One ear may be linked a cycle before the other.
     while (first < frames && (sound[0][first] == 0.0F || sound[1][first] == 0.0F)) {
         ++first;
     }
+    end = silentAgain = first;
     if (first == frames) {
-        silentAgain = first;
         return;
     }
-    const auto placeOf = [&](float sample) {
-        return static_cast<std::size_t>(std::find(loop[0].begin(), loop[0].end(), sample) -
-                                        loop[0].begin());
-    };
-    const auto find = [&] {
-        return placeOf(sound[0][first]);
+    const auto find = [&](std::size_t frame) {
+        const std::vector<float>& left = original[0];
+        return static_cast<std::size_t>(std::find(left.begin(), left.end(), sound[0][frame]) -
+                                        left.begin());
     };
     const std::size_t ramp = first + kRampFrames;
-    for (phase = find(); phase == length && first < std::min(ramp, frames - 1); phase = find()) {
+    while ((phase = find(first)) == length && first < std::min(ramp, frames - 1)) {
         ++first;
     }
-    static_cast<Course&>(*this) = follow(
-        sound, first,
-        [&](std::size_t channel, std::size_t place) {
-            return loop[channel][(phase + place) % length];
-        },
-        [&](std::size_t place, float sample) {
-            const std::size_t there = placeOf(sample);
-            return there < length
-                       ? std::optional((there + length - (phase + place) % length) % length)
-                       : std::nullopt;
-        });
     silentAgain = frames;
     while (sound[0][silentAgain - 1] == 0.0F && sound[1][silentAgain - 1] == 0.0F) {
         --silentAgain;
+    }
+    end = first;
+    std::size_t place = phase;
+    std::size_t stretch = 0;
+    for (std::size_t at = first; at < silentAgain; ++at) {
+        const auto isAt = [&](std::size_t there) {
+            return there < length && sound[0][at] == original[0][there] &&
+                   sound[1][at] == original[1][there];
+        };
+        if (!isAt(place)) {
+            stretch = 0;
+            if (sound[0][at] == 0.0F && sound[1][at] == 0.0F) {
+                continue;
+            }
+            const std::size_t there = find(at);
+            if (!isAt(there)) {
+                break;
+            }
+            skipped += (there + length - place) % length;
+            place = there;
+        }
+        silent += at - end;
+        end = at + 1;
+        ++exact;
+        longest = std::max(longest, ++stretch);
+        place = (place + 1) % length;
     }
 }
 
@@ -225,25 +184,25 @@ std::size_t Stage::framesTold(const std::string& what, const std::string& since)
 }
 
 testing::AssertionResult Stage::isPlayed(const Channels& take) const {
-    const Marked marked(take);
-    // A frame's number from its mark, which comes again.
-    const auto clockOf = [&](std::int64_t mark) {
-        return feeder_->clockOf(played() - 1 - (played() - 1 - mark) % Mark::kFrames).position;
+    const Heard heard(take, allMarks());
+    // The number of a frame from its mark, which comes again, and the frames that were lost up to
+    // it.
+    const auto lostUpTo = [&](std::size_t mark) {
+        const std::int64_t last = played() - 1;
+        const std::int64_t frame = last - (last - static_cast<std::int64_t>(mark)) % Mark::kFrames;
+        return feeder_->clockOf(frame).position - frame;
     };
-    const std::size_t skipped = marked.skipped + take[0].size() - marked.end + marked.first;
-    const auto passed = static_cast<std::int64_t>(marked.exact + marked.skipped);
-    const bool isTakeOfMarks = marked.isWhole && marked.mark >= 0;
-    const std::int64_t lostByFeeder =
-        isTakeOfMarks ? clockOf(marked.mark + passed - 1) - clockOf(marked.mark) - passed + 1 : 0;
+    const std::int64_t lost =
+        lostUpTo(heard.phase + heard.exact + heard.skipped - 1) - lostUpTo(heard.phase);
+    const std::size_t missing = heard.first + heard.skipped + take[0].size() - heard.end;
     const std::size_t told = framesTold("The take has gaps", "isRecording = true");
-    if (isTakeOfMarks && (isTold ? skipped == told : skipped % kQuantum == 0) &&
-        marked.silent == marked.skipped + static_cast<std::size_t>(lostByFeeder)) {
-        return testing::AssertionSuccess();
-    }
-    return testing::AssertionFailure()
-           << take.size() << " channels, " << marked.exact << " of " << take[0].size()
-           << " frames are as played, " << marked.silent << " are silent among them; " << skipped
-           << " were played in vain, " << told << " told, " << lostByFeeder
+    return (heard.exact > 0 && heard.end == heard.silentAgain &&
+                    (isTold ? missing == told : missing % kQuantum == 0) &&
+                    heard.silent == heard.skipped + static_cast<std::size_t>(lost)
+                ? testing::AssertionSuccess()
+                : testing::AssertionFailure())
+           << heard.exact << " of " << take[0].size() << " frames are as played, " << heard.silent
+           << " silent among them; " << missing << " are missing, " << told << " told, " << lost
            << " lost by the microphone";
 }
 

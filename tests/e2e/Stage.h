@@ -19,34 +19,24 @@ constexpr double kRate = 48000.0;
 constexpr std::size_t kQuantum = 1024;
 constexpr std::size_t kRampFrames = 144; // 3 ms
 
-// How a sound follows its original, of which a machine that stalls may lose cycles. In their place
-// there is silence, and what is not heard is over: the sound goes on where it would be without
-// them.
-struct Course {
-    std::size_t exact = 0;   // frames equal to the original bit for bit, one after the other
-    std::size_t silent = 0;  // frames between them
-    std::size_t skipped = 0; // frames of the original that are not among them
-    std::size_t end = 0;     // behind the last of them
-    std::size_t longest = 0; // of the stretches in which nothing was lost
-};
-
-// What a microphone that hears marks has put into a take, from the first mark on.
-struct Marked : Course {
-    explicit Marked(const Channels& take);
-
-    std::size_t first = 0;  // the first frame with a mark
-    bool isWhole = false;   // before it and at the end there is nothing but silence
-    std::int64_t mark = -1; // its number
-};
-
-// What the speaker put out from the first sound on, compared to a loop.
-struct Heard : Course {
-    Heard(const Channels& sound, const Channels& loop);
+// What was heard or recorded from the first sound on, compared to an original that may come again
+// and again. Of it a machine that stalls may lose cycles: in their place there is silence, and what
+// is not heard is over, so that the sound goes on where it would be without them.
+struct Heard {
+    Heard(const Channels& sound, const Channels& original);
 
     std::size_t first = 0;       // the first frame with sound on both sides, or behind a ramp
-    std::size_t phase = 0;       // where in the loop that is
+    std::size_t phase = 0;       // where in the original that is
+    std::size_t exact = 0;       // from there on, frames equal to it bit for bit, in its order
+    std::size_t longest = 0;     // of these at once, without any loss
+    std::size_t silent = 0;      // frames between them
+    std::size_t skipped = 0;     // frames of the original that are not among them
+    std::size_t end = 0;         // behind the last of them
     std::size_t silentAgain = 0; // after it, all is silence
 };
+
+// What a feeder sends.
+const Channels& allMarks();
 
 // A player with an instrument: display, sound server, the application, a microphone that hears
 // marks and ears at the speaker.
