@@ -32,7 +32,7 @@ SheetTestCase {
         activate(window);
         sheet = Qt.binding(() => window.librarySheet);
         keyClick(Qt.Key_O, Qt.ControlModifier);
-        tryVerify(() => sheet && sheet.active && !viewModel.isLoading);
+        tryVerify(() => takesKeys(sheet) && !viewModel.isLoading);
         waitForRendering(sheet.contentItem);
     }
     // What the row offers at this moment.

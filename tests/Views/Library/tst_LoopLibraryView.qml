@@ -1,6 +1,5 @@
 import QtQuick
 import Tessivo
-import Tessivo.Style
 import TessivoTest
 
 // The sheet over the real window, with the real model, library and disk.

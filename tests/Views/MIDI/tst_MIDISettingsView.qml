@@ -35,7 +35,7 @@ SheetTestCase {
     function open() {
         activate(window);
         mouseClick(find(window.header, "MIDI Settings"));
-        tryVerify(() => sheet && sheet.active);
+        tryVerify(() => takesKeys(sheet));
         flashes = [];
         manager.lastTriggeredActionChanged.connect(noteFlash);
     }
@@ -239,7 +239,7 @@ SheetTestCase {
             const y = stop.mapToItem(null, 0, 0).y;
             verify(y >= 0 && y + stop.height <= sheet.height, name + " at " + y);
             if (name === endless)
-                tryVerify(() => shows(sheet.contentItem.parent, endless), 3000, "in full");
+                tryVerify(() => shows(sheet.contentItem.parent, endless), "in full");
         }
         item("Learn Play").forceActiveFocus(Qt.BacktabFocusReason);
         keyClick(Qt.Key_Space);

@@ -22,7 +22,7 @@ SheetTestCase {
     function open() {
         activate(window);
         keyClick(Qt.Key_S, Qt.ControlModifier);
-        tryVerify(() => sheet && sheet.active);
+        tryVerify(() => takesKeys(sheet));
     }
     function field() {
         return item("Loop Name:");
