@@ -1,7 +1,6 @@
 import QtQuick
 import QtTest
 import Tessivo
-import Tessivo.Style
 import TessivoTest
 
 Item {
@@ -39,24 +38,12 @@ Item {
             scene.calls = 0;
         }
 
-        function test_status() {
-            const rows = [
-                [() => state.stop(false), "Press Record", Theme.primaryText, Theme.gray],
-                [() => state.record(), "Recording...", Theme.red, Theme.red],
-                [() => state.play(), "Playing Loop", Theme.green, Theme.green],
-                [() => state.stop(true), "Paused", Theme.primaryText, Theme.gray]
-            ];
-            for (const [enter, text, colour, background] of rows) {
-                enter();
-                const label = find(status, text);
-                verify(label, text);
-                appearances.target = label;
-                verify(Qt.colorEqual(label.color, colour), text);
-                verify(Qt.colorEqual(status.color, Qt.alpha(background, 0.2)), text);
-            }
+        function test_a_screen_reader_says_the_status() {
+            state.stop(false);
+            appearances.target = find(status, "Press Record");
             appearances.clear();
             state.record();
-            compare(appearances.count, 2, "a screen reader says it");
+            compare(appearances.count, 2);
             verify(find(status, "Recording...").visible);
         }
 
@@ -75,17 +62,6 @@ Item {
             const actions = Machine.doAllActions(toggle);
             verify(actions.length > 0);
             compare(scene.calls, 3 + actions.length, "once for each of " + actions);
-        }
-
-        function test_the_icon_tells_the_value() {
-            monitoring.isMonitoringEnabled = false;
-            const off = grabImage(monitoring);
-            monitoring.isMonitoringEnabled = true;
-            const on = grabImage(monitoring);
-            verify(!on.equals(off));
-            const dots = Array.from({ length: 20 * 16 }, (_, i) => on.pixel(i % 20, i / 20));
-            const reds = dots.filter(dot => Qt.colorEqual(dot, Theme.red)).length;
-            verify(reds > 30, "a speaker in red, not " + reds + " dots");
         }
     }
 }
