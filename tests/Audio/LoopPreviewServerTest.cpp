@@ -14,10 +14,15 @@ TEST(LoopPreviewServerTest, SoundsBesideTheLooperWithoutAnInputAndOutlivesTheSer
     const auto becomesHeard = [&](float level) {
         const GraphProbe listener("listener", 0, 1);
         server.link("speaker:monitor_FL", "listener:in_0");
-        return runUntil([&] {
+        float last = 0.0F;
+        const bool isHeard = runUntil([&] {
             const auto heard = listener.recording(0);
-            return !heard.empty() && std::abs(heard.back() - level) < 1e-3F;
+            last = heard.empty() ? 0.0F : heard.back();
+            return std::abs(last - level) < 1e-3F;
         });
+        return (isHeard ? testing::AssertionSuccess() : testing::AssertionFailure())
+               << last << '\n'
+               << server.links();
     };
     const LibraryRig library;
     const SavedLoop loop = library.loop("loop", 0);

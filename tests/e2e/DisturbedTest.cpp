@@ -47,9 +47,7 @@ TEST(DisturbedTest, KilledServerCostsNeitherTheTakeNorTheLoop) {
     const auto back = Clock::now();
     stage.listen();
     EXPECT_TRUE(stage.hears(take, 0.01));
-    const auto silence = std::chrono::duration_cast<std::chrono::milliseconds>(Clock::now() - back);
-    RecordProperty("silence_after_devices_ms", std::to_string(silence.count()));
-    EXPECT_LT(silence, 2s);
+    EXPECT_LT(Clock::now() - back, 2s);
     EXPECT_TRUE(stage.hears(take, 3));
 }
 
