@@ -1,4 +1,3 @@
-#include "Pictures.h"
 #include "TestDoubles.h"
 #include "ViewModels/Main/Language.h"
 #include "ViewModels/Main/TimedApplication.h"
