@@ -149,8 +149,8 @@ public:
         device_->changeFormats(formats);
     }
 
-    Q_INVOKABLE void playIn(float sample) {
-        device_->turn(4096, test::Channels(2, std::vector(4096, sample)));
+    Q_INVOKABLE void playIn(float sample, uint frames = 4096) {
+        device_->turn(frames, test::Channels(2, std::vector(frames, sample)));
     }
 
     Q_INVOKABLE void setDark(bool dark) {

@@ -8,241 +8,182 @@ import TessivoTest
 SheetTestCase {
     id: root
 
-    // Each opens a window in a state and returns what tells the window.
+    // Each opens a window in a state and returns what tells it.
     readonly property var states: ({
         "main": () => opened(),
-        "main-focus": () => {
-            for (let i = 0; i < 3; ++i)
-                keyClick(Qt.Key_Tab);
-            return opened();
-        },
-        "main-pressed": () => {
-            mousePress(part("Record"));
-            return opened();
-        },
-        "main-tip": () => {
+        "main-focus": () => opened(() => [1, 2, 3].forEach(() => keyClick(Qt.Key_Tab))),
+        "main-pressed": () => opened(() => mousePress(part("Record"))),
+        "main-tip": () => opened(() => {
             mouseMove(part("Stop"));
-            tryVerify(() => shows(window.contentItem.parent, "Stop [Space]"), 3000);
-            return opened();
-        },
-        "main-menu": () => {
-            mouseClick(find(window.header, "Library"), 5, 5, Qt.RightButton);
-            return opened();
-        },
-        "main-notice": () => {
+            tryVerify(() => shows(window.contentItem.parent, "Stop [Space]"));
+        }),
+        "main-menu": () => opened(() => mouseClick(part("Library"), 5, 5, Qt.RightButton)),
+        "main-notice": () => opened(() => {
             Machine.plugMicrophone(false);
             tryVerify(() => window.viewModel.notices.text !== "");
-            return opened();
-        },
-        "main-controller": () => {
+        }),
+        "main-controller": () => opened(() => {
             Controllers.plugIn("Keys");
             tryVerify(() => window.viewModel.notices.button !== "");
-            return opened();
-        },
-        "main-recording": () => {
-            mouseClick(part("Record"));
-            hear(0.1);
-            return opened();
-        },
+        }),
+        "main-recording": () => hearing(0.1, () => mouseClick(part("Record"))),
         "main-paused": () => {
             Disk.playIn(window.viewModel);
-            mouseClick(part("Input Monitor"));
-            tryVerify(() => window.loopState.inputMonitoringEnabled);
-            hear(0.75);
+            const hears = hearing(0.75, () => mouseClick(part("Input Monitor")));
             const meter = part("Input level");
             return () => {
                 meter.showPeak();
-                return window;
+                return hears();
             };
         },
-        "main-playing": () => {
+        "main-playing": () => hearing(0.001, () => {
             Disk.playIn(window.viewModel);
             mouseClick(part("Play"));
             tryVerify(() => window.viewModel.time.text === "00:00 / 01:15");
-            return opened();
-        },
-        "main-waiting": () => {
+        }),
+        "main-waiting": () => opened(() => {
             Disk.playIn(window.viewModel);
             Disk.hold();
             mouseClick(part("Play"));
             tryVerify(() => part("Waiting for the disk...").visible);
-            return opened();
-        },
+        }),
         "save": () => openSave("riff"),
         "save-empty": () => openSave(""),
         "save-running": () => {
             Disk.holdSaves();
-            openSave("riff");
-            window.saveSheet.saveLoop();
-            return () => window.saveSheet;
+            return openSave("riff", sheet => sheet.saveLoop());
         },
-        "save-alert": () => {
-            const sheet = openSave("");
-            sheet().saveLoop();
-            return sheet;
-        },
-        "library": () => openLibrary("Beat", "<b>Pad</b> &amp;\nC", "\u05e9\u05dc\u05d5\u05dd ".repeat(9),
-            "\u0928\u092e\u0938\u094d\u0924\u0947 \u0930\u093f\u092b\u093c", "W".repeat(60)),
-        "library-empty": () => openLibrary(),
+        "save-alert": () => openSave("", sheet => sheet.saveLoop()),
+        "library": () => openLibrary(["Beat", "<b>Pad</b> &amp;\nC", "\u05e9\u05dc\u05d5\u05dd ".repeat(9),
+            "\u0928\u092e\u0938\u094d\u0924\u0947 \u0930\u093f\u092b\u093c", "W".repeat(60)]),
+        "library-empty": () => openLibrary([]),
         "library-loading": () => {
             Disk.hold();
             window.loopState.showingLoopLibrary = true;
             return () => window.librarySheet;
         },
-        "library-none-found": () => {
-            const library = openLibrary("Beat", "Vibe");
-            library().viewModel.searchText = "x";
-            return library;
-        },
-        "library-hover": () => {
-            const library = openLibrary("Beat", "Vibe");
-            mouseMove(rows()[1], 100, 20);
-            return library;
-        },
-        "library-current": () => {
-            const library = openLibrary("Beat", "Vibe");
-            activate(library());
+        "library-none-found": () => openLibrary(two, sheet => sheet.viewModel.searchText = "x"),
+        "library-hover": () => openLibrary(two, () => mouseMove(rows()[1], 100, 20)),
+        "library-current": () => openLibrary(two, sheet => {
+            activate(sheet);
             keyClick(Qt.Key_Down);
-            library().viewModel.previewLoop(rows()[0].loop);
-            return library;
-        },
-        "library-sort": () => {
-            const library = openLibrary("Beat");
-            mouseClick(part("Sort", library()));
-            return library;
-        },
-        "library-menu": () => {
-            const library = openLibrary("Beat", "Vibe");
-            mouseClick(rows()[0], 100, 20, Qt.RightButton);
-            return library;
-        },
-        "library-rename": () => openFromRow("rename"),
-        "library-rename-empty": () => {
-            const library = openFromRow("rename");
-            library().viewModel.newLoopName = "";
-            return library;
-        },
-        "library-delete": () => openFromRow("deleteLoop"),
-        "library-error": () => {
-            const library = openFromRow("deleteLoop");
-            Disk.removeFileOf(0);
-            mouseClick(part("Delete", library()));
-            tryVerify(() => library().viewModel.showingError);
-            return library;
-        },
-        "library-drop": () => openDrop(),
-        "library-import": () => {
-            const library = openDrop();
+            sheet.viewModel.previewLoop(rows()[0].loop);
+        }),
+        "library-sort": () => openLibrary(one, sheet => mouseClick(part("Sort", sheet))),
+        "library-menu": () => openLibrary(two, () => mouseClick(rows()[0], 100, 20, Qt.RightButton)),
+        "library-rename": () => openLibrary(one, () => rows()[0].rename()),
+        "library-rename-empty": () => openLibrary(one, sheet => {
+            rows()[0].rename();
+            sheet.viewModel.newLoopName = "";
+        }),
+        "library-delete": () => openLibrary(one, () => rows()[0].deleteLoop()),
+        "library-error": () => openLibrary(one, sheet => {
+            sheet.viewModel.errorMessage = "It is\nso.";
+            sheet.viewModel.showingError = true;
+        }),
+        "library-drop": () => openLibrary(one, dragFile),
+        "library-import": () => openLibrary(one, sheet => {
+            dragFile(sheet);
             Disk.hold();
-            Machine.drop(library(), dropPlace);
-            tryVerify(() => shown("Importing link.wav", library()));
-            return library;
-        },
-        "library-import-failed": () => {
-            const library = openLibrary("Beat");
-            library().loopImport.importFiles(["http://host/a.wav"]);
-            tryVerify(() => library().loopImport.report !== "");
-            return library;
-        },
+            Machine.drop(sheet, dropPlace);
+            tryVerify(() => shown("Importing link.wav", sheet));
+        }),
+        "library-import-failed": () => openLibrary(one, sheet => {
+            sheet.loopImport.importFiles(["http://host/a.wav"]);
+            tryVerify(() => sheet.loopImport.report !== "");
+        }),
         "export": () => openExport(),
-        "export-new-folder": () => {
-            const panel = openExport();
-            mouseClick(part("New Folder", panel()));
-            return panel;
-        },
-        "export-replace": () => {
-            const panel = openExport();
-            part("Save As:", panel()).text = "link";
-            mouseClick(part("Save", panel()));
-            return panel;
-        },
-        "midi": () => openMIDI(),
-        "midi-found": () => {
-            const midi = openMIDI();
+        "export-new-folder": () => openExport(panel => mouseClick(part("New Folder", panel))),
+        "export-replace": () => openExport(panel => {
+            part("Save As:", panel).text = "link";
+            mouseClick(part("Save", panel));
+        }),
+        "midi": () => openMIDI([]),
+        "midi-found": () => openMIDI([], sheet => {
             Controllers.plugIn("Keys");
-            tryVerify(() => shown("Keys", midi()));
-            return midi;
-        },
-        "midi-devices": () => openMIDI("Keys", "\u0928\u092e\u0938\u094d\u0924\u0947", "Pads"),
-        "midi-learning": () => {
-            const midi = openMIDI("Keys");
-            Machine.doAllActions(part("Learn Play", midi()));
-            return midi;
-        },
+            tryVerify(() => shown("Keys", sheet));
+        }),
+        "midi-devices": () => openMIDI(["Keys", "\u0928\u092e\u0938\u094d\u0924\u0947", "Pads"]),
+        "midi-learning": () => openMIDI(["Keys"],
+            sheet => Machine.doAllActions(part("Learn Play", sheet))),
         "midi-flash": () => {
-            const midi = openMIDI("Keys");
+            const midi = openMIDI(["Keys"]);
             return () => {
                 Controllers.play(2);
                 return midi();
             };
         },
-        "midi-reset": () => {
-            const midi = openMIDI();
-            midi().showingResetConfirmation = true;
-            return midi;
-        }
+        "midi-reset": () => openMIDI([], sheet => sheet.showingResetConfirmation = true)
     })
 
+    readonly property var one: ["Beat"]
+    readonly property var two: ["Beat", "Vibe"]
     readonly property point dropPlace: Qt.point(250, 400)
 
     function part(name: string, within = window): Item {
         return find(within.contentItem.parent, name);
     }
-    function opened(): var {
+    // The following open a window, do something there, and return what tells the window.
+    function opened(act = () => { }): var {
+        act();
         return () => window;
     }
-    // Until it shows.
-    function hear(level: real) {
+    // The device goes on, but by next to nothing: one that stands still would be told.
+    function hearing(level: real, act: var): var {
+        act();
         tryVerify(() => {
             Machine.playIn(level);
             return window.loopState.inputLevel > 0;
         });
+        return () => {
+            Machine.playIn(level, 1);
+            return window;
+        };
     }
-    function openSave(name: string): var {
+    function openSave(name: string, act = () => { }): var {
         Disk.playIn(window.viewModel);
         window.loopState.showingSaveDialog = true;
         tryVerify(() => shows(window.saveSheet.contentItem, "01:15"));
         window.saveSheet.activeFocusItem.text = name;
+        act(window.saveSheet);
         return () => window.saveSheet;
     }
-    function openLibrary(...names): var {
+    function openLibrary(names: var, act = () => { }): var {
         Disk.fill(names);
         window.loopState.showingLoopLibrary = true;
         tryVerify(() => rows().length === names.length && !window.librarySheet.viewModel.isLoading);
+        act(window.librarySheet);
         return () => window.librarySheet;
     }
-    function openFromRow(command: string): var {
-        const library = openLibrary("Beat");
-        rows()[0][command]();
-        return library;
+    function dragFile(sheet: Window) {
+        Machine.drag(sheet, dropPlace, [Disk.linkTo(0, Disk.emptyFolder(), true)]);
     }
-    function openDrop(): var {
-        const library = openLibrary("Beat");
-        Machine.drag(library(), dropPlace, [Disk.linkTo(0, Disk.emptyFolder(), true)]);
-        return library;
-    }
-    function openExport(): var {
-        Disk.fill(["Beat"]);
+    function openExport(act = () => { }): var {
         SaveLocations.folder = Disk.emptyFolder();
-        SaveLocations.makeFolder(SaveLocations.folder, "Takes");
-        Disk.linkTo(0, SaveLocations.folder, true);
-        openFromRow("exportLoop");
+        openLibrary(one, () => {
+            SaveLocations.makeFolder(SaveLocations.folder, "Takes");
+            Disk.linkTo(0, SaveLocations.folder, true);
+            rows()[0].exportLoop();
+        });
         const panel = window.librarySheet.savePanel;
+        tryVerify(() => part("Takes", panel) && part("link.wav", panel));
         // Every machine has another one.
         part(SaveLocations.folder.toString().replace("file://", ""), panel).text = "/home/ada/Exports";
+        act(panel);
         return () => panel;
     }
-    function openMIDI(...devices): var {
+    function openMIDI(devices: var, act = () => { }): var {
         Controllers.unplugAll();
         devices.forEach(device => Controllers.plugIn(device));
         window.showingMIDISettings = true;
-        const midi = () => window.midiSheet;
+        const sheet = window.midiSheet;
         if (devices.length > 0) {
-            tryVerify(() => shown(devices[0], midi()));
-            Machine.doAllActions(part(devices[0], midi()));
+            tryVerify(() => shown(devices[0], sheet));
+            Machine.doAllActions(part(devices[0], sheet));
             tryVerify(() => window.midiManager.isConnected);
         }
-        return midi;
+        act(sheet);
+        return () => sheet;
     }
     function rows(): var {
         return visibleItems(window.librarySheet.contentItem).filter(

@@ -68,7 +68,7 @@ WindowTestCase {
         verify(shows(main.contentItem, isGerman ? "Aufnehmen drücken" : "Press Record"));
         verify(shows(main.contentItem, isGerman ? "Kein Mikrofon für die Aufnahme gefunden."
             : "No microphone was found to record from."));
-        const library = openLibrary("a", "b")();
+        const library = openLibrary(two)();
         verify(shows(library.contentItem, isGerman ? "2 Loops • 32 KB" : "2 loops • 32 KB"));
         verify(shows(library.contentItem, isGerman ? "Neueste zuerst" : "Newest First"));
     }

@@ -19,13 +19,9 @@ SheetTestCase {
         activate(window);
         const content = window.contentItem;
         const toolbarHeight = window.height - content.height;
-        compare([content.width, content.height], [400, 500]);
         compare([window.maximumWidth, window.maximumHeight], [400, 500 + toolbarHeight]);
         compare(window.minimumWidth, 380);
-        verify(toolbarHeight > 0 && toolbarHeight < 60);
         const item = name => find(window.contentItem, name);
-        verify(item("Press Record"));
-        verify(item("Record").enabled);
 
         // Nothing overlaps in the smallest window either.
         window.height = window.minimumHeight;

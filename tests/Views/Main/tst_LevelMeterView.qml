@@ -24,18 +24,6 @@ Item {
             return Array.from({ length: 20 }, (_, i) => picture.pixel(i * 15 + 12, 19));
         }
 
-        function test_segments() {
-            compare([meter.width, meter.height], [298, 20]);
-            meter.level = 1;
-            drawn().forEach((color, i) => {
-                const expected = i < 12 ? Theme.green : i < 16 ? Theme.yellow : Theme.red;
-                verify(Qt.colorEqual(color, expected), `segment ${i}`);
-            });
-            const picture = grabImage(meter);
-            for (let i = 0; i < 19; ++i)
-                verify(Qt.colorEqual(picture.pixel(i * 15 + 13, 10), Theme.controlBackground));
-        }
-
         function test_a_peak_is_marked_beyond_the_segments_for_a_second() {
             const mark = () => grabImage(meter.parent).pixel(307, 10);
             const row = grabImage(meter);

@@ -1,6 +1,5 @@
 import QtQuick
 import Tessivo
-import Tessivo.Style
 import TessivoTest
 
 Item {
