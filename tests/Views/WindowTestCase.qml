@@ -189,10 +189,6 @@ SheetTestCase {
         return visibleItems(window.librarySheet.contentItem).filter(
             item => item.Accessible.role === Accessible.ListItem);
     }
-    function visibleItems(item) {
-        return !item.visible || item.opacity === 0 ? []
-            : [item].concat(...Array.from(item.children).map(visibleItems));
-    }
     // Leaves the window in that state, active, and returns what tells it.
     function open(state: string): var {
         makeWindow();
