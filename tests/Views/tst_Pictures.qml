@@ -22,9 +22,10 @@ WindowTestCase {
     }
 
     function test_pictures_data() {
-        const mirrored = ["main-paused", "save-empty", "library", "midi-devices"];
-        return Object.keys(states).map(state => ({ tag: state }))
-            .concat(mirrored.map(state => ({ tag: `${state}-mirrored`, mirrored: state })));
+        const all = Object.keys(states).map(state => ({ tag: state }));
+        for (const state of ["main-paused", "save-empty", "library", "midi-devices"])
+            all.push({ tag: `${state}-mirrored`, mirrored: state });
+        return all;
     }
     function test_pictures(data) {
         Machine.setAppearance("reduced-motion", 1);
