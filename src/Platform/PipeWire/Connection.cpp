@@ -62,8 +62,9 @@ void Connection::onDone(void* data, std::uint32_t id, int sequence) {
 void Connection::onError(void* data, std::uint32_t id, int /*sequence*/, int result,
                          const char* /*message*/) {
     auto& self = *static_cast<Connection*>(data);
-    // Errors of other objects are sent to their own listeners as well.
-    if (id == PW_ID_CORE && result == -EPIPE) {
+    // Errors of other objects are sent to their own listeners as well. A server that is killed
+    // while it has something of ours to read ends the connection by a reset.
+    if (id == PW_ID_CORE && (result == -EPIPE || result == -ECONNRESET)) {
         self.lost_ = true;
         self.changed_();
     }
