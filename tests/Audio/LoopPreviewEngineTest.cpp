@@ -84,7 +84,7 @@ TEST(LoopPreviewEngineTest, PlaysOneLoopOnceAndMarksItUntilItsLastFrameHasBeenHe
     const SavedLoop first = rig.save("first", once);
     const SavedLoop second = rig.save("second", std::vector<float>(48000, 0.5F));
     rig.engine->setPreviewVolume(1.0F);
-    rig.device->setLatencies(0.0, 0.3);
+    rig.device->setLatencies(0.0, 1.0);
     rig.preview(first);
     EXPECT_FALSE(rig.device->capturing());
     once.resize(15000); // and then nothing
@@ -211,14 +211,15 @@ TEST(LoopPreviewEngineTest, EngineThatGoesWhileADiskDoesNotAnswerLeavesTheWindow
     readsWait = true;
     hear(*rig.device, 48000); // more is wanted of the file
     rig.engine->stopPreview();
-    const auto answer = std::async(std::launch::async, [] {
-        std::this_thread::sleep_for(milliseconds(1000));
+    std::promise<void> served;
+    const auto answer = std::async(std::launch::async, [end = served.get_future()] {
+        end.wait_for(kPatience);
         readsWait = false;
     });
-    const auto began = std::chrono::steady_clock::now();
     rig.engine.reset();
     runFor(milliseconds(400));
-    EXPECT_LT(std::chrono::steady_clock::now() - began, milliseconds(800));
+    EXPECT_TRUE(readsWait) << "the window was served before the disk answered";
+    served.set_value();
 }
 
 TEST(LoopPreviewEngineTest, PreviewThatNobodyHearsEndsByItself) {

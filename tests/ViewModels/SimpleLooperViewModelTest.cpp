@@ -88,6 +88,7 @@ TEST(SimpleLooperViewModelTest, LaterCommandReplacesTheDeferredPlayback) {
         const bool sounds = firstDifference(at, slice(take, 980, 1020)) == -1;
         EXPECT_TRUE(sounds || at == std::vector<float>(1020));
         runFor(milliseconds(200));
+        settle();
         const T transport = rig.state->transportState();
         if (transport == T::playing) {
             EXPECT_EQ(firstDifference(hear(*rig.device, 5000)[0], repeated(take, 5000)), -1);
@@ -120,6 +121,7 @@ TEST(SimpleLooperViewModelTest, LaterCommandReplacesTheDeferredPlayback) {
     const auto fail = [](LooperRig& rig) {
         std::filesystem::remove(pathOf(rig.state->fileURL()));
         runFor(milliseconds(150));
+        settle();
     };
     EXPECT_EQ(outcome(fail), std::tuple(T::stopped, false, 0L));
     const auto stopOnASlowDisk = [](LooperRig& rig) {

@@ -61,7 +61,6 @@ class Machine : public QObject {
     QML_ELEMENT
     QML_SINGLETON
     Q_PROPERTY(tessivo::ViewModelFactory* viewModels READ viewModels CONSTANT)
-    Q_PROPERTY(QString language READ language CONSTANT)
 
 public:
     Machine() { QDesktopServices::setUrlHandler(QStringLiteral("file"), this, "show"); }
@@ -165,7 +164,6 @@ public:
     Q_INVOKABLE void setMirrored(bool mirrored) {
         QGuiApplication::setLayoutDirection(mirrored ? Qt::RightToLeft : Qt::LeftToRight);
     }
-    QString language() const { return qEnvironmentVariable("TESSIVO_TEST_LANGUAGE"); }
 
     // The value that the item has for assistive technology, and the limits of it.
     Q_INVOKABLE QVariantList valueOf(QQuickItem* item) {

@@ -14,14 +14,22 @@
 namespace tessivo::test {
 
 using std::chrono::milliseconds;
-using std::chrono::steady_clock;
 
 bool runUntil(const std::function<bool()>& condition, milliseconds limit) {
-    const auto holds = [&] {
+    QTimer timer;
+    timer.setSingleShot(true);
+    timer.setTimerType(Qt::PreciseTimer);
+    timer.start(limit);
+    for (;;) {
         QCoreApplication::processEvents();
-        return condition();
-    };
-    return eventually(holds, limit);
+        if (condition()) {
+            return true;
+        }
+        if (!timer.isActive()) {
+            return false;
+        }
+        std::this_thread::sleep_for(milliseconds(1));
+    }
 }
 
 bool holdsAfter(milliseconds time, const std::function<bool()>& condition) {
@@ -31,8 +39,7 @@ bool holdsAfter(milliseconds time, const std::function<bool()>& condition) {
 }
 
 void runFor(milliseconds time) {
-    const auto end = steady_clock::now() + time;
-    runUntil([end] { return steady_clock::now() >= end; }, time + milliseconds(1000));
+    runUntil([] { return false; }, time);
 }
 
 void runPosted() {

@@ -23,11 +23,11 @@ namespace tessivo::test {
 
 using Lines = std::vector<std::string>;
 
-// Runs the event loop until the condition holds. False when it still does not at the limit.
+// Runs the event loop until the condition holds. False when it still does not at the limit, which
+// is a timer of that loop: what is due before it has had its turn, however busy the machine is.
 bool runUntil(const std::function<bool()>& condition, std::chrono::milliseconds limit = kPatience);
 
-// Whether the condition holds when a timer of that length, which begins now, is over: all that is
-// due before has happened by then, and nothing later has, however busy the machine is.
+// Whether the condition holds at that moment: nothing that is due later has had its turn either.
 bool holdsAfter(std::chrono::milliseconds time, const std::function<bool()>& condition);
 
 // Runs the event loop for that long.

@@ -34,10 +34,12 @@ TEST(NoticesTest, TheMostImportantOneShowsUntilItsReasonOrItsTimeIsOver) {
     notices.set(Kind::noMicrophone, true);
     notices.set(Kind::noMicrophone, false);
     expect(failed, "busy", 2);
-    runFor(milliseconds(60));
-    notices.tell(Kind::playFailed, "busy"); // its time begins anew
-    runFor(milliseconds(60));
-    expect(failed, "busy", 2);
+    const auto tellAgain = [&] {
+        notices.tell(Kind::playFailed, "busy"); // its time begins anew
+        return true;
+    };
+    EXPECT_TRUE(holdsAfter(milliseconds(60), tellAgain));
+    EXPECT_TRUE(holdsAfter(milliseconds(60), [&] { return notices.text() == failed; }));
     EXPECT_TRUE(runUntil([&] { return notices.text() == waits; }));
     notices.tell(Kind::controllerWaiting, "My Keys");
     notices.set(Kind::controllerWaiting, true, "My Keys"); // for longer than a while
