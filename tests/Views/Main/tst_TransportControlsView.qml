@@ -46,12 +46,9 @@ Item {
         }
 
         function test_only_what_is_available_answers_a_click_data() {
-            return [
-                { tag: "stopped", answers: ["record"] },
-                { tag: "recording", answers: ["record", "stop"] },
-                { tag: "playing", answers: ["play", "stop"] },
-                { tag: "paused", answers: ["record", "play", "clear"] }
-            ];
+            return [["stopped", "record"], ["recording", "record", "stop"], ["playing", "play", "stop"],
+                ["paused", "record", "play", "clear"]].map(
+                    ([state, ...answers]) => ({ tag: state, answers: answers }));
         }
         function test_only_what_is_available_answers_a_click(data) {
             enter[data.tag]();
