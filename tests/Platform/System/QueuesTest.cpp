@@ -59,12 +59,20 @@ TEST(BackgroundQueueTest, WhatTheUserWaitsForGoesFirst) {
     for (int i = 0; i < 64; ++i) { // more than there are threads
         BackgroundQueue::post(Priority::userInitiated, [opened] { opened.wait(); });
     }
+    std::promise<void> served;
+    const std::shared_future<void> isServed(served.get_future());
     std::atomic<int> started = 0;
     std::atomic<int> place = 0;
     for (int i = 0; i < 20; ++i) {
-        BackgroundQueue::post(Priority::utility, [&] { ++started; });
+        BackgroundQueue::post(Priority::utility, [&started, isServed] {
+            ++started;
+            isServed.wait_for(kPatience / 10); // in vain only if the user has to wait
+        });
     }
-    BackgroundQueue::post(Priority::userInitiated, [&] { place = ++started; });
+    BackgroundQueue::post(Priority::userInitiated, [&] {
+        place = ++started;
+        served.set_value();
+    });
     gate.set_value();
     BackgroundQueue::waitForAll();
     EXPECT_EQ(started, 21);
