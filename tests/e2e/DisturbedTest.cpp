@@ -100,15 +100,19 @@ TEST(DisturbedTest, ProgramEndedFromOutsideCompletesItsTake) {
     }
 }
 
-TEST(DisturbedTest, AnotherProgramShowsTheWindowOfTheFirst) {
+TEST(DisturbedTest, AnotherProgramShowsTheWindowOfTheFirstAndGivesItItsFiles) {
     Stage stage;
-    stage.start();
+    std::vector<std::string> withFile = kReadable;
+    withFile.insert(withFile.end(), {"sh", "-c", R"(exec "$0" own.wav)"});
+    stage.start(withFile);
     stage.app->await("Input monitoring disabled");
+    touch("Tessivo", "Import own.wav into the library?");
     EXPECT_EQ(stage.startAnother("unix:path=/nowhere"),
               "Tessivo is running already, and cannot be reached by the session bus\n1\n");
     runProgram({"xdotool", "getactivewindow", "windowminimize", "--sync"});
-    EXPECT_EQ(stage.startAnother(std::getenv("DBUS_SESSION_BUS_ADDRESS")), "0\n");
+    EXPECT_EQ(stage.startAnother(std::getenv("DBUS_SESSION_BUS_ADDRESS"), "another.wav"), "0\n");
     stage.app->awaitWindow("Tessivo");
+    touch("Tessivo", "Import 2 files into the library?");
     std::this_thread::sleep_for(500ms); // it comes up behind its focus
     EXPECT_TRUE(stage.app->answers());
 }

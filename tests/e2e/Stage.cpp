@@ -109,10 +109,10 @@ void Stage::leaveServer() {
     listener_.reset();
 }
 
-std::string Stage::startAnother(const std::string& bus) const {
-    const std::string home = (home_ / "").string();
-    return runProgram({"sh", "-c", R"(env HOME="$1" DBUS_SESSION_BUS_ADDRESS="$2" "$0"; echo $?)",
-                       TESSIVO_PROGRAM, home, bus},
+std::string Stage::startAnother(const std::string& bus, const std::string& file) const {
+    return runProgram({"sh", "-c",
+                       R"(HOME="$1" DBUS_SESSION_BUS_ADDRESS="$2" "$0" ${3:+"$3"}; echo $?)",
+                       TESSIVO_PROGRAM, (home_ / "").string(), bus, file},
                       10s);
 }
 

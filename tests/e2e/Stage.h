@@ -48,9 +48,9 @@ public:
     void listen();      // from now on
     void leaveServer(); // before it goes away
     void loseDisplay() { display_.reset(); }
-    // Starts another program with the same home, which does not open a window; returns its lines
-    // and what it returned.
-    std::string startAnother(const std::string& bus) const;
+    // Starts another program with the same home, which does not open a window but may pass a file
+    // on; returns its lines and what it returned.
+    std::string startAnother(const std::string& bus, const std::string& file = {}) const;
     std::int64_t played() const { return feeder_->frames(); }
     std::int64_t listened() const { return listener_->frames() - heardFrom_; }
     void play(double seconds); // returns when the microphone has heard that much more
