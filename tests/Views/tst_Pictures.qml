@@ -24,13 +24,16 @@ WindowTestCase {
     function test_pictures_data() {
         const all = Object.keys(states).map(state => ({ tag: state }));
         for (const state of ["main-paused", "save-empty", "library", "midi-devices"])
-            all.push({ tag: `${state}-mirrored`, mirrored: state });
+            all.push({ tag: `${state}-mirrored`, state, mirrored: true });
+        for (const state of ["main-paused", "save-empty", "library-rename", "export-replace", "midi-learning"])
+            all.push({ tag: `${state}-contrast`, state, contrast: 1 });
         return all;
     }
     function test_pictures(data) {
         Machine.setAppearance("reduced-motion", 1);
-        Machine.setMirrored("mirrored" in data);
-        const shown = open(data.mirrored ?? data.tag);
+        Machine.setAppearance("contrast", data.contrast ?? 0);
+        Machine.setMirrored(data.mirrored ?? false);
+        const shown = open(data.state ?? data.tag);
         looksAs(shown, data.tag);
         Machine.setAppearance("color-scheme", 1);
         looksAs(shown, `${data.tag}-dark`);
