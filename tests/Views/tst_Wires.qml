@@ -267,7 +267,7 @@ LibraryTestCase {
                 && Disk.listing(folder).includes("Beat.wav"),
             "click Cancel | key Escape | close": () => front === library,
             "click Enclosing folder": () => isIn(SaveLocations.parentOf(folder)),
-            "click Home folder": () => isIn(SaveLocations.home),
+            "click Home folder": () => isIn(SaveLocations.parentOf(SaveLocations.parentOf(folder))),
             "click Sub | focus Sub, key Return": () => isIn(folder + "/Sub"),
             "click link.wav": () => target("Save As:").text === "link.wav",
             "click New Folder": "Create",
