@@ -55,7 +55,7 @@ SheetTestCase {
         },
         "save-alert": () => openSave("", sheet => sheet.saveLoop()),
         "library": () => openLibrary(["Beat", "<b>Pad</b> &amp;\nC", "\u05e9\u05dc\u05d5\u05dd ".repeat(9),
-            "\u0928\u092e\u0938\u094d\u0924\u0947 \u0930\u093f\u092b\u093c", "W".repeat(60)]),
+            "\u0928\u092e\u0938\u094d\u0924\u0947 \u0930\u093f\u092b\u093c", "W".repeat(60), ..."abcdefgh"]),
         "library-empty": () => openLibrary([]),
         "library-loading": () => {
             Disk.hold();
