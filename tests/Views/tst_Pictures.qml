@@ -5,19 +5,13 @@ import TessivoTest
 WindowTestCase {
     name: "Pictures"
 
-    // Where one is wrong, the others may be too, and a run has an end.
-    property int patience: longestWait
-
     function looksAs(shown, name) {
         if (Pictures.renewing) {
             wait(200); // whatever may still come
             Pictures.renew(shown(), name);
             return;
         }
-        let same = false;
-        for (const end = Date.now() + patience; !same && Date.now() < end; wait(10))
-            same = Pictures.matches(shown(), name);
-        patience = same ? patience : 1000;
+        const same = comesTrue(() => Pictures.matches(shown(), name), 50);
         verify(same, same ? "" : Pictures.keepDifference(name));
     }
 
