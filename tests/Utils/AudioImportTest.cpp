@@ -13,23 +13,24 @@ using Files = LoopFileManager;
 namespace {
 
 struct ImportRig : LibraryRig {
-    // A file of that kind: silence, then noise, a quarter of a second together. Returns its samples
-    // as it has them.
-    Channels make(const fs::path& path, int format, int rate = 48000,
-                  std::uint32_t channels = 2) const {
+    // A file of that kind: silence, then noise, that many quarters of a second together. Returns
+    // its samples as it has them.
+    Channels make(const fs::path& path, int format, int rate = 48000, std::uint32_t channels = 2,
+                  int quarters = 1) const {
         SF_INFO info{};
         info.samplerate = rate;
         info.channels = static_cast<int>(channels);
         info.format = format;
+        const int frames = rate / 4 * quarters;
         SNDFILE* const file = sf_open(path.c_str(), SFM_WRITE, &info);
         EXPECT_NE(file, nullptr) << path << sf_strerror(nullptr);
-        std::vector<float> samples = noise(static_cast<std::size_t>(rate / 4) * channels, 3);
+        std::vector<float> samples = noise(static_cast<std::size_t>(frames) * channels, 3);
         for (std::size_t i = 0; i < samples.size(); ++i) {
             samples[i] *= i < samples.size() / 2 ? 0.0F : 0.5F;
         }
         int bitRate = SF_BITRATE_MODE_VARIABLE;
         sf_command(file, SFC_SET_BITRATE_MODE, &bitRate, sizeof(bitRate));
-        EXPECT_EQ(sf_writef_float(file, samples.data(), rate / 4), rate / 4);
+        EXPECT_EQ(sf_writef_float(file, samples.data(), frames), frames);
         sf_close(file);
         return readFile(path);
     }
@@ -78,7 +79,7 @@ TEST(AudioImportTest, EveryKindBecomesFloatWavUnderTheNameOfItsFile) {
              {".wav", ".wav", SF_FORMAT_WAV | SF_FORMAT_PCM_16, 48000, 2}}) {
         SCOPED_TRACE(file);
         const fs::path path = rig.source / file;
-        const Channels samples = rig.make(path, format, rate, channels);
+        const Channels samples = rig.make(path, format, rate, channels, 8);
         std::vector<double> progress;
         const auto [loop, heard] = rig.import(path, [&](double part) { progress.push_back(part); });
         EXPECT_EQ(loop.name(), name);
@@ -93,6 +94,7 @@ TEST(AudioImportTest, EveryKindBecomesFloatWavUnderTheNameOfItsFile) {
         EXPECT_NEAR(loop.createdDate().count(), secondsSince2001Now().count(), 60.0);
         EXPECT_TRUE(std::is_sorted(progress.begin(), progress.end()));
         EXPECT_EQ(progress.empty() ? 0.0 : progress.back(), 1.0);
+        EXPECT_TRUE(progress.size() < 2 || progress.front() < 1.0);
         EXPECT_EQ(copy.filename() == "float.wav", bytesOf(copy) == bytesOf(path) && channels == 2)
             << "only what is WAV already is copied as it is";
     }

@@ -23,7 +23,7 @@ SheetTestCase {
             tryVerify(() => window.viewModel.notices.text !== "");
         }),
         "main-controller": () => opened(() => {
-            Controllers.plugIn("Keys");
+            Controllers.plugIn("A Keyboard with a Name of Some Length");
             tryVerify(() => window.viewModel.notices.button !== "");
         }),
         "main-recording": () => hearing(0.1, () => mouseClick(part("Record"))),

@@ -206,9 +206,9 @@ LibraryTestCase {
             "click Sort, click Name A-Z": listed("Beat", "Pad", "Vibe"),
             "click Sort, click Name Z-A": listed("Vibe", "Pad", "Beat"),
             "click Sort, click Shortest First": listed("Pad", "Beat", "Vibe"),
-            "click Sort, click Longest First": listed("Vibe", "Beat", "Pad"),
-            "click Sort, click Oldest First, click Sort, click Newest First": () =>
-                target("Sort").Accessible.description === "Newest First" && lists("Beat", "Vibe", "Pad"),
+            "click Sort, click Longest First": () =>
+                target("Sort").Accessible.description === "Longest First" && lists("Vibe", "Beat", "Pad"),
+            "click Sort, click Oldest First, click Sort, click Newest First": listed("Beat", "Vibe", "Pad"),
             "focus Sort, key Space, key Down, key Return": listed("Pad", "Vibe", "Beat"),
             "click Preview volume": () => Math.abs(viewModel.previewEngine.previewVolume - 0.5) < 0.1,
             "wheel Preview volume": () => viewModel.previewEngine.previewVolume > 0.71,
