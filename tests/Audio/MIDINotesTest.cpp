@@ -104,15 +104,17 @@ TEST(MIDINotesTest, LearnsNotesForATenthOfASecondAfterTheFirst) {
                                        "🎹 Learning mode started for Play. Press a MIDI key..."}));
     const auto start = steady_clock::now();
     std::vector<steady_clock::time_point> stops;
-    QObject::connect(&manager, &MIDIManager::isLearningModeChanged,
-                     [&] { stops.push_back(steady_clock::now()); });
+    for (const auto ended :
+         {&MIDIManager::isLearningModeChanged, &MIDIManager::learningActionChanged}) {
+        QObject::connect(&manager, ended, [&] { stops.push_back(steady_clock::now()); });
+    }
     EXPECT_EQ(rig.played({noteOn(60)}),
               (Lines{"🎵 MIDI Note On: 60 (C4) velocity: 100", "🎯 Learned: Play → C4 (60)"}));
     EXPECT_EQ(rig.played({noteOn(kRecordNote)}).back(), "🎯 Learned: Play → G#5 (80)");
     EXPECT_TRUE(manager.isLearningMode());
     EXPECT_EQ(manager.learningAction(), Action::play);
     EXPECT_EQ(manager.lastTriggeredAction(), Action::play);
-    EXPECT_TRUE(holdsAfter(milliseconds(140), [&] { return stops.size() == 2; }));
+    EXPECT_TRUE(holdsAfter(milliseconds(140), [&] { return stops.size() == 4; }));
     EXPECT_GE(stops.at(0) - start, milliseconds(100));
     EXPECT_EQ(rig.lines.take(), Lines(2, "🎹 Learning mode stopped"));
     EXPECT_FALSE(manager.isLearningMode() || manager.learningAction());
