@@ -88,10 +88,7 @@ public:
 
     // Items that are only there to arrange others have no interface.
     QAccessibleInterface* parent() const override {
-        const QQuickItem* const root =
-            window() != nullptr ? row().window()->contentItem() : nullptr;
-        for (auto* item = row().parentItem(); item != nullptr && item != root;
-             item = item->parentItem()) {
+        for (auto* item = row().parentItem(); item != nullptr; item = item->parentItem()) {
             if (auto* const found = QAccessible::queryAccessibleInterface(item)) {
                 return found;
             }

@@ -8,7 +8,7 @@ Rectangle {
     id: root
 
     required property SimpleLoopState loopState
-    property bool isWaitingForDisk: false
+    required property bool isWaitingForDisk
 
     readonly property bool isRecording: loopState.transportState === TransportStates.recording
     readonly property bool isPlaying: loopState.transportState === TransportStates.playing
