@@ -209,7 +209,7 @@ SheetTestCase {
     }
 
     function test_the_keyboard_reaches_everything_and_brings_it_into_sight() {
-        const many = Array.from({ length: 20 }, (_, i) => "controller " + i);
+        const many = Array.from({ length: 40 }, (_, i) => "controller " + i);
         const endless = "x".repeat(500);
         openWith("keys", endless, ...many);
         Machine.doAllActions(learnButton("Record"));
@@ -235,6 +235,6 @@ SheetTestCase {
         keyClick(Qt.Key_Home);
         tryVerify(() => item("Connected").mapToItem(null, 0, 0).y > 0);
         keyClick(Qt.Key_PageDown);
-        tryVerify(() => item("Connected").mapToItem(null, 0, 0).y < 0);
+        compare(area.contentY, area.height - 40, "the last line stays in sight");
     }
 }
