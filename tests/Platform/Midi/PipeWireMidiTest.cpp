@@ -153,8 +153,11 @@ TEST(PipeWireMidiTest, PacketsArriveAsTheyWereSent) {
     ASSERT_TRUE(us.hears(keys, 6));
     std::vector<Bytes> expected = us.packets();
     expected.insert(expected.end(), sent.begin(), sent.end());
-    const std::size_t cycle = keys.send(sent);
-    EXPECT_TRUE(eventually([&] { return us.packets() == expected; })) << us.packets().size();
+    std::size_t cycle = 0;
+    EXPECT_TRUE(eventually([&] { // a cycle that the graph loses is lost as a whole
+        cycle = keys.send(sent);
+        return eventually([&] { return us.packets() == expected; }, 2s);
+    })) << us.packets().size();
     EXPECT_EQ(us.lastTime(), keys.dueAt(cycle).time_since_epoch());
 
     // Only one at a time, and nothing once it is disconnected.
@@ -237,13 +240,11 @@ TEST(PipeWireMidiTest, OutageOfTheServerIsNoNews) {
 
 TEST(PipeWireMidiTest, WithoutAServerThereIsNoClientAndNoSource) {
     setenv("PIPEWIRE_REMOTE", "nowhere", 1);
-    {
-        PipeWireMidi system("Tessivo");
-        EXPECT_TRUE(awaitReady(system));
-        EXPECT_EQ(errorOf([&] { system.observeSources({}); }), EHOSTDOWN);
-        EXPECT_EQ(errorOf([&] { system.openInput("Tessivo", "TessivoInput", {}); }), EHOSTDOWN);
-        EXPECT_TRUE(system.sources().empty());
-    }
+    PipeWireMidi system("Tessivo");
+    EXPECT_TRUE(awaitReady(system));
+    EXPECT_EQ(errorOf([&] { system.observeSources({}); }), EHOSTDOWN);
+    EXPECT_EQ(errorOf([&] { system.openInput("Tessivo", "TessivoInput", {}); }), EHOSTDOWN);
+    EXPECT_TRUE(system.sources().empty());
     unsetenv("PIPEWIRE_REMOTE");
 }
 
