@@ -95,7 +95,8 @@ folders_for() {
         :src/Platform/System/*)
             echo tests/Platform/System tests/Models tests/Audio tests/ViewModels tests/Views ;;
         :src/Platform/Midi/*) echo tests/Platform/Midi tests/Audio tests/ViewModels ;;
-        :src/Platform/Files/*) echo tests/Platform/Sound tests/Models tests/Audio tests/ViewModels ;;
+        :src/Platform/Files/* | :src/Platform/Sound/File/*)
+            echo tests/Platform/Sound tests/Models tests/Audio tests/ViewModels ;;
         :src/Platform/*) echo tests/Platform/Sound tests/Audio tests/ViewModels ;;
         :src/ViewModels/*) echo tests/ViewModels tests/Views ;;
         :src/Views/* | :src/Style/*) echo tests/Views ;;

@@ -6,6 +6,7 @@
 #include "Utils/TakeMarker.h"
 
 #include <chrono>
+#include <cmath>
 #include <filesystem>
 #include <system_error>
 
@@ -47,8 +48,8 @@ QUrl AudioUtils::findCutOffRecording() {
 
 QString AudioUtils::formatDuration(double seconds) {
     constexpr double kLimit = 0x1p63;
-    const bool isValid = seconds >= 0.0 && seconds < kLimit; // false for NaN
-    const auto whole = isValid ? static_cast<qint64>(seconds) : qint64{0};
+    const bool isValid = seconds < kLimit; // false for NaN
+    const auto whole = isValid ? static_cast<qint64>(std::fmax(seconds, 0.0)) : qint64{0};
     return QString::asprintf("%02lld:%02lld", whole / 60, whole % 60);
 }
 

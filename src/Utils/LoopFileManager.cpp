@@ -10,7 +10,6 @@
 #include <QTextBoundaryFinder>
 
 #include <cerrno>
-#include <cmath>
 #include <exception>
 #include <filesystem>
 #include <string>
@@ -42,14 +41,10 @@ qint64 sizeOf(const fs::path& path) {
 std::optional<double> durationOf(const fs::path& path) {
     try {
         const sound::AudioFileReader file(path);
-        const double seconds = static_cast<double>(file.length()) / file.format().sampleRate();
-        if (std::isfinite(seconds) && seconds > 0.0) {
-            return seconds;
-        }
+        return static_cast<double>(file.length()) / file.format().sampleRate();
     } catch (const std::exception&) {
-        // Not usable, whatever the reason.
+        return std::nullopt; // whatever the reason
     }
-    return std::nullopt;
 }
 
 LoopError saveFailure(const std::system_error& error) {

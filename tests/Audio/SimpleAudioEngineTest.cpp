@@ -125,6 +125,7 @@ TEST(SimpleAudioEngineTest, MetersAtMostThirtyTimesASecondAndNeverADeadEngine) {
     turn(std::vector(2048, 1.0F));
     std::this_thread::sleep_for(milliseconds(20));
     rig.engine.reset();
+    EXPECT_EQ(rig.lines.take().back(), "Audio engine stopped");
     runPosted();
     EXPECT_EQ(levels.size(), 3U);
 }

@@ -69,6 +69,8 @@ TEST(PlayerTest, SeamHasNoGapAndEveryPassIsTheFileBitForBit) {
         EXPECT_EQ(firstDifference(heard[0], passes[0]), -1) << quantum;
         EXPECT_EQ(firstDifference(heard[1], passes[1]), -1) << quantum;
         EXPECT_EQ(rig.engine->statistics().underrunFrames, 0);
+        rig.engine->connect(rig.engine->inputNode(), *rig.engine->mainMixerNode());
+        EXPECT_TRUE(rig.device->capturing());
     }
 }
 

@@ -35,7 +35,6 @@ GraphPosition::Cycle GraphPosition::begin(const pw_stream* stream, const pw_time
     double ahead = begin - end_;
     if (stream != stream_) {
         ahead = 0.0;
-        doubted_ = 0.0;
         settling_ = 0;
     } else if (time.rate.num != tick_.num || time.rate.denom != tick_.denom) {
         doubted_ = 0.0;
